@@ -1,0 +1,51 @@
+# Orvane quick start:
+#   make demo   installs missing Debian packages, builds, and runs orvctl on the virtual camera
+#   make test   the same set-up, then the whole test suite
+# Further targets: build, asan, tsan, bench, install (PREFIX=...), clean.
+
+BUILD    ?= build
+JOBS     ?= $(shell nproc)
+PREFIX   ?= /usr/local
+CMAKE_ARGS ?=
+
+.PHONY: all bootstrap configure build demo test asan tsan bench install clean
+
+all: build
+
+bootstrap:
+	@./scripts/bootstrap.sh
+
+$(BUILD)/CMakeCache.txt: | bootstrap
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_ARGS)
+
+configure: bootstrap $(BUILD)/CMakeCache.txt
+
+build: configure
+	cmake --build $(BUILD) -j $(JOBS)
+
+demo: build
+	@./scripts/demo.sh $(BUILD)
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# The test suite built with AddressSanitizer and UndefinedBehaviorSanitizer.
+asan: bootstrap
+	cmake -S . -B $(BUILD)-asan -DCMAKE_BUILD_TYPE=Debug -DORVANE_SANITIZE=address,undefined -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
+	cmake --build $(BUILD)-asan -j $(JOBS)
+	cd $(BUILD)-asan && ctest --output-on-failure -j $(JOBS)
+
+# The threaded tests built with ThreadSanitizer.
+tsan: bootstrap
+	cmake -S . -B $(BUILD)-tsan -DCMAKE_BUILD_TYPE=Debug -DORVANE_SANITIZE=thread -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
+	cmake --build $(BUILD)-tsan -j $(JOBS)
+	cd $(BUILD)-tsan && ctest --output-on-failure -j $(JOBS) -L threads
+
+bench: build
+	@./scripts/bench.sh $(BUILD)
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+clean:
+	rm -rf $(BUILD) $(BUILD)-asan $(BUILD)-tsan

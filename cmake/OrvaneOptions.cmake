@@ -1,0 +1,28 @@
+# Compiler flags every Orvane target gets, and the sanitizer switch.
+
+# Paths in __FILE__ are made relative to the source tree, so exception file
+# texts do not depend on where the project was checked out.
+add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
+# orvane_strict(target): warnings of the project's own code.
+function(orvane_strict target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -pedantic $<$<COMPILE_LANGUAGE:CXX>:-Wno-missing-field-initializers>)
+  if(ORVANE_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+if(ORVANE_SANITIZE)
+  string(REPLACE "," ";" _orv_sanitizers "${ORVANE_SANITIZE}")
+  foreach(_s IN LISTS _orv_sanitizers)
+    if(NOT _s MATCHES "^(address|undefined|thread|leak)$")
+      message(FATAL_ERROR "ORVANE_SANITIZE: unknown sanitizer '${_s}'")
+    endif()
+  endforeach()
+  add_compile_options(-fsanitize=${ORVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ORVANE_SANITIZE})
+  if(ORVANE_SANITIZE MATCHES "undefined")
+    # vptr checks need RTTI of every class they meet; GLib objects have none.
+    add_compile_options(-fno-sanitize=vptr)
+  endif()
+endif()

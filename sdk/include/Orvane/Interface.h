@@ -1,0 +1,50 @@
+// Orvane::Interface: one transport-layer interface ("Virtual", "GigEVision",
+// "USB3Vision") and the cameras reachable through it.
+#ifndef ORVANE_INTERFACE_H
+#define ORVANE_INTERFACE_H
+
+#include <memory>
+
+#include "Orvane/BasePtr.h"
+#include "Orvane/CameraList.h"
+#include "Orvane/GenApi/Interfaces.h"
+
+namespace Orvane {
+
+namespace internal {
+class InterfaceCore;
+}
+
+class ORVANE_API Interface {
+public:
+    explicit Interface(std::shared_ptr<internal::InterfaceCore> core);
+    virtual ~Interface();
+    Interface(const Interface&) = delete;
+    Interface& operator=(const Interface&) = delete;
+
+    // Rediscovers this interface's cameras; true when the set of cameras changed.
+    bool UpdateCameras();
+    // This interface's cameras, rediscovered first when updateCameras is true.
+    CameraList GetCameras(bool updateCameras = true);
+    // Transport-layer node map: InterfaceID, InterfaceType, DeviceCount,
+    // DeviceSelector with the selected device's identity, ...
+    GenApi::INodeMap& GetTLNodeMap() const;
+    // True while a camera of this interface is initialised or held outside the
+    // SDK's own lists.
+    bool IsInUse();
+
+    // "Virtual", "GigEVision" or "USB3Vision".
+    GenICam::gcstring GetID() const;
+    GenICam::gcstring GetDisplayName() const;
+
+    internal::InterfaceCore& Core() const { return *m_core; }
+
+private:
+    std::shared_ptr<internal::InterfaceCore> m_core;
+};
+
+typedef BasePtr<Interface> InterfacePtr;
+
+} // namespace Orvane
+
+#endif

@@ -1,0 +1,81 @@
+// Orvane::System: the root of the SDK. It enumerates interfaces and cameras,
+// holds the logging level and handler registrations, and serves the system's
+// transport-layer node map.
+//
+// Which transports are enumerated: the environment variable ORVANE_TRANSPORTS
+// (a comma-separated list of "virtual", "gige", "usb3", or "all"; default
+// "virtual") sets the start value of the TL node map's booleans
+// EnumerateVirtualInterfaces, EnumerateGEVInterfaces and
+// EnumerateUSBInterfaces, which may be changed at run time. ORVANE_VIRTUAL_CAMERAS
+// (default 1, 0 hides them) sets how many virtual cameras exist (VirtualCameraCount).
+#ifndef ORVANE_SYSTEM_H
+#define ORVANE_SYSTEM_H
+
+#include <cstdint>
+#include <memory>
+
+#include "Orvane/BasePtr.h"
+#include "Orvane/CameraList.h"
+#include "Orvane/GenApi/Interfaces.h"
+#include "Orvane/InterfaceList.h"
+#include "Orvane/Logging.h"
+
+namespace Orvane {
+
+namespace internal {
+class SystemCore;
+}
+
+struct LibraryVersion {
+    int32_t major;
+    int32_t minor;
+    int32_t type;   // 0 release, 1 beta, 2 development build
+    int32_t build;
+};
+
+class System;
+typedef BasePtr<System> SystemPtr;
+
+class ORVANE_API System {
+public:
+    // A new reference to the process-wide system. Every SystemPtr obtained here
+    // holds one reference until ReleaseInstance or its last copy goes away; the
+    // cameras and interfaces are torn down when the last reference is released.
+    static SystemPtr GetInstance();
+    // Drops this object's reference (once; later calls do nothing).
+    void ReleaseInstance();
+    virtual ~System();
+    System(const System&) = delete;
+    System& operator=(const System&) = delete;
+
+    // The interfaces of the enabled transports, rediscovered first when
+    // updateInterface is true.
+    InterfaceList GetInterfaces(bool updateInterface = true);
+    // All cameras of all enabled interfaces.
+    CameraList GetCameras(bool updateInterfaces = true, bool updateCameras = true);
+    // Rediscovers cameras; true when the set of cameras changed since the last
+    // discovery.
+    bool UpdateCameras(bool updateInterfaces = true);
+    // True while a camera is initialised or a camera or interface is held
+    // outside the SDK's own lists.
+    bool IsInUse();
+    LibraryVersion GetLibraryVersion();
+    GenApi::INodeMap& GetTLNodeMap() const;
+
+    // Logging handlers run on the logging thread (see Logging.h).
+    void RegisterLoggingEventHandler(LoggingEventHandler& handler);
+    void UnregisterLoggingEventHandler(LoggingEventHandler& handler);
+    void UnregisterAllLoggingEventHandlers();
+    void SetLoggingEventPriorityLevel(LogLevel level);
+    LogLevel GetLoggingEventPriorityLevel();
+
+private:
+    explicit System(std::shared_ptr<internal::SystemCore> core);
+    internal::SystemCore& Core() const;
+
+    std::shared_ptr<internal::SystemCore> m_core;  // null after ReleaseInstance
+};
+
+} // namespace Orvane
+
+#endif

@@ -1,0 +1,20 @@
+#include "Orvane/EventHandler.h"
+
+namespace Orvane {
+
+EventHandler::EventHandler() = default;
+EventHandler::EventHandler(const EventHandler&) = default;
+EventHandler& EventHandler::operator=(const EventHandler&) = default;
+EventHandler::~EventHandler() = default;
+
+const uint8_t* EventHandler::GetEventPayloadData() const { return m_payload; }
+size_t EventHandler::GetEventPayloadDataSize() const { return m_payloadSize; }
+uint64_t EventHandler::GetDeviceEventID() const { return m_eventId; }
+
+void EventHandler::SetEventPayload(uint64_t eventId, const uint8_t* data, size_t size) {
+    m_eventId = eventId;
+    m_payload = data;
+    m_payloadSize = size;
+}
+
+} // namespace Orvane

@@ -1,0 +1,233 @@
+#include "genapi/Node.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "core/Raise.h"
+#include "genapi/NodeMapBase.h"
+
+namespace Orvane {
+namespace GenApi {
+namespace impl {
+
+namespace {
+std::atomic<CallbackHandleType> g_nextCallbackHandle{1};
+
+int Rank(EAccessMode m) {
+    switch (m) {
+    case NI: return 0;
+    case NA: return 1;
+    default: return 2;
+    }
+}
+} // namespace
+
+EAccessMode CombineAccess(EAccessMode a, EAccessMode b) {
+    if (a == _UndefinedAccesMode) return b;
+    if (b == _UndefinedAccesMode) return a;
+    if (Rank(a) < 2 || Rank(b) < 2) return Rank(a) <= Rank(b) ? a : b;
+    if (a == RW) return b;
+    if (b == RW) return a;
+    return a == b ? a : NA;  // RO with WO
+}
+
+Node::Node(NodeMapBase& map, NodeInfo info) : m_map(map), m_info(std::move(info)) {}
+Node::~Node() = default;
+
+EAccessMode Node::GetAccessMode() const {
+    NodeMapBase::MapLock lock(m_map);
+    if (m_cachedAccess != _UndefinedAccesMode) return m_cachedAccess;
+    const EAccessMode mode = CombineAccess(ComputeAccessMode(), m_imposedAccess);
+    if (IsAccessModeCacheable()) m_cachedAccess = mode;
+    return mode;
+}
+
+GenICam::gcstring Node::GetName(bool FullQualified) const {
+    if (!FullQualified) return m_info.name;
+    return (m_info.nameSpace == Standard ? "Std::" : "Cust::") + m_info.name;
+}
+ENameSpace Node::GetNameSpace() const { return m_info.nameSpace; }
+EVisibility Node::GetVisibility() const {
+    return static_cast<EVisibility>(std::max<int>(m_info.visibility, m_imposedVisibility));
+}
+
+void Node::InvalidateNode() {
+    NodeMapBase::MapLock lock(m_map);
+    m_map.NotifyChanged(*this);
+}
+
+bool Node::IsCachable() const { return m_info.cachingMode != NoCache; }
+bool Node::IsAccessModeCacheable() const { return false; }
+ECachingMode Node::GetCachingMode() const { return m_info.cachingMode; }
+int64_t Node::GetPollingTime() const { return m_info.pollingTime; }
+GenICam::gcstring Node::GetToolTip() const { return m_info.toolTip; }
+GenICam::gcstring Node::GetDescription() const {
+    return m_info.description.empty() ? m_info.toolTip : m_info.description;
+}
+GenICam::gcstring Node::GetDisplayName() const {
+    return m_info.displayName.empty() ? m_info.name : m_info.displayName;
+}
+GenICam::gcstring Node::GetDeviceName() const { return m_map.GetDeviceName(); }
+
+void Node::GetChildren(node_vector& Children, ELinkType LinkType) const {
+    NodeMapBase::MapLock lock(m_map);
+    Children.clear();
+    if (LinkType == ctDependingNodes) {
+        for (Node* n : m_dependents) Children.push_back(n);
+        return;
+    }
+    for (size_t i = 0; i < m_dependsOn.size(); ++i)
+        if (LinkType == ctReadingChildren || LinkType == ctTerminalNodes || m_dependsOnKind[i] == LinkType)
+            Children.push_back(m_dependsOn[i]);
+}
+
+void Node::GetParents(node_vector& Parents, ELinkType) const {
+    NodeMapBase::MapLock lock(m_map);
+    Parents.clear();
+    for (Node* n : m_dependents) Parents.push_back(n);
+}
+
+CallbackHandleType Node::RegisterCallback(CNodeCallback* pCallback) {
+    if (!pCallback) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the callback is null");
+    NodeMapBase::MapLock lock(m_map);
+    const CallbackHandleType handle = g_nextCallbackHandle++;
+    m_callbacks.push_back({handle, pCallback});
+    return handle;
+}
+
+bool Node::DeregisterCallback(CallbackHandleType hCallback) {
+    NodeMapBase::MapLock lock(m_map);
+    auto it = std::find_if(m_callbacks.begin(), m_callbacks.end(),
+                           [&](const Registration& r) { return r.handle == hCallback; });
+    if (it == m_callbacks.end())
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+                      "no callback is registered on this node under handle " + std::to_string(hCallback));
+    m_callbacks.erase(it);
+    return true;
+}
+
+INodeMap* Node::GetNodeMap() const { return &m_map; }
+GenICam::gcstring Node::GetEventID() const { return m_info.eventID; }
+bool Node::IsStreamable() const { return m_info.streamable; }
+
+void Node::GetPropertyNames(gcstring_vector& PropertyNames) const {
+    PropertyNames.clear();
+    for (const char* p : {"Name", "NameSpace", "Visibility", "ToolTip", "Description", "DisplayName"})
+        PropertyNames.push_back(p);
+}
+
+bool Node::GetProperty(const GenICam::gcstring& name, GenICam::gcstring& value, GenICam::gcstring& attribute) const {
+    attribute = "";
+    if (name == "Name") value = m_info.name;
+    else if (name == "NameSpace") value = m_info.nameSpace == Standard ? "Standard" : "Custom";
+    else if (name == "Visibility") value = VisibilityName(m_info.visibility);
+    else if (name == "ToolTip") value = m_info.toolTip;
+    else if (name == "Description") value = m_info.description;
+    else if (name == "DisplayName") value = m_info.displayName;
+    else return false;
+    return true;
+}
+
+void Node::ImposeAccessMode(EAccessMode mode) {
+    if (mode < NI || mode > RW)
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "invalid access mode " + std::to_string(mode));
+    NodeMapBase::MapLock lock(m_map);
+    m_imposedAccess = mode;
+    m_map.NotifyChanged(*this);
+}
+
+void Node::ImposeVisibility(EVisibility visibility) {
+    if (visibility < Beginner || visibility > Invisible)
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "invalid visibility " + std::to_string(visibility));
+    m_imposedVisibility = visibility;
+}
+
+INode* Node::GetAlias() const { return nullptr; }
+INode* Node::GetCastAlias() const { return nullptr; }
+GenICam::gcstring Node::GetDocuURL() const { return m_info.docuURL; }
+bool Node::IsDeprecated() const { return m_info.deprecated; }
+bool Node::IsFeature() const { return m_info.feature; }
+bool Node::IsSelector() const { return !m_selected.empty(); }
+
+void Node::GetSelectedFeatures(value_vector& Features) const {
+    Features.clear();
+    for (Node* n : m_selected)
+        if (auto* v = dynamic_cast<IValue*>(n)) Features.push_back(v);
+}
+
+void Node::GetSelectingFeatures(value_vector& Features) const {
+    Features.clear();
+    for (Node* n : m_selecting)
+        if (auto* v = dynamic_cast<IValue*>(n)) Features.push_back(v);
+}
+
+void Node::AddDependency(Node& other, ELinkType kind) {
+    if (&other == this) return;
+    for (size_t i = 0; i < m_dependsOn.size(); ++i)
+        if (m_dependsOn[i] == &other && m_dependsOnKind[i] == kind) return;
+    m_dependsOn.push_back(&other);
+    m_dependsOnKind.push_back(kind);
+    if (std::find(other.m_dependents.begin(), other.m_dependents.end(), this) == other.m_dependents.end())
+        other.m_dependents.push_back(this);
+    m_map.InvalidateDependencyGraph();
+}
+
+void Node::AddSelected(Node& selected) {
+    if (std::find(m_selected.begin(), m_selected.end(), &selected) != m_selected.end()) return;
+    m_selected.push_back(&selected);
+    selected.m_selecting.push_back(this);
+    // A selector's change changes what its selected features show.
+    selected.AddDependency(*this, ctInvalidatingChildren);
+}
+
+void Node::InvalidateCache() { m_cachedAccess = _UndefinedAccesMode; }
+
+void Node::FireCallbacks(ECallbackType type) {
+    if (m_callbacks.empty()) return;
+    const std::vector<Registration> callbacks = m_callbacks;  // a callback may deregister
+    for (const auto& r : callbacks)
+        if (r.callback->GetCallbackType() == type && HasCallback(r.handle)) (*r.callback)(type);
+}
+
+void Node::CallbackHandles(ECallbackType type, std::vector<CallbackHandleType>& out) const {
+    for (const auto& r : m_callbacks)
+        if (r.callback->GetCallbackType() == type) out.push_back(r.handle);
+}
+
+bool Node::HasCallback(CallbackHandleType handle) const {
+    for (const auto& r : m_callbacks)
+        if (r.handle == handle) return true;
+    return false;
+}
+
+void Node::FireCallback(CallbackHandleType handle) {
+    CNodeCallback* cb = nullptr;
+    {
+        NodeMapBase::MapLock lock(m_map);
+        for (const auto& r : m_callbacks)
+            if (r.handle == handle) cb = r.callback;
+    }
+    if (cb) (*cb)(cb->GetCallbackType());
+}
+
+void Node::Fail(int line, const char* function, int code, const std::string& message) const {
+    Raise(line, __FILE__, function, code, m_info.name + ": " + message);
+}
+
+void Node::CheckReadable(const char* function) const {
+    const EAccessMode mode = GetAccessMode();
+    if (mode == RO || mode == RW) return;
+    Fail(__LINE__, function, ORVANE_ERR_GENICAM_ACCESS,
+         std::string("the node is not readable (access mode ") + AccessModeName(mode) + ")");
+}
+
+void Node::CheckWritable(const char* function) const {
+    const EAccessMode mode = GetAccessMode();
+    if (mode == WO || mode == RW) return;
+    Fail(__LINE__, function, ORVANE_ERR_GENICAM_ACCESS,
+         std::string("the node is not writable (access mode ") + AccessModeName(mode) + ")");
+}
+
+} // namespace impl
+} // namespace GenApi
+} // namespace Orvane

@@ -1,0 +1,141 @@
+#include "genapi/NodeMapBase.h"
+
+#include <algorithm>
+
+#include "core/Raise.h"
+#include "genapi/Node.h"
+
+namespace Orvane {
+namespace GenApi {
+namespace impl {
+
+NodeMapBase::NodeMapBase(std::string deviceName) : m_deviceName(std::move(deviceName)) {}
+NodeMapBase::~NodeMapBase() = default;
+
+void NodeMapBase::AddNode(std::unique_ptr<Node> node) {
+    MapLock lock(*this);
+    const std::string& name = node->Info().name;
+    if (m_byName.count(name)) ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "node map " + m_deviceName + ": duplicate node " + name);
+    Node* raw = node.get();
+    m_byName.emplace(name, raw);
+    m_byBase.emplace(static_cast<const IBase*>(raw), raw);
+    m_order.push_back(raw);
+    m_nodes.push_back(std::move(node));
+    m_graphValid = false;
+}
+
+void NodeMapBase::GetNodes(NodeList_t& Nodes) const {
+    MapLock lock(*this);
+    Nodes.clear();
+    Nodes.reserve(m_order.size());
+    for (Node* n : m_order) Nodes.push_back(n);
+}
+
+INode* NodeMapBase::GetNode(const GenICam::gcstring& Name) const { return FindNode(Name.str()); }
+
+Node* NodeMapBase::FindNode(const std::string& name) const {
+    // The name index is only written while nodes are added, before the map is
+    // handed out, so lookups need no lock.
+    auto it = m_byName.find(name);
+    return it == m_byName.end() ? nullptr : it->second;
+}
+
+Node* NodeMapBase::NodeFromBase(const IBase* p) const {
+    auto it = m_byBase.find(p);
+    return it == m_byBase.end() ? nullptr : it->second;
+}
+
+size_t NodeMapBase::GetNumNodes() const { return m_order.size(); }
+
+void NodeMapBase::InvalidateNodes() const {
+    MapLock lock(*this);
+    for (Node* n : m_order) n->InvalidateCache();
+}
+
+void NodeMapBase::Poll(int64_t ElapsedTime) {
+    MapLock lock(*this);
+    for (Node* n : m_order) {
+        const int64_t period = n->GetPollingTime();
+        if (period < 0) continue;
+        int64_t& elapsed = m_pollElapsed[n];
+        elapsed += ElapsedTime;
+        if (elapsed >= period) {
+            elapsed = 0;
+            NotifyChanged(*n);
+        }
+    }
+}
+
+GenICam::gcstring NodeMapBase::GetDeviceName() { return m_deviceName; }
+
+void NodeMapBase::Lock() const {
+    m_mutex.lock();
+    ++m_depth;
+}
+
+bool NodeMapBase::TryLock() const {
+    if (!m_mutex.try_lock()) return false;
+    ++m_depth;
+    return true;
+}
+
+void NodeMapBase::Unlock() const { Release(); }
+
+NodeMapBase::MapLock::MapLock(const NodeMapBase& map) : m_map(map) { m_map.Lock(); }
+NodeMapBase::MapLock::~MapLock() { m_map.Release(); }
+
+void NodeMapBase::Release() const {
+    if (--m_depth > 0 || m_pending.empty()) {
+        m_mutex.unlock();
+        return;
+    }
+    std::vector<PendingCallback> pending;
+    pending.swap(m_pending);
+    m_mutex.unlock();
+    for (const auto& p : pending) p.node->FireCallback(p.handle);
+}
+
+void NodeMapBase::InvalidateDependencyGraph() {
+    m_graphValid = false;
+}
+
+const std::vector<Node*>& NodeMapBase::Closure(Node& node) {
+    if (!m_graphValid) {
+        m_closures.clear();
+        m_graphValid = true;
+    }
+    auto it = m_closures.find(&node);
+    if (it != m_closures.end()) return it->second;
+    std::vector<Node*> closure{&node};
+    for (size_t i = 0; i < closure.size(); ++i)
+        for (Node* d : closure[i]->Dependents())
+            if (std::find(closure.begin(), closure.end(), d) == closure.end()) closure.push_back(d);
+    return m_closures.emplace(&node, std::move(closure)).first->second;
+}
+
+void NodeMapBase::NotifyChanged(Node& node) {
+    const std::vector<Node*>& closure = Closure(node);
+    bool callbacks = false;
+    for (Node* n : closure) {
+        n->InvalidateCache();
+        callbacks = callbacks || n->HasCallbacks();
+    }
+    if (!callbacks) return;
+    const std::vector<Node*> reached = closure;  // inside-lock callbacks may change the graph
+    std::vector<CallbackHandleType> handles;
+    for (Node* n : reached) {
+        if (!n->HasCallbacks()) continue;
+        n->FireCallbacks(cb_PostInsideLock);
+        handles.clear();
+        n->CallbackHandles(cb_PostOutsideLock, handles);
+        for (CallbackHandleType h : handles) {
+            const bool queued = std::any_of(m_pending.begin(), m_pending.end(),
+                                            [&](const PendingCallback& p) { return p.node == n && p.handle == h; });
+            if (!queued) m_pending.push_back({n, h});
+        }
+    }
+}
+
+} // namespace impl
+} // namespace GenApi
+} // namespace Orvane

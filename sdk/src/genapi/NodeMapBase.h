@@ -1,0 +1,113 @@
+// NodeMapBase: what every Orvane node map shares, whatever feeds its nodes
+// (native SDK state for transport-layer maps, Aravis's ArvGc for devices).
+//
+// Ownership: the map owns its nodes; node pointers stay valid for the map's
+// lifetime. Lookup by name is one hash lookup.
+//
+// Locking: one recursive mutex per map, taken by every node operation through
+// MapLock. Node callbacks of kind cb_PostInsideLock run while the changing
+// thread holds the lock; those of kind cb_PostOutsideLock are queued and run
+// on that thread when its outermost MapLock is released.
+#ifndef ORVANE_GENAPI_NODE_MAP_BASE_H
+#define ORVANE_GENAPI_NODE_MAP_BASE_H
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "Orvane/GenApi/GenApi.h"
+
+namespace Orvane {
+namespace GenApi {
+namespace impl {
+
+class Node;
+
+class NodeMapBase : public INodeMap {
+public:
+    explicit NodeMapBase(std::string deviceName);
+    ~NodeMapBase() override;
+    NodeMapBase(const NodeMapBase&) = delete;
+    NodeMapBase& operator=(const NodeMapBase&) = delete;
+
+    // INodeMap
+    void GetNodes(NodeList_t& Nodes) const override;
+    INode* GetNode(const GenICam::gcstring& Name) const override;
+    size_t GetNumNodes() const override;
+    void InvalidateNodes() const override;
+    void Poll(int64_t ElapsedTime) override;
+    GenICam::gcstring GetDeviceName() override;
+    void Lock() const override;
+    bool TryLock() const override;
+    void Unlock() const override;
+
+    // Adds a node; the map takes ownership. Names must be unique.
+    template <class T>
+    T* Add(std::unique_ptr<T> node) {
+        T* raw = node.get();
+        AddNode(std::unique_ptr<Node>(std::move(node)));
+        return raw;
+    }
+    Node* FindNode(const std::string& name) const;
+    const std::vector<Node*>& Nodes() const { return m_order; }
+
+    // Whether p is the IBase of one of this map's nodes (compares addresses only,
+    // so a foreign pointer is never dereferenced).
+    Node* NodeFromBase(const IBase* p) const;
+
+    // Records that `node` changed: drops the caches of the node and of every
+    // node depending on it, and fires their callbacks (see the header comment).
+    // The caller holds the map's lock.
+    void NotifyChanged(Node& node);
+
+    // Recomputes the reverse dependency closure after nodes or links changed.
+    void InvalidateDependencyGraph();
+
+    // RAII holder of the map's lock; runs the queued outside-lock callbacks
+    // when the outermost holder on this thread releases it.
+    class MapLock {
+    public:
+        explicit MapLock(const NodeMapBase& map);
+        ~MapLock();
+        MapLock(const MapLock&) = delete;
+        MapLock& operator=(const MapLock&) = delete;
+
+    private:
+        const NodeMapBase& m_map;
+    };
+
+protected:
+    void AddNode(std::unique_ptr<Node> node);
+
+private:
+    friend class MapLock;
+    struct PendingCallback {
+        Node* node;
+        CallbackHandleType handle;
+    };
+
+    void Release() const;
+    const std::vector<Node*>& Closure(Node& node);
+
+    std::string m_deviceName;
+    std::vector<std::unique_ptr<Node>> m_nodes;
+    std::vector<Node*> m_order;
+    std::unordered_map<std::string, Node*> m_byName;
+    std::unordered_map<const IBase*, Node*> m_byBase;
+    std::unordered_map<Node*, std::vector<Node*>> m_closures;  // node -> itself and its dependents
+    bool m_graphValid = false;
+
+    mutable std::recursive_mutex m_mutex;
+    mutable int m_depth = 0;                          // lock depth of the holding thread
+    mutable std::vector<PendingCallback> m_pending;   // outside-lock callbacks to run on release
+    std::unordered_map<Node*, int64_t> m_pollElapsed;
+};
+
+} // namespace impl
+} // namespace GenApi
+} // namespace Orvane
+
+#endif

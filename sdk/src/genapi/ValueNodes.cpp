@@ -1,0 +1,485 @@
+#include "genapi/ValueNodes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "genapi/NodeMapBase.h"
+#include "genapi/TextFormat.h"
+
+namespace Orvane {
+namespace GenApi {
+namespace impl {
+
+using GenICam::gcstring;
+using Lock = NodeMapBase::MapLock;
+
+// Integer ------------------------------------------------------------------
+
+gcstring IntegerNode::ToString(bool Verify, bool IgnoreCache) {
+    Lock lock(m_map);
+    return FormatInteger(GetValue(Verify, IgnoreCache), DoGetRepresentation());
+}
+
+void IntegerNode::FromString(const gcstring& ValueStr, bool Verify) {
+    int64_t value = 0;
+    if (!ParseInteger(ValueStr.str(), value))
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not an integer");
+    SetValue(value, Verify);
+}
+
+void IntegerNode::CheckRange(int64_t value, const char* function) {
+    const int64_t min = GetMin(), max = GetMax();
+    if (value < min)
+        Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+             "value " + std::to_string(value) + " is less than the minimum " + std::to_string(min));
+    if (value > max)
+        Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+             "value " + std::to_string(value) + " is greater than the maximum " + std::to_string(max));
+    if (GetIncMode() == fixedIncrement) {
+        const int64_t inc = GetInc();
+        if (inc > 1 && (static_cast<uint64_t>(value) - static_cast<uint64_t>(min)) % static_cast<uint64_t>(inc) != 0)
+            Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+                 "value " + std::to_string(value) + " does not match the increment " + std::to_string(inc) +
+                     " from the minimum " + std::to_string(min));
+    } else if (GetIncMode() == listIncrement) {
+        const std::vector<int64_t> valid = DoGetValidValues();
+        if (std::find(valid.begin(), valid.end(), value) == valid.end())
+            Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+                 "value " + std::to_string(value) + " is not in the list of valid values");
+    }
+}
+
+void IntegerNode::SetValue(int64_t Value, bool Verify) {
+    Lock lock(m_map);
+    CheckWritable(__func__);
+    if (Verify) CheckRange(Value, __func__);
+    DoSetValue(Value);
+    m_map.NotifyChanged(*this);
+}
+
+int64_t IntegerNode::GetValue(bool Verify, bool IgnoreCache) {
+    Lock lock(m_map);
+    CheckReadable(__func__);
+    const int64_t value = DoGetValue(IgnoreCache);
+    if (Verify) {
+        const int64_t min = GetMin(), max = GetMax();
+        if (value < min || value > max)
+            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, "the device reports " + std::to_string(value) +
+                                                                ", outside [" + std::to_string(min) + ", " +
+                                                                std::to_string(max) + "]");
+    }
+    return value;
+}
+
+int64_t IntegerNode::GetMin() {
+    Lock lock(m_map);
+    return std::max(DoGetMin(), m_imposedMin);
+}
+int64_t IntegerNode::GetMax() {
+    Lock lock(m_map);
+    return std::min(DoGetMax(), m_imposedMax);
+}
+EIncMode IntegerNode::GetIncMode() {
+    Lock lock(m_map);
+    return DoGetIncMode();
+}
+int64_t IntegerNode::GetInc() {
+    Lock lock(m_map);
+    if (DoGetIncMode() != fixedIncrement) return 1;
+    const int64_t inc = DoGetInc();
+    return inc > 0 ? inc : 1;
+}
+int64_autovector_t IntegerNode::GetListOfValidValues(bool bounded) {
+    Lock lock(m_map);
+    int64_autovector_t out;
+    const int64_t min = GetMin(), max = GetMax();
+    for (int64_t v : DoGetValidValues())
+        if (!bounded || (v >= min && v <= max)) out.push_back(v);
+    return out;
+}
+ERepresentation IntegerNode::GetRepresentation() { return DoGetRepresentation(); }
+gcstring IntegerNode::GetUnit() const { return DoGetUnit(); }
+void IntegerNode::ImposeMin(int64_t Value) {
+    Lock lock(m_map);
+    m_imposedMin = Value;
+    m_map.NotifyChanged(*this);
+}
+void IntegerNode::ImposeMax(int64_t Value) {
+    Lock lock(m_map);
+    m_imposedMax = Value;
+    m_map.NotifyChanged(*this);
+}
+
+// Float --------------------------------------------------------------------
+
+gcstring FloatNode::ToString(bool Verify, bool IgnoreCache) {
+    Lock lock(m_map);
+    return FormatFloat(GetValue(Verify, IgnoreCache), fnAutomatic, DoGetDisplayPrecision());
+}
+
+void FloatNode::FromString(const gcstring& ValueStr, bool Verify) {
+    double value = 0;
+    if (!ParseFloat(ValueStr.str(), value))
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not a number");
+    SetValue(value, Verify);
+}
+
+void FloatNode::CheckRange(double value, const char* function) {
+    if (std::isnan(value)) Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE, "value is not a number");
+    const double min = GetMin(), max = GetMax();
+    if (value < min)
+        Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+             "value " + FormatFloat(value, fnAutomatic, 0) + " is less than the minimum " +
+                 FormatFloat(min, fnAutomatic, 0));
+    if (value > max)
+        Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+             "value " + FormatFloat(value, fnAutomatic, 0) + " is greater than the maximum " +
+                 FormatFloat(max, fnAutomatic, 0));
+    if (HasInc()) {
+        const double inc = GetInc();
+        if (inc > 0) {
+            const double steps = (value - min) / inc;
+            if (std::fabs(steps - std::round(steps)) > 1e-6)
+                Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+                     "value " + FormatFloat(value, fnAutomatic, 0) + " does not match the increment " +
+                         FormatFloat(inc, fnAutomatic, 0));
+        }
+    }
+}
+
+void FloatNode::SetValue(double Value, bool Verify) {
+    Lock lock(m_map);
+    CheckWritable(__func__);
+    if (Verify) CheckRange(Value, __func__);
+    DoSetValue(Value);
+    m_map.NotifyChanged(*this);
+}
+
+double FloatNode::GetValue(bool Verify, bool IgnoreCache) {
+    Lock lock(m_map);
+    CheckReadable(__func__);
+    const double value = DoGetValue(IgnoreCache);
+    if (Verify) {
+        const double min = GetMin(), max = GetMax();
+        if (value < min || value > max)
+            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+                          "the device reports " + FormatFloat(value, fnAutomatic, 0) + ", outside its range");
+    }
+    return value;
+}
+
+double FloatNode::GetMin() {
+    Lock lock(m_map);
+    return std::max(DoGetMin(), m_imposedMin);
+}
+double FloatNode::GetMax() {
+    Lock lock(m_map);
+    return std::min(DoGetMax(), m_imposedMax);
+}
+bool FloatNode::HasInc() {
+    Lock lock(m_map);
+    return DoHasInc();
+}
+EIncMode FloatNode::GetIncMode() { return HasInc() ? fixedIncrement : noIncrement; }
+double FloatNode::GetInc() {
+    Lock lock(m_map);
+    return DoHasInc() ? DoGetInc() : 0.0;
+}
+double_autovector_t FloatNode::GetListOfValidValues(bool) { return {}; }
+ERepresentation FloatNode::GetRepresentation() { return DoGetRepresentation(); }
+gcstring FloatNode::GetUnit() const { return DoGetUnit(); }
+EDisplayNotation FloatNode::GetDisplayNotation() const { return DoGetDisplayNotation(); }
+int64_t FloatNode::GetDisplayPrecision() const { return DoGetDisplayPrecision(); }
+void FloatNode::ImposeMin(double Value) {
+    Lock lock(m_map);
+    m_imposedMin = Value;
+    m_map.NotifyChanged(*this);
+}
+void FloatNode::ImposeMax(double Value) {
+    Lock lock(m_map);
+    m_imposedMax = Value;
+    m_map.NotifyChanged(*this);
+}
+
+// String -------------------------------------------------------------------
+
+gcstring StringNode::ToString(bool Verify, bool IgnoreCache) { return GetValue(Verify, IgnoreCache); }
+void StringNode::FromString(const gcstring& ValueStr, bool Verify) { SetValue(ValueStr, Verify); }
+
+void StringNode::SetValue(const gcstring& Value, bool Verify) {
+    Lock lock(m_map);
+    CheckWritable(__func__);
+    if (Verify) {
+        const int64_t max = GetMaxLength();
+        if (static_cast<int64_t>(Value.size()) > max)
+            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, "the text has " + std::to_string(Value.size()) +
+                                                                " bytes, more than the maximum length " +
+                                                                std::to_string(max));
+    }
+    DoSetValue(Value.str());
+    m_map.NotifyChanged(*this);
+}
+
+gcstring StringNode::GetValue(bool, bool IgnoreCache) {
+    Lock lock(m_map);
+    CheckReadable(__func__);
+    return DoGetValue(IgnoreCache);
+}
+
+int64_t StringNode::GetMaxLength() {
+    Lock lock(m_map);
+    return DoGetMaxLength();
+}
+
+// Boolean ------------------------------------------------------------------
+
+gcstring BooleanNode::ToString(bool Verify, bool IgnoreCache) {
+    return GetValue(Verify, IgnoreCache) ? "true" : "false";
+}
+
+void BooleanNode::FromString(const gcstring& ValueStr, bool Verify) {
+    bool value = false;
+    if (!ParseBoolean(ValueStr.str(), value))
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not a boolean (true, false, 1, 0)");
+    SetValue(value, Verify);
+}
+
+void BooleanNode::SetValue(bool Value, bool) {
+    Lock lock(m_map);
+    CheckWritable(__func__);
+    DoSetValue(Value);
+    m_map.NotifyChanged(*this);
+}
+
+bool BooleanNode::GetValue(bool, bool IgnoreCache) const {
+    Lock lock(m_map);
+    CheckReadable(__func__);
+    return DoGetValue(IgnoreCache);
+}
+
+// Command ------------------------------------------------------------------
+
+gcstring CommandNode::ToString(bool Verify, bool) { return IsDone(Verify) ? "1" : "0"; }
+
+void CommandNode::FromString(const gcstring& ValueStr, bool Verify) {
+    bool value = false;
+    if (!ParseBoolean(ValueStr.str(), value))
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' does not execute a command (1, true)");
+    if (value) Execute(Verify);
+}
+
+void CommandNode::Execute(bool) {
+    Lock lock(m_map);
+    CheckWritable(__func__);
+    DoExecute();
+    m_map.NotifyChanged(*this);
+}
+
+bool CommandNode::IsDone(bool Verify) {
+    Lock lock(m_map);
+    if (Verify) {
+        const EAccessMode mode = GetAccessMode();
+        if (mode == NI || mode == NA)
+            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS,
+                          std::string("the command is not available (access mode ") + AccessModeName(mode) + ")");
+    }
+    return DoIsDone();
+}
+
+// Enumeration --------------------------------------------------------------
+
+gcstring EnumerationNode::ToString(bool Verify, bool IgnoreCache) {
+    Lock lock(m_map);
+    return GetCurrentEntry(Verify, IgnoreCache)->GetSymbolic();
+}
+
+void EnumerationNode::FromString(const gcstring& ValueStr, bool Verify) {
+    Lock lock(m_map);
+    IEnumEntry* entry = GetEntryByName(ValueStr);
+    if (!entry) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not an entry");
+    SetIntValue(entry->GetValue(), Verify);
+}
+
+void EnumerationNode::GetSymbolics(StringList_t& Symbolics) {
+    Lock lock(m_map);
+    Symbolics.clear();
+    for (EnumEntryNode* e : m_entries) {
+        const EAccessMode mode = e->GetAccessMode();
+        if (mode != NI && mode != NA) Symbolics.push_back(e->GetSymbolic());
+    }
+}
+
+void EnumerationNode::GetEntries(NodeList_t& Entries) {
+    Lock lock(m_map);
+    Entries.clear();
+    for (EnumEntryNode* e : m_entries) Entries.push_back(e);
+}
+
+void EnumerationNode::SetIntValue(int64_t Value, bool Verify) {
+    Lock lock(m_map);
+    CheckWritable(__func__);
+    if (Verify) {
+        EnumEntryNode* entry = nullptr;
+        for (EnumEntryNode* e : m_entries)
+            if (e->GetValue() == Value) entry = e;
+        if (!entry) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, std::to_string(Value) + " is the value of no entry");
+        const EAccessMode mode = entry->GetAccessMode();
+        if (mode == NI || mode == NA)
+            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS,
+                          "the entry " + entry->GetSymbolic().str() + " is not available now");
+    }
+    DoSetIntValue(Value);
+    m_map.NotifyChanged(*this);
+}
+
+int64_t EnumerationNode::GetIntValue(bool Verify, bool IgnoreCache) {
+    Lock lock(m_map);
+    CheckReadable(__func__);
+    const int64_t value = DoGetIntValue(IgnoreCache);
+    if (Verify && !GetEntry(value))
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, "the device reports " + std::to_string(value) +
+                                                            ", the value of no entry");
+    return value;
+}
+
+IEnumEntry* EnumerationNode::GetEntryByName(const gcstring& Symbolic) {
+    for (EnumEntryNode* e : m_entries)
+        if (e->GetSymbolic() == Symbolic) return e;
+    return nullptr;
+}
+
+IEnumEntry* EnumerationNode::GetEntry(int64_t IntValue) {
+    for (EnumEntryNode* e : m_entries)
+        if (e->GetValue() == IntValue) return e;
+    return nullptr;
+}
+
+IEnumEntry* EnumerationNode::GetCurrentEntry(bool Verify, bool IgnoreCache) {
+    Lock lock(m_map);
+    const int64_t value = GetIntValue(Verify, IgnoreCache);
+    IEnumEntry* entry = GetEntry(value);
+    if (!entry)
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, "the device reports " + std::to_string(value) +
+                                                            ", the value of no entry");
+    return entry;
+}
+
+void EnumerationNode::AddEntry(EnumEntryNode& entry) {
+    m_entries.push_back(&entry);
+    // An entry's availability is part of what the enumeration offers.
+    AddDependency(entry, ctInvalidatingChildren);
+}
+
+// Enumeration entry --------------------------------------------------------
+
+EnumEntryNode::EnumEntryNode(NodeMapBase& map, NodeInfo info, std::string symbolic, int64_t value)
+    : Node(map, std::move(info)),
+      m_symbolic(std::move(symbolic)),
+      m_value(value),
+      m_numericValue(static_cast<double>(value)) {}
+
+gcstring EnumEntryNode::ToString(bool, bool) { return m_symbolic; }
+
+void EnumEntryNode::FromString(const gcstring&, bool) {
+    ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS, "an enumeration entry is read-only; set its enumeration instead");
+}
+
+// Category -----------------------------------------------------------------
+
+gcstring CategoryNode::ToString(bool, bool) { return ""; }
+
+void CategoryNode::FromString(const gcstring&, bool) {
+    ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS, "a category has no value to set");
+}
+
+void CategoryNode::GetFeatures(FeatureList_t& Features) {
+    Lock lock(m_map);
+    Features.clear();
+    for (Node* n : m_features)
+        if (auto* v = dynamic_cast<IValue*>(n)) Features.push_back(v);
+}
+
+// Register -----------------------------------------------------------------
+
+gcstring RegisterNode::ToString(bool Verify, bool IgnoreCache) {
+    Lock lock(m_map);
+    const int64_t length = GetLength();
+    std::vector<uint8_t> bytes(static_cast<size_t>(std::max<int64_t>(length, 0)));
+    if (!bytes.empty()) Get(bytes.data(), length, Verify, IgnoreCache);
+    std::string text = "0x";
+    char hex[3];
+    for (uint8_t b : bytes) {
+        std::snprintf(hex, sizeof hex, "%02x", b);
+        text += hex;
+    }
+    return text;
+}
+
+void RegisterNode::FromString(const gcstring& ValueStr, bool Verify) {
+    const std::string& text = ValueStr.str();
+    if (text.size() < 2 || text[0] != '0' || (text[1] != 'x' && text[1] != 'X') || text.size() % 2 != 0)
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + text + "' is not 0x followed by hexadecimal bytes");
+    std::vector<uint8_t> bytes;
+    for (size_t i = 2; i < text.size(); i += 2) {
+        unsigned v = 0;
+        if (std::sscanf(text.c_str() + i, "%2x", &v) != 1 || !isxdigit(static_cast<unsigned char>(text[i])) ||
+            !isxdigit(static_cast<unsigned char>(text[i + 1])))
+            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + text + "' is not 0x followed by hexadecimal bytes");
+        bytes.push_back(static_cast<uint8_t>(v));
+    }
+    Set(bytes.data(), static_cast<int64_t>(bytes.size()), Verify);
+}
+
+void RegisterNode::Set(const uint8_t* pBuffer, int64_t Length, bool Verify) {
+    Lock lock(m_map);
+    CheckWritable(__func__);
+    if (!pBuffer) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the buffer is null");
+    const int64_t length = GetLength();
+    if (Length <= 0 || Length > length || (Verify && Length != length))
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "length " + std::to_string(Length) +
+                                                                " does not fit the register's " +
+                                                                std::to_string(length) + " bytes");
+    DoSet(pBuffer, Length);
+    m_map.NotifyChanged(*this);
+}
+
+void RegisterNode::Get(uint8_t* pBuffer, int64_t Length, bool Verify, bool IgnoreCache) {
+    Lock lock(m_map);
+    CheckReadable(__func__);
+    if (!pBuffer) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the buffer is null");
+    const int64_t length = GetLength();
+    if (Length <= 0 || Length > length || (Verify && Length != length))
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "length " + std::to_string(Length) +
+                                                                " does not fit the register's " +
+                                                                std::to_string(length) + " bytes");
+    DoGet(pBuffer, Length, IgnoreCache);
+}
+
+int64_t RegisterNode::GetLength() {
+    Lock lock(m_map);
+    return DoGetLength();
+}
+
+int64_t RegisterNode::GetAddress() {
+    Lock lock(m_map);
+    return DoGetAddress();
+}
+
+void RegisterNode::SetReference(IBase* pBase) {
+    Lock lock(m_map);
+    Node* node = m_map.NodeFromBase(pBase);
+    IPort* port = node ? dynamic_cast<IPort*>(node) : nullptr;
+    if (!port)
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the reference is not a port node of this node map");
+    DoSetPort(*port);
+    m_map.NotifyChanged(*this);
+}
+
+void RegisterNode::DoSetPort(IPort&) {
+    ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS, "this register cannot be bound to another port");
+}
+
+} // namespace impl
+} // namespace GenApi
+} // namespace Orvane

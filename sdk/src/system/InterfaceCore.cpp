@@ -1,0 +1,188 @@
+#include "system/InterfaceCore.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "core/Raise.h"
+#include "system/CameraCore.h"
+
+namespace Orvane {
+namespace internal {
+
+using namespace GenApi;
+using namespace GenApi::impl;
+
+InterfaceCore::InterfaceCore(std::unique_ptr<Transport> transport)
+    : m_transport(std::move(transport)), m_nodeMap("TLInterface") {
+    BuildNodeMap();
+}
+
+InterfaceCore::~InterfaceCore() = default;
+
+CameraChanges InterfaceCore::Update() {
+    std::vector<DeviceInfo> found = m_transport->Discover();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    CameraChanges changes;
+    std::vector<CameraPtr> next;
+    next.reserve(found.size());
+    for (const DeviceInfo& info : found) {
+        auto it = std::find_if(m_cameras.begin(), m_cameras.end(),
+                               [&](const CameraPtr& c) { return c->Core().Info().SameDevice(info); });
+        if (it != m_cameras.end()) {
+            (*it)->Core().UpdateInfo(info);
+            next.push_back(*it);
+        } else {
+            CameraPtr camera(std::make_shared<CameraBase>(std::make_shared<CameraCore>(info)));
+            changes.arrived.push_back(camera);
+            next.push_back(camera);
+        }
+    }
+    for (const CameraPtr& c : m_cameras) {
+        if (std::find(next.begin(), next.end(), c) == next.end()) {
+            c->Core().SetPresent(false);
+            changes.removed.push_back(c);
+        }
+    }
+    for (const CameraPtr& c : next) c->Core().SetPresent(true);
+    m_cameras.swap(next);
+    m_discovered = true;
+    if (m_deviceSelector >= static_cast<int64_t>(m_cameras.size())) m_deviceSelector = 0;
+    return changes;
+}
+
+CameraList InterfaceCore::Cameras() {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_discovered) {
+            CameraList list;
+            for (const CameraPtr& c : m_cameras) list.Add(c);
+            return list;
+        }
+    }
+    Update();
+    return Cameras();
+}
+
+bool InterfaceCore::InUse() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (const CameraPtr& c : m_cameras)
+        if (c.use_count() > 1 || c->Core().IsInitialized()) return true;
+    return false;
+}
+
+void InterfaceCore::Clear() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (const CameraPtr& c : m_cameras) c->Core().SetPresent(false);
+    m_cameras.clear();
+    m_discovered = false;
+    m_deviceSelector = 0;
+}
+
+DeviceInfo InterfaceCore::SelectedDevice() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_deviceSelector < 0 || m_deviceSelector >= static_cast<int64_t>(m_cameras.size()))
+        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "interface " + Id() + ": no device is selected (DeviceCount is " +
+                                                std::to_string(m_cameras.size()) + ")");
+    return m_cameras[static_cast<size_t>(m_deviceSelector)]->Core().Info();
+}
+
+void InterfaceCore::BuildNodeMap() {
+    NativeNodeMap& m = m_nodeMap;
+    const bool gige = Id() == "GigEVision";
+    auto deviceAvailable = [this] {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_cameras.empty() ? NA : RO;
+    };
+    auto deviceString = [&](const char* name, const char* tip, std::string DeviceInfo::*field) {
+        m.AddString(MakeInfo(name, tip), {[this, field] { return SelectedDevice().*field; }, nullptr, 256, deviceAvailable});
+    };
+
+    m.AddCategory(MakeInfo("Root", "The interface's transport-layer features."),
+                  {"InterfaceInformation", "DeviceEnumeration"});
+    m.AddCategory(MakeInfo("InterfaceInformation", "Identity of the interface."),
+                  {"InterfaceID", "InterfaceDisplayName", "InterfaceType"});
+    m.AddString(MakeInfo("InterfaceID", "Unique identifier of the interface."), {[this] { return Id(); }});
+    m.AddString(MakeInfo("InterfaceDisplayName", "User-readable name of the interface."),
+                {[this] { return DisplayName(); }});
+    const std::vector<std::pair<std::string, int64_t>> types = {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}};
+    const int64_t type = gige ? 0 : Id() == "USB3Vision" ? 1 : 2;
+    m.AddEnumeration(MakeInfo("InterfaceType", "Transport layer type of the interface."),
+                     {[type] { return type; }, nullptr, types});
+
+    std::vector<std::string> enumeration = {"DeviceUpdateList", "DeviceCount", "DeviceSelector", "DeviceID",
+                                            "DeviceVendorName", "DeviceModelName", "DeviceSerialNumber",
+                                            "DeviceAccessStatus", "DeviceUserID"};
+    if (gige) enumeration.insert(enumeration.end(), {"GevDeviceIPAddress", "GevDeviceMACAddress"});
+    m.AddCategory(MakeInfo("DeviceEnumeration", "Devices found on this interface."), enumeration);
+    m.AddCommand(MakeInfo("DeviceUpdateList", "Rediscovers the devices of this interface."),
+                 {[this] { Update(); }, nullptr, nullptr});
+    m.AddInteger(MakeInfo("DeviceCount", "Number of devices found by the last discovery."),
+                 {[this] {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      return static_cast<int64_t>(m_cameras.size());
+                  }});
+    m.AddInteger(MakeInfo("DeviceSelector", "Selects the device whose identity the Device features show."),
+                 {[this] {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      return m_deviceSelector;
+                  },
+                  [this](int64_t v) {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      m_deviceSelector = v;
+                  },
+                  [] { return int64_t(0); },
+                  [this] {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      return std::max<int64_t>(0, static_cast<int64_t>(m_cameras.size()) - 1);
+                  }});
+    deviceString("DeviceID", "Identifier of the selected device on this interface.", &DeviceInfo::deviceId);
+    deviceString("DeviceVendorName", "Vendor of the selected device.", &DeviceInfo::vendorName);
+    deviceString("DeviceModelName", "Model of the selected device.", &DeviceInfo::modelName);
+    deviceString("DeviceSerialNumber", "Serial number of the selected device.", &DeviceInfo::serialNumber);
+    deviceString("DeviceUserID", "User-defined name of the selected device.", &DeviceInfo::userId);
+    const std::vector<std::pair<std::string, int64_t>> access = {
+        {"Unknown", AccessStatusUnknown}, {"ReadWrite", AccessStatusReadWrite},
+        {"ReadOnly", AccessStatusReadOnly}, {"NoAccess", AccessStatusNoAccess},
+        {"Busy", AccessStatusBusy},       {"OpenReadWrite", AccessStatusOpenReadWrite},
+        {"OpenReadOnly", AccessStatusOpenReadOnly}};
+    m.AddEnumeration(MakeInfo("DeviceAccessStatus", "How the selected device can be opened now."),
+                     {[this]() -> int64_t {
+                          std::lock_guard<std::mutex> lock(m_mutex);
+                          if (m_deviceSelector >= static_cast<int64_t>(m_cameras.size())) return AccessStatusUnknown;
+                          return m_cameras[static_cast<size_t>(m_deviceSelector)]->Core().AccessStatus();
+                      },
+                      nullptr, access, deviceAvailable});
+    if (gige) {
+        auto ipv4 = [this]() -> int64_t {
+            const std::string a = SelectedDevice().address;
+            unsigned b[4] = {0, 0, 0, 0};
+            if (std::sscanf(a.c_str(), "%u.%u.%u.%u", &b[0], &b[1], &b[2], &b[3]) != 4) return 0;
+            return (int64_t(b[0]) << 24) | (int64_t(b[1]) << 16) | (int64_t(b[2]) << 8) | int64_t(b[3]);
+        };
+        IntegerSpec ip{ipv4, nullptr, nullptr, nullptr, 1, IPV4Address, "", deviceAvailable};
+        m.AddInteger(MakeInfo("GevDeviceIPAddress", "IP address of the selected device."), ip);
+        auto mac = [this]() -> int64_t {
+            const std::string a = SelectedDevice().physicalId;
+            unsigned b[6] = {0, 0, 0, 0, 0, 0};
+            if (std::sscanf(a.c_str(), "%x:%x:%x:%x:%x:%x", &b[0], &b[1], &b[2], &b[3], &b[4], &b[5]) != 6) return 0;
+            int64_t v = 0;
+            for (unsigned x : b) v = (v << 8) | x;
+            return v;
+        };
+        IntegerSpec macSpec{mac, nullptr, nullptr, nullptr, 1, MACAddress, "", deviceAvailable};
+        m.AddInteger(MakeInfo("GevDeviceMACAddress", "MAC address of the selected device."), macSpec);
+    }
+    for (const std::string& n : enumeration)
+        if (n != "DeviceSelector" && n != "DeviceUpdateList") m.Depends(n, "DeviceSelector");
+    for (const std::string& n : enumeration)
+        if (n != "DeviceUpdateList") m.Depends(n, "DeviceUpdateList");
+    for (const std::string& n : enumeration)
+        if (n.rfind("Device", 0) == 0 && n != "DeviceSelector" && n != "DeviceUpdateList" && n != "DeviceCount")
+            m.Selects("DeviceSelector", n);
+        else if (n.rfind("Gev", 0) == 0)
+            m.Selects("DeviceSelector", n);
+    m.Finish();
+}
+
+} // namespace internal
+} // namespace Orvane

@@ -1,0 +1,50 @@
+#include "Orvane/System.h"
+
+#include "logging/Logger.h"
+#include "system/SystemCore.h"
+
+namespace Orvane {
+
+SystemPtr System::GetInstance() {
+    return SystemPtr(std::shared_ptr<System>(new System(internal::SystemCore::Acquire())));
+}
+
+System::System(std::shared_ptr<internal::SystemCore> core) : m_core(std::move(core)) {}
+
+System::~System() { ReleaseInstance(); }
+
+void System::ReleaseInstance() {
+    if (!m_core) return;
+    std::shared_ptr<internal::SystemCore> core;
+    core.swap(m_core);
+    internal::SystemCore::Release(core);
+}
+
+internal::SystemCore& System::Core() const {
+    if (!m_core) detail::ThrowNullPointer("System");
+    return *m_core;
+}
+
+InterfaceList System::GetInterfaces(bool updateInterface) { return Core().Interfaces(updateInterface); }
+
+CameraList System::GetCameras(bool updateInterfaces, bool updateCameras) {
+    return Core().Cameras(updateInterfaces, updateCameras);
+}
+
+bool System::UpdateCameras(bool updateInterfaces) { return Core().UpdateCameras(updateInterfaces).Any(); }
+
+bool System::IsInUse() { return Core().InUse(); }
+
+LibraryVersion System::GetLibraryVersion() {
+    return LibraryVersion{ORVANE_VERSION_MAJOR, ORVANE_VERSION_MINOR, 0, ORVANE_VERSION_PATCH};
+}
+
+GenApi::INodeMap& System::GetTLNodeMap() const { return Core().TLNodeMap(); }
+
+void System::RegisterLoggingEventHandler(LoggingEventHandler& handler) { Logger::Register(handler); }
+void System::UnregisterLoggingEventHandler(LoggingEventHandler& handler) { Logger::Unregister(handler); }
+void System::UnregisterAllLoggingEventHandlers() { Logger::UnregisterAll(); }
+void System::SetLoggingEventPriorityLevel(LogLevel level) { LoggerWrapper::SetPriority(level); }
+LogLevel System::GetLoggingEventPriorityLevel() { return LoggerWrapper::GetPriority(); }
+
+} // namespace Orvane

@@ -1,0 +1,268 @@
+#include "system/SystemCore.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+
+#include "core/Raise.h"
+#include "system/CameraCore.h"
+
+namespace Orvane {
+namespace internal {
+
+using namespace GenApi;
+using namespace GenApi::impl;
+
+namespace {
+
+std::mutex g_instanceMutex;
+// Never destroyed: cameras may outlive main's objects, and their teardown must
+// not run during static destruction.
+std::shared_ptr<SystemCore>* g_instance = new std::shared_ptr<SystemCore>();
+
+constexpr int kMaxVirtualCameras = 64;
+
+std::string LibraryPath() {
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void*>(&LibraryPath), &info) && info.dli_fname) return info.dli_fname;
+    return "";
+}
+
+} // namespace
+
+std::shared_ptr<SystemCore> SystemCore::Acquire() {
+    std::lock_guard<std::mutex> lock(g_instanceMutex);
+    if (!*g_instance) *g_instance = std::make_shared<SystemCore>();
+    ++(*g_instance)->m_references;
+    return *g_instance;
+}
+
+void SystemCore::Release(const std::shared_ptr<SystemCore>& core) {
+    std::lock_guard<std::mutex> lock(g_instanceMutex);
+    if (--core->m_references > 0) return;
+    core->Shutdown();
+    if (*g_instance == core) g_instance->reset();
+}
+
+SystemCore::SystemCore() : m_nodeMap("TLSystem") {
+    if (const char* t = std::getenv("ORVANE_TRANSPORTS")) {
+        m_enableVirtual = m_enableGigE = m_enableUSB3 = false;
+        std::stringstream list(t);
+        std::string item;
+        while (std::getline(list, item, ',')) {
+            if (item == "all") m_enableVirtual = m_enableGigE = m_enableUSB3 = true;
+            else if (item == "virtual") m_enableVirtual = true;
+            else if (item == "gige") m_enableGigE = true;
+            else if (item == "usb3") m_enableUSB3 = true;
+        }
+    }
+    if (const char* n = std::getenv("ORVANE_VIRTUAL_CAMERAS")) {
+        char* end = nullptr;
+        const long count = std::strtol(n, &end, 10);
+        if (end != n && *end == 0 && count >= 0) m_virtualCount = static_cast<int>(std::min<long>(count, kMaxVirtualCameras));
+    }
+    BuildNodeMap();
+}
+
+SystemCore::~SystemCore() = default;
+
+void SystemCore::Shutdown() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (InterfacePtr* i : {&m_virtual, &m_gige, &m_usb3})
+        if (*i) (*i)->Core().Clear();
+    m_lastInterfaces.clear();
+}
+
+bool SystemCore::TransportEnabled(const std::string& id) const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (id == "Virtual") return m_enableVirtual;
+    if (id == "GigEVision") return m_enableGigE;
+    if (id == "USB3Vision") return m_enableUSB3;
+    return false;
+}
+
+void SystemCore::EnableTransport(const std::string& id, bool enable) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (id == "Virtual") m_enableVirtual = enable;
+    else if (id == "GigEVision") m_enableGigE = enable;
+    else if (id == "USB3Vision") m_enableUSB3 = enable;
+}
+
+void SystemCore::SetVirtualCameraCount(int count) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_virtualCount = count;
+}
+
+std::vector<InterfacePtr> SystemCore::EnabledInterfaces() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<InterfacePtr> out;
+    auto make = [](InterfacePtr& slot, std::unique_ptr<Transport> (*factory)()) {
+        if (!slot) slot = InterfacePtr(std::make_shared<Interface>(std::make_shared<InterfaceCore>(factory())));
+        return slot;
+    };
+    if (m_enableVirtual) {
+        if (!m_virtual) {
+            auto transport = MakeVirtualTransport([this] {
+                std::lock_guard<std::mutex> l(m_mutex);
+                return m_virtualCount;
+            });
+            m_virtual = InterfacePtr(std::make_shared<Interface>(std::make_shared<InterfaceCore>(std::move(transport))));
+        }
+        out.push_back(m_virtual);
+    }
+    if (m_enableGigE) out.push_back(make(m_gige, &MakeGigEVisionTransport));
+    if (m_enableUSB3) out.push_back(make(m_usb3, &MakeUSB3VisionTransport));
+    return out;
+}
+
+InterfaceList SystemCore::Interfaces(bool update) {
+    std::vector<InterfacePtr> interfaces;
+    if (update) {
+        interfaces = EnabledInterfaces();
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_lastInterfaces = interfaces;
+        if (m_interfaceSelector >= static_cast<int64_t>(interfaces.size())) m_interfaceSelector = 0;
+    } else {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        interfaces = m_lastInterfaces;
+    }
+    InterfaceList list;
+    for (const InterfacePtr& i : interfaces) list.Append(i);
+    return list;
+}
+
+CameraList SystemCore::Cameras(bool updateInterfaces, bool updateCameras) {
+    if (updateCameras) UpdateCameras(updateInterfaces);
+    const InterfaceList interfaces = Interfaces(updateInterfaces);
+    CameraList cameras;
+    for (unsigned i = 0; i < interfaces.GetSize(); ++i) cameras.Append(interfaces.GetByIndex(i)->Core().Cameras());
+    return cameras;
+}
+
+CameraChanges SystemCore::UpdateCameras(bool updateInterfaces) {
+    const InterfaceList interfaces = Interfaces(updateInterfaces);
+    CameraChanges all;
+    for (unsigned i = 0; i < interfaces.GetSize(); ++i) {
+        CameraChanges c = interfaces.GetByIndex(i)->Core().Update();
+        all.arrived.insert(all.arrived.end(), c.arrived.begin(), c.arrived.end());
+        all.removed.insert(all.removed.end(), c.removed.begin(), c.removed.end());
+    }
+    return all;
+}
+
+bool SystemCore::InUse() {
+    std::vector<InterfacePtr> interfaces;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        for (InterfacePtr* i : {&m_virtual, &m_gige, &m_usb3})
+            if (*i) interfaces.push_back(*i);
+    }
+    for (const InterfacePtr& i : interfaces) {
+        // Held here, in the member slot and possibly in m_lastInterfaces.
+        long internal = 2;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            internal += std::count(m_lastInterfaces.begin(), m_lastInterfaces.end(), i);
+        }
+        if (i.use_count() > internal || i->Core().InUse()) return true;
+    }
+    return false;
+}
+
+void SystemCore::BuildNodeMap() {
+    NativeNodeMap& m = m_nodeMap;
+    auto text = [&](const char* name, const char* tip, std::string value) {
+        m.AddString(MakeInfo(name, tip), {[value] { return value; }});
+    };
+    auto number = [&](const char* name, const char* tip, int64_t value) {
+        m.AddInteger(MakeInfo(name, tip), {[value] { return value; }});
+    };
+    m.AddCategory(MakeInfo("Root", "The system's transport-layer features."),
+                  {"SystemInformation", "InterfaceEnumeration", "TransportSelection"});
+    m.AddCategory(MakeInfo("SystemInformation", "Identity and version of the transport layer."),
+                  {"TLID", "TLVendorName", "TLModelName", "TLVersion", "TLFileName", "TLDisplayName", "TLPath",
+                   "TLType", "GenTLVersionMajor", "GenTLVersionMinor", "GenTLSFNCVersionMajor",
+                   "GenTLSFNCVersionMinor", "GenTLSFNCVersionSubMinor", "GevVersionMajor", "GevVersionMinor"});
+    const std::string version = std::to_string(ORVANE_VERSION_MAJOR) + "." + std::to_string(ORVANE_VERSION_MINOR) +
+                                "." + std::to_string(ORVANE_VERSION_PATCH);
+    const std::string path = LibraryPath();
+    const size_t slash = path.rfind('/');
+    text("TLID", "Unique identifier of the transport layer.", "Orvane");
+    text("TLVendorName", "Vendor of the transport layer.", "Orvane");
+    text("TLModelName", "Model of the transport layer.", "Orvane SDK");
+    text("TLVersion", "Version of the transport layer.", version);
+    text("TLFileName", "File name of the library implementing the transport layer.",
+         slash == std::string::npos ? path : path.substr(slash + 1));
+    text("TLDisplayName", "User-readable name of the transport layer.", "Orvane transport layer");
+    text("TLPath", "Full path of the library implementing the transport layer.", path);
+    m.AddEnumeration(MakeInfo("TLType", "Transport layer type."),
+                     {[] { return int64_t(3); }, nullptr,
+                      {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}, {"Mixed", 3}}});
+    number("GenTLVersionMajor", "Major version of the GenTL interface the layer follows.", 1);
+    number("GenTLVersionMinor", "Minor version of the GenTL interface the layer follows.", 5);
+    number("GenTLSFNCVersionMajor", "Major version of the GenTL feature naming the layer follows.", 1);
+    number("GenTLSFNCVersionMinor", "Minor version of the GenTL feature naming the layer follows.", 1);
+    number("GenTLSFNCVersionSubMinor", "Sub-minor version of the GenTL feature naming the layer follows.", 0);
+    number("GevVersionMajor", "Major version of the GigE Vision protocol supported.", 2);
+    number("GevVersionMinor", "Minor version of the GigE Vision protocol supported.", 0);
+
+    m.AddCategory(MakeInfo("InterfaceEnumeration", "Interfaces of the enabled transports."),
+                  {"InterfaceUpdateList", "InterfaceSelector", "InterfaceID", "InterfaceDisplayName"});
+    m.AddCommand(MakeInfo("InterfaceUpdateList", "Updates the list of interfaces."),
+                 {[this] { Interfaces(true); }, nullptr, nullptr});
+    m.AddInteger(MakeInfo("InterfaceSelector", "Selects the interface whose identity the Interface features show."),
+                 {[this] {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      return m_interfaceSelector;
+                  },
+                  [this](int64_t v) {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      m_interfaceSelector = v;
+                  },
+                  [] { return int64_t(0); },
+                  [this] {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      return std::max<int64_t>(0, static_cast<int64_t>(m_lastInterfaces.size()) - 1);
+                  }});
+    auto selected = [this]() -> InterfacePtr {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_interfaceSelector < 0 || m_interfaceSelector >= static_cast<int64_t>(m_lastInterfaces.size()))
+            ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "no interface is selected: run InterfaceUpdateList first");
+        return m_lastInterfaces[static_cast<size_t>(m_interfaceSelector)];
+    };
+    auto interfaceAvailable = [this] {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_lastInterfaces.empty() ? NA : RO;
+    };
+    m.AddString(MakeInfo("InterfaceID", "Identifier of the selected interface."),
+                {[selected] { return selected()->GetID().str(); }, nullptr, 256, interfaceAvailable});
+    m.AddString(MakeInfo("InterfaceDisplayName", "User-readable name of the selected interface."),
+                {[selected] { return selected()->GetDisplayName().str(); }, nullptr, 256, interfaceAvailable});
+
+    m.AddCategory(MakeInfo("TransportSelection", "Which transports discovery covers."),
+                  {"EnumerateVirtualInterfaces", "VirtualCameraCount", "EnumerateGEVInterfaces", "EnumerateUSBInterfaces"});
+    auto toggle = [&](const char* name, const char* tip, const char* id) {
+        m.AddBoolean(MakeInfo(name, tip), {[this, id] { return TransportEnabled(id); },
+                                           [this, id](bool v) { EnableTransport(id, v); }});
+    };
+    toggle("EnumerateVirtualInterfaces", "Whether discovery lists the built-in virtual cameras.", "Virtual");
+    toggle("EnumerateGEVInterfaces", "Whether discovery covers GigE Vision (broadcasts on every network adapter).",
+           "GigEVision");
+    toggle("EnumerateUSBInterfaces", "Whether discovery covers USB3 Vision.", "USB3Vision");
+    m.AddInteger(MakeInfo("VirtualCameraCount", "Number of built-in virtual cameras."),
+                 {[this] { return int64_t(VirtualCameraCount()); },
+                  [this](int64_t v) { SetVirtualCameraCount(static_cast<int>(v)); },
+                  [] { return int64_t(0); }, [] { return int64_t(kMaxVirtualCameras); }});
+
+    for (const char* n : {"InterfaceID", "InterfaceDisplayName"}) {
+        m.Depends(n, "InterfaceUpdateList");
+        m.Selects("InterfaceSelector", n);
+    }
+    m.Depends("InterfaceSelector", "InterfaceUpdateList");
+    m.Finish();
+}
+
+} // namespace internal
+} // namespace Orvane

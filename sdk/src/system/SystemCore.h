@@ -1,0 +1,67 @@
+// SystemCore: the process-wide state behind every Orvane::System object: the
+// enabled transports, their interfaces, and the system's TL node map.
+//
+// Lifetime: created by the first System::GetInstance, shut down when the last
+// reference is released; a later GetInstance creates a fresh one (reading the
+// environment again).
+//
+// Locking: m_mutex guards the transport selection and the interface list;
+// each interface has its own lock for its cameras.
+#ifndef ORVANE_SYSTEM_SYSTEM_CORE_H
+#define ORVANE_SYSTEM_SYSTEM_CORE_H
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "Orvane/InterfaceList.h"
+#include "genapi/NativeNodeMap.h"
+#include "system/InterfaceCore.h"
+
+namespace Orvane {
+namespace internal {
+
+class SystemCore {
+public:
+    SystemCore();
+    ~SystemCore();
+
+    // Reference counting by System objects.
+    static std::shared_ptr<SystemCore> Acquire();
+    static void Release(const std::shared_ptr<SystemCore>& core);
+
+    InterfaceList Interfaces(bool update);
+    CameraList Cameras(bool updateInterfaces, bool updateCameras);
+    CameraChanges UpdateCameras(bool updateInterfaces);
+    bool InUse();
+
+    GenApi::INodeMap& TLNodeMap() { return m_nodeMap; }
+
+    // Transport selection (also through the TL node map).
+    bool TransportEnabled(const std::string& id) const;
+    void EnableTransport(const std::string& id, bool enable);
+    int VirtualCameraCount() const { return m_virtualCount; }
+    void SetVirtualCameraCount(int count);
+
+private:
+    void BuildNodeMap();
+    void Shutdown();
+    // Interfaces of the enabled transports, created on first use.
+    std::vector<InterfacePtr> EnabledInterfaces();
+
+    mutable std::mutex m_mutex;
+    int m_references = 0;
+    bool m_enableVirtual = true;
+    bool m_enableGigE = false;
+    bool m_enableUSB3 = false;
+    int m_virtualCount = 1;
+    InterfacePtr m_virtual, m_gige, m_usb3;
+    std::vector<InterfacePtr> m_lastInterfaces;  // as of the last interface update
+    int64_t m_interfaceSelector = 0;
+    GenApi::impl::NativeNodeMap m_nodeMap;
+};
+
+} // namespace internal
+} // namespace Orvane
+
+#endif
