@@ -1,0 +1,60 @@
+# Helpers for test and benchmark targets.
+include(GoogleTest)
+find_package(GTest REQUIRED)
+
+# orvane_gtest(<name> SOURCES ... [LIBS ...] [LABELS ...] [NETNS] [TIMEOUT s] [SERIAL])
+#   A GoogleTest executable whose test cases are registered one by one.
+#   LIBS default to the shared SDK (Orvane). NETNS runs every case inside a
+#   private network namespace where only loopback exists (tests/tools/netns-run).
+#   SERIAL keeps the cases from running in parallel with other tests.
+function(orvane_gtest name)
+  cmake_parse_arguments(T "NETNS;SERIAL" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+  add_executable(${name} ${T_SOURCES})
+  orvane_strict(${name})
+  if(NOT T_LIBS)
+    set(T_LIBS Orvane)
+  endif()
+  target_link_libraries(${name} PRIVATE ${T_LIBS} GTest::gtest GTest::gtest_main GTest::gmock)
+  target_compile_definitions(${name} PRIVATE ORVANE_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+                                             ORVANE_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 120)
+  endif()
+  set(props TIMEOUT ${T_TIMEOUT})
+  if(T_LABELS)
+    list(APPEND props LABELS "${T_LABELS}")
+  endif()
+  if(T_SERIAL)
+    list(APPEND props RUN_SERIAL TRUE)
+  endif()
+  set(env "ORVANE_TRANSPORTS=virtual")
+  if(ORVANE_SANITIZE)
+    list(APPEND env "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tools/lsan.supp:print_suppressions=0"
+                    "ASAN_OPTIONS=detect_leaks=1:abort_on_error=0"
+                    "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
+                    "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+  endif()
+  list(APPEND props ENVIRONMENT "${env}")
+  if(T_NETNS)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+      PROPERTIES ${props}
+      TEST_PREFIX "${name}."
+      EXTRA_ARGS "")
+    set_property(TARGET ${name} PROPERTY CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/tests/tools/netns-run)
+  else()
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ${props} TEST_PREFIX "${name}.")
+  endif()
+endfunction()
+
+# orvane_benchmark(<name> SOURCES ... [LIBS ...])
+function(orvane_benchmark name)
+  cmake_parse_arguments(B "" "" "SOURCES;LIBS" ${ARGN})
+  find_package(benchmark REQUIRED)
+  add_executable(${name} ${B_SOURCES})
+  orvane_strict(${name})
+  if(NOT B_LIBS)
+    set(B_LIBS Orvane)
+  endif()
+  target_link_libraries(${name} PRIVATE ${B_LIBS} benchmark::benchmark)
+  set_property(GLOBAL APPEND PROPERTY ORVANE_BENCHMARKS ${name})
+endfunction()
