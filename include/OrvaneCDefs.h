@@ -129,6 +129,61 @@ typedef struct _orvLibraryVersion {
     int32_t build;
 } orvLibraryVersion;
 
+/* Pixel formats: the PixelFormat_* constants (0 Mono8, 1 Mono16, ...; the
+ * same numbering as the SDK's Orvane::PixelFormatEnums). */
+typedef int32_t orvPixelFormat;
+enum { ORV_UNKNOWN_PIXELFORMAT = -1 };
+
+/* How a transport numbers an image's pixel format code. */
+typedef enum _orvPixelFormatNamespace {
+    ORV_PIXELFORMAT_NAMESPACE_UNKNOWN = 0,
+    ORV_PIXELFORMAT_NAMESPACE_GEV = 1,
+    ORV_PIXELFORMAT_NAMESPACE_IIDC = 2,
+    ORV_PIXELFORMAT_NAMESPACE_PFNC_16BIT = 3,
+    ORV_PIXELFORMAT_NAMESPACE_PFNC_32BIT = 4,
+    ORV_PIXELFORMAT_NAMESPACE_CUSTOM = 1000
+} orvPixelFormatNamespace;
+
+/* What a buffer carries. */
+typedef enum _orvTLPayloadType {
+    ORV_PAYLOAD_TYPE_UNKNOWN = 0,
+    ORV_PAYLOAD_TYPE_IMAGE = 1,
+    ORV_PAYLOAD_TYPE_RAW_DATA = 2,
+    ORV_PAYLOAD_TYPE_FILE = 3,
+    ORV_PAYLOAD_TYPE_CHUNK_DATA = 4,
+    ORV_PAYLOAD_TYPE_JPEG = 5,
+    ORV_PAYLOAD_TYPE_JPEG2000 = 6,
+    ORV_PAYLOAD_TYPE_H264 = 7,
+    ORV_PAYLOAD_TYPE_CHUNK_ONLY = 8,
+    ORV_PAYLOAD_TYPE_DEVICE_SPECIFIC = 9,
+    ORV_PAYLOAD_TYPE_MULTI_PART = 10
+} orvTLPayloadType;
+
+/* Why an image is incomplete (orvImageGetStatusDescription explains each). */
+typedef enum _orvImageStatus {
+    ORV_IMAGE_STATUS_OK = 0,
+    ORV_IMAGE_STATUS_INCOMPLETE = 1,
+    ORV_IMAGE_STATUS_MISSING_PACKETS = 2,
+    ORV_IMAGE_STATUS_WRONG_PACKET_ID = 3,
+    ORV_IMAGE_STATUS_SIZE_MISMATCH = 4,
+    ORV_IMAGE_STATUS_TIMEOUT = 5,
+    ORV_IMAGE_STATUS_ABORTED = 6,
+    ORV_IMAGE_STATUS_CRC_FAILED = 7,
+    ORV_IMAGE_STATUS_CHUNK_INVALID = 8,
+    ORV_IMAGE_STATUS_UNKNOWN_ERROR = 9
+} orvImageStatus;
+
+/* Demosaicing algorithms for Bayer sources. */
+typedef enum _orvColorProcessingAlgorithm {
+    ORV_COLOR_PROCESSING_DEFAULT = 0,
+    ORV_COLOR_PROCESSING_NONE = 1,
+    ORV_COLOR_PROCESSING_NEAREST_NEIGHBOR = 2,
+    ORV_COLOR_PROCESSING_BILINEAR = 3,
+    ORV_COLOR_PROCESSING_EDGE_AWARE = 4,
+    ORV_COLOR_PROCESSING_GRADIENT_CORRECTED = 5,
+    ORV_COLOR_PROCESSING_DIRECTIONAL = 6
+} orvColorProcessingAlgorithm;
+
 /* Called when a node (or a node it depends on) changed. The handle is valid
  * only during the call. Runs on the thread that made the change, after the
  * node map's lock was released. */

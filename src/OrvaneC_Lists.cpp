@@ -1,6 +1,7 @@
 // Interface and camera lists of the OrvaneC module. Element handles are new
 // records on every Get, each holding its own reference to the SDK object.
 #include "Orvane/CameraList.h"
+#include "Orvane/ImageList.h"
 #include "Orvane/InterfaceList.h"
 #include "OrvaneCModule.h"
 
@@ -138,6 +139,69 @@ orvError orvCameraListRemoveBySerial(orvCameraList list, const char* serial) {
         CheckNullParam(serial);
         checkObjectType(ORV_HANDLE_CAMERA_LIST, list);
         AsList<CameraList>(list)->RemoveBySerial(std::string(serial));
+        return ORV_OK;
+    });
+}
+
+// Image lists
+
+orvError orvImageListCreateEmpty(orvImageList* list) { return CreateEmpty<ImageList>(ORV_HANDLE_IMAGE_LIST, list); }
+orvError orvImageListDestroy(orvImageList list) { return Destroy<ImageList>(ORV_HANDLE_IMAGE_LIST, list); }
+orvError orvImageListGetSize(orvImageList list, size_t* size) {
+    return GetSize<ImageList>(ORV_HANDLE_IMAGE_LIST, list, size);
+}
+orvError orvImageListGet(orvImageList list, size_t index, orvImage* image) {
+    return GetElement<ImageList, ImagePtr>(ORV_HANDLE_IMAGE_LIST, ORV_HANDLE_IMAGE, list, index, image);
+}
+orvError orvImageListClear(orvImageList list) { return Clear<ImageList>(ORV_HANDLE_IMAGE_LIST, list); }
+
+orvError orvImageListRemove(orvImageList list, size_t index) {
+    return OrvaneCFrame([&] {
+        CheckNullHandle(list);
+        checkObjectType(ORV_HANDLE_IMAGE_LIST, list);
+        AsList<ImageList>(list)->RemoveByIndex(index);
+        return ORV_OK;
+    });
+}
+
+orvError orvImageListAppend(orvImageList list, orvImageList other) {
+    return OrvaneCFrame([&] {
+        CheckNullHandle(list);
+        CheckNullHandle(other);
+        checkObjectType(ORV_HANDLE_IMAGE_LIST, list);
+        checkObjectType(ORV_HANDLE_IMAGE_LIST, other);
+        AsList<ImageList>(list)->Append(*AsList<ImageList>(other));
+        return ORV_OK;
+    });
+}
+
+orvError orvImageListGetByPixelFormat(orvImageList list, orvPixelFormat pixelFormat, orvImage* image) {
+    return OrvaneCFrame([&] {
+        CheckNullHandle(list);
+        checkObjectType(ORV_HANDLE_IMAGE_LIST, list);
+        orvObject* record = newRecord(ORV_HANDLE_IMAGE);
+        ImagePtr* element = new ImagePtr();
+        *element = AsList<ImageList>(list)->GetByPixelFormat(static_cast<PixelFormatEnums>(pixelFormat));
+        record->target = element;
+        *image = record;
+        return ORV_OK;
+    });
+}
+
+orvError orvImageListRemoveByPixelFormat(orvImageList list, orvPixelFormat pixelFormat) {
+    return OrvaneCFrame([&] {
+        CheckNullHandle(list);
+        checkObjectType(ORV_HANDLE_IMAGE_LIST, list);
+        AsList<ImageList>(list)->RemoveByPixelFormat(static_cast<PixelFormatEnums>(pixelFormat));
+        return ORV_OK;
+    });
+}
+
+orvError orvImageListRelease(orvImageList list) {
+    return OrvaneCFrame([&] {
+        CheckNullHandle(list);
+        checkObjectType(ORV_HANDLE_IMAGE_LIST, list);
+        AsList<ImageList>(list)->Release();
         return ORV_OK;
     });
 }
