@@ -10,7 +10,7 @@ function(orvane_sanitizer_defaults target)
   endif()
 endfunction()
 
-# orvane_gtest(<name> SOURCES ... [LIBS ...] [LABELS ...] [NETNS] [TIMEOUT s] [SERIAL])
+# orvane_gtest(<name> SOURCES ... [LIBS ...] [LABELS tier] [NETNS] [TIMEOUT s] [SERIAL])
 #   A GoogleTest executable whose test cases are registered one by one.
 #   LIBS default to the shared SDK (Orvane). NETNS runs every case inside a
 #   private network namespace where only loopback exists (tests/tools/netns-run).
@@ -29,8 +29,12 @@ function(orvane_gtest name)
     set(T_TIMEOUT 120)
   endif()
   set(props TIMEOUT ${T_TIMEOUT})
+  # gtest_discover_tests flattens list-valued properties: one label (the
+  # tier) per test program. ThreadSanitizer runs select programs by name
+  # (`threads` in the name).
   if(T_LABELS)
-    list(APPEND props LABELS "${T_LABELS}")
+    list(GET T_LABELS 0 _label)
+    list(APPEND props LABELS "${_label}")
   endif()
   if(T_SERIAL)
     list(APPEND props RUN_SERIAL TRUE)
