@@ -72,19 +72,28 @@ GenICam::gcstring Node::GetDeviceName() const { return m_map.GetDeviceName(); }
 void Node::GetChildren(node_vector& Children, ELinkType LinkType) const {
     NodeMapBase::MapLock lock(m_map);
     Children.clear();
+    // Hidden nodes (NodeMapBase::AddHidden) are never handed out.
+    auto add = [&](Node* n) {
+        if (m_map.NodeFromBase(n)) Children.push_back(n);
+    };
     if (LinkType == ctDependingNodes) {
-        for (Node* n : m_dependents) Children.push_back(n);
+        for (Node* n : m_dependents) add(n);
+        return;
+    }
+    if (LinkType == ctWritingChildren) {
+        for (Node* n : m_writes) add(n);
         return;
     }
     for (size_t i = 0; i < m_dependsOn.size(); ++i)
         if (LinkType == ctReadingChildren || LinkType == ctTerminalNodes || m_dependsOnKind[i] == LinkType)
-            Children.push_back(m_dependsOn[i]);
+            add(m_dependsOn[i]);
 }
 
 void Node::GetParents(node_vector& Parents, ELinkType) const {
     NodeMapBase::MapLock lock(m_map);
     Parents.clear();
-    for (Node* n : m_dependents) Parents.push_back(n);
+    for (Node* n : m_dependents)
+        if (m_map.NodeFromBase(n)) Parents.push_back(n);
 }
 
 CallbackHandleType Node::RegisterCallback(CNodeCallback* pCallback) {
@@ -178,6 +187,12 @@ void Node::AddSelected(Node& selected) {
     selected.m_selecting.push_back(this);
     // A selector's change changes what its selected features show.
     selected.AddDependency(*this, ctInvalidatingChildren);
+}
+
+void Node::AddWriteTarget(Node& target) {
+    if (&target == this || std::find(m_writes.begin(), m_writes.end(), &target) != m_writes.end()) return;
+    m_writes.push_back(&target);
+    m_map.InvalidateDependencyGraph();
 }
 
 void Node::InvalidateCache() { m_cachedAccess = _UndefinedAccesMode; }

@@ -12,14 +12,17 @@ namespace impl {
 NodeMapBase::NodeMapBase(std::string deviceName) : m_deviceName(std::move(deviceName)) {}
 NodeMapBase::~NodeMapBase() = default;
 
-void NodeMapBase::AddNode(std::unique_ptr<Node> node) {
+void NodeMapBase::AddNode(std::unique_ptr<Node> node, bool hidden) {
     MapLock lock(*this);
     const std::string& name = node->Info().name;
-    if (m_byName.count(name)) ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "node map " + m_deviceName + ": duplicate node " + name);
     Node* raw = node.get();
-    m_byName.emplace(name, raw);
-    m_byBase.emplace(static_cast<const IBase*>(raw), raw);
-    m_order.push_back(raw);
+    if (!hidden) {
+        if (m_byName.count(name))
+            ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "node map " + m_deviceName + ": duplicate node " + name);
+        m_byName.emplace(name, raw);
+        m_byBase.emplace(static_cast<const IBase*>(raw), raw);
+        m_order.push_back(raw);
+    }
     m_nodes.push_back(std::move(node));
     m_graphValid = false;
 }
@@ -49,12 +52,13 @@ size_t NodeMapBase::GetNumNodes() const { return m_order.size(); }
 
 void NodeMapBase::InvalidateNodes() const {
     MapLock lock(*this);
-    for (Node* n : m_order) n->InvalidateCache();
+    for (const auto& n : m_nodes) n->InvalidateCache();
 }
 
 void NodeMapBase::Poll(int64_t ElapsedTime) {
     MapLock lock(*this);
-    for (Node* n : m_order) {
+    for (const auto& owned : m_nodes) {
+        Node* n = owned.get();
         const int64_t period = n->GetPollingTime();
         if (period < 0) continue;
         int64_t& elapsed = m_pollElapsed[n];
@@ -107,9 +111,12 @@ const std::vector<Node*>& NodeMapBase::Closure(Node& node) {
     auto it = m_closures.find(&node);
     if (it != m_closures.end()) return it->second;
     std::vector<Node*> closure{&node};
+    std::unordered_set<Node*> seen{&node};
+    for (Node* w : node.WriteTargets())
+        if (seen.insert(w).second) closure.push_back(w);
     for (size_t i = 0; i < closure.size(); ++i)
         for (Node* d : closure[i]->Dependents())
-            if (std::find(closure.begin(), closure.end(), d) == closure.end()) closure.push_back(d);
+            if (seen.insert(d).second) closure.push_back(d);
     return m_closures.emplace(&node, std::move(closure)).first->second;
 }
 

@@ -51,6 +51,14 @@ public:
         AddNode(std::unique_ptr<Node>(std::move(node)));
         return raw;
     }
+    // Adds a node that takes part in the dependency graph but that users never
+    // see: it is in neither GetNodes nor GetNode, and NodeFromBase ignores it.
+    template <class T>
+    T* AddHidden(std::unique_ptr<T> node) {
+        T* raw = node.get();
+        AddNode(std::unique_ptr<Node>(std::move(node)), true);
+        return raw;
+    }
     Node* FindNode(const std::string& name) const;
     const std::vector<Node*>& Nodes() const { return m_order; }
 
@@ -58,9 +66,10 @@ public:
     // so a foreign pointer is never dereferenced).
     Node* NodeFromBase(const IBase* p) const;
 
-    // Records that `node` changed: drops the caches of the node and of every
-    // node depending on it, and fires their callbacks (see the header comment).
-    // The caller holds the map's lock.
+    // Records that `node` changed: drops the caches of the node, of the nodes
+    // it writes through (Node::AddWriteTarget) and of every node depending on
+    // any of them, and fires their callbacks once each (see the header
+    // comment). The caller holds the map's lock.
     void NotifyChanged(Node& node);
 
     // Recomputes the reverse dependency closure after nodes or links changed.
@@ -80,7 +89,7 @@ public:
     };
 
 protected:
-    void AddNode(std::unique_ptr<Node> node);
+    void AddNode(std::unique_ptr<Node> node, bool hidden = false);
 
 private:
     friend class MapLock;
@@ -93,8 +102,8 @@ private:
     const std::vector<Node*>& Closure(Node& node);
 
     std::string m_deviceName;
-    std::vector<std::unique_ptr<Node>> m_nodes;
-    std::vector<Node*> m_order;
+    std::vector<std::unique_ptr<Node>> m_nodes;  // every node, hidden ones included
+    std::vector<Node*> m_order;                 // the visible nodes, in declaration order
     std::unordered_map<std::string, Node*> m_byName;
     std::unordered_map<const IBase*, Node*> m_byBase;
     std::unordered_map<Node*, std::vector<Node*>> m_closures;  // node -> itself and its dependents
