@@ -68,6 +68,7 @@ NodeInfo InfoOf(ArvGcFeatureNode* f, const std::string& name, const XmlNodeExtra
     info.description = Copy(arv_gc_feature_node_get_description(f));
     info.displayName = Copy(arv_gc_feature_node_get_display_name(f));
     if (extra) {
+        info.nameSpace = extra->standardNameSpace ? Standard : Custom;
         info.docuURL = extra->docuURL;
         info.eventID = extra->eventID;
         info.deprecated = extra->deprecated;

@@ -134,7 +134,16 @@ void ArvIntegerNode::DoSetValue(int64_t value) {
 
 int64_t ArvIntegerNode::DoGetMin() { return ARV_CALL(arv_gc_integer_get_min(m_integer, &error_), "GetMin"); }
 int64_t ArvIntegerNode::DoGetMax() { return ARV_CALL(arv_gc_integer_get_max(m_integer, &error_), "GetMax"); }
-int64_t ArvIntegerNode::DoGetInc() { return ARV_CALL(arv_gc_integer_get_inc(m_integer, &error_), "GetInc"); }
+int64_t ArvIntegerNode::DoGetInc() {
+    // No Inc in the document: an increment of 1.
+    GError* error = nullptr;
+    const int64_t inc = arv_gc_integer_get_inc(m_integer, &error);
+    if (error) {
+        g_error_free(error);
+        return 1;
+    }
+    return inc;
+}
 ERepresentation ArvIntegerNode::DoGetRepresentation() {
     return Representation(arv_gc_integer_get_representation(m_integer));
 }
@@ -170,9 +179,18 @@ void ArvFloatNode::DoSetValue(double value) {
 
 double ArvFloatNode::DoGetMin() { return ARV_CALL(arv_gc_float_get_min(m_float, &error_), "GetMin"); }
 double ArvFloatNode::DoGetMax() { return ARV_CALL(arv_gc_float_get_max(m_float, &error_), "GetMax"); }
-// Aravis reports the smallest positive double when the node has no increment.
+// Without an increment Aravis reports the smallest positive double, or an
+// error for float registers.
 bool ArvFloatNode::DoHasInc() { return DoGetInc() > DBL_MIN; }
-double ArvFloatNode::DoGetInc() { return ARV_CALL(arv_gc_float_get_inc(m_float, &error_), "GetInc"); }
+double ArvFloatNode::DoGetInc() {
+    GError* error = nullptr;
+    const double inc = arv_gc_float_get_inc(m_float, &error);
+    if (error) {
+        g_error_free(error);
+        return 0.0;
+    }
+    return inc;
+}
 ERepresentation ArvFloatNode::DoGetRepresentation() const {
     return Representation(arv_gc_float_get_representation(m_float));
 }

@@ -82,7 +82,9 @@ XmlSideTable::XmlSideTable(const char* xml, size_t size) {
         std::string enclosing = parent;
         if (!name.empty() && !Is(element, "pVariable") && !Is(element, "Constant") && !Is(element, "Expression")) {
             std::string key = Is(element, "EnumEntry") ? "EnumEntry_" + parent + "_" + name : name;
-            Fill(element, m_nodes[key]);
+            XmlNodeExtra& extra = m_nodes[key];
+            extra.standardNameSpace = Attribute(element, "NameSpace") == "Standard";
+            Fill(element, extra);
             enclosing = name;
         }
         // Push children in reverse so that they are visited in document order.

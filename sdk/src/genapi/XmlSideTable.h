@@ -15,6 +15,7 @@ namespace GenApi {
 namespace impl {
 
 struct XmlNodeExtra {
+    bool standardNameSpace = false;  // NameSpace="Standard" (GenICam's default is Custom)
     int cachable = -1;          // ECachingMode, -1 when the XML gives none
     int64_t pollingTime = -1;   // milliseconds, -1 when absent
     bool deprecated = false;
