@@ -105,13 +105,19 @@ CallbackHandleType Node::RegisterCallback(CNodeCallback* pCallback) {
 }
 
 bool Node::DeregisterCallback(CallbackHandleType hCallback) {
-    NodeMapBase::MapLock lock(m_map);
-    auto it = std::find_if(m_callbacks.begin(), m_callbacks.end(),
-                           [&](const Registration& r) { return r.handle == hCallback; });
-    if (it == m_callbacks.end())
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
-                      "no callback is registered on this node under handle " + std::to_string(hCallback));
-    m_callbacks.erase(it);
+    {
+        NodeMapBase::MapLock lock(m_map);
+        auto it = std::find_if(m_callbacks.begin(), m_callbacks.end(),
+                               [&](const Registration& r) { return r.handle == hCallback; });
+        if (it == m_callbacks.end())
+            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+                          "no callback is registered on this node under handle " + std::to_string(hCallback));
+        m_callbacks.erase(it);
+    }
+    // Another thread may be inside this callback right now (outside-lock
+    // callbacks run after the lock is released): let it finish, so that the
+    // caller may destroy the callback once this returns.
+    m_map.WaitCallbackIdle(hCallback);
     return true;
 }
 
@@ -221,8 +227,15 @@ void Node::FireCallback(CallbackHandleType handle) {
         NodeMapBase::MapLock lock(m_map);
         for (const auto& r : m_callbacks)
             if (r.handle == handle) cb = r.callback;
+        if (cb) m_map.BeginCallback(handle);  // before the lock goes: DeregisterCallback then waits for it
     }
-    if (cb) (*cb)(cb->GetCallbackType());
+    if (!cb) return;
+    struct End {
+        NodeMapBase& map;
+        CallbackHandleType handle;
+        ~End() { map.EndCallback(handle); }
+    } end{m_map, handle};
+    (*cb)(cb->GetCallbackType());
 }
 
 void Node::Fail(int line, const char* function, int code, const std::string& message) const {

@@ -74,13 +74,42 @@ GenICam::gcstring NodeMapBase::GetDeviceName() { return m_deviceName; }
 
 void NodeMapBase::Lock() const {
     m_mutex.lock();
-    ++m_depth;
+    if (++m_depth == 1) m_owner.store(std::this_thread::get_id());
 }
 
 bool NodeMapBase::TryLock() const {
     if (!m_mutex.try_lock()) return false;
-    ++m_depth;
+    if (++m_depth == 1) m_owner.store(std::this_thread::get_id());
     return true;
+}
+
+void NodeMapBase::BeginCallback(CallbackHandleType handle) {
+    std::lock_guard<std::mutex> lock(m_flightMutex);
+    m_inFlight.push_back({handle, std::this_thread::get_id()});
+}
+
+void NodeMapBase::EndCallback(CallbackHandleType handle) {
+    {
+        std::lock_guard<std::mutex> lock(m_flightMutex);
+        const std::thread::id self = std::this_thread::get_id();
+        for (auto it = m_inFlight.begin(); it != m_inFlight.end(); ++it)
+            if (it->handle == handle && it->thread == self) {
+                m_inFlight.erase(it);
+                break;
+            }
+    }
+    m_flightDone.notify_all();
+}
+
+void NodeMapBase::WaitCallbackIdle(CallbackHandleType handle) {
+    if (HeldByThisThread()) return;
+    const std::thread::id self = std::this_thread::get_id();
+    std::unique_lock<std::mutex> lock(m_flightMutex);
+    m_flightDone.wait(lock, [&] {
+        for (const InFlight& f : m_inFlight)
+            if (f.handle == handle && f.thread != self) return false;
+        return true;
+    });
 }
 
 void NodeMapBase::Unlock() const { Release(); }
@@ -89,7 +118,8 @@ NodeMapBase::MapLock::MapLock(const NodeMapBase& map) : m_map(map) { m_map.Lock(
 NodeMapBase::MapLock::~MapLock() { m_map.Release(); }
 
 void NodeMapBase::Release() const {
-    if (--m_depth > 0 || m_pending.empty()) {
+    if (--m_depth == 0) m_owner.store(std::thread::id());
+    if (m_depth > 0 || m_pending.empty()) {
         m_mutex.unlock();
         return;
     }

@@ -11,8 +11,11 @@
 #ifndef ORVANE_GENAPI_NODE_MAP_BASE_H
 #define ORVANE_GENAPI_NODE_MAP_BASE_H
 
+#include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -75,6 +78,18 @@ public:
     // Recomputes the reverse dependency closure after nodes or links changed.
     void InvalidateDependencyGraph();
 
+    // Outside-lock callbacks in flight: FireCallback brackets each call with
+    // Begin/EndCallback (Begin under the map's lock), and DeregisterCallback
+    // waits with WaitCallbackIdle until no other thread is still inside the
+    // callback it removed, so that the caller may destroy it. The wait is
+    // skipped when the deregistering thread holds the map's lock (waiting
+    // there could deadlock with a callback that takes the lock).
+    void BeginCallback(CallbackHandleType handle);
+    void EndCallback(CallbackHandleType handle);
+    void WaitCallbackIdle(CallbackHandleType handle);
+    // Whether the calling thread holds the map's lock.
+    bool HeldByThisThread() const { return m_owner.load() == std::this_thread::get_id(); }
+
     // RAII holder of the map's lock; runs the queued outside-lock callbacks
     // when the outermost holder on this thread releases it.
     class MapLock {
@@ -111,6 +126,14 @@ private:
 
     mutable std::recursive_mutex m_mutex;
     mutable int m_depth = 0;                          // lock depth of the holding thread
+    mutable std::atomic<std::thread::id> m_owner{};   // the holding thread, or none
+    struct InFlight {
+        CallbackHandleType handle;
+        std::thread::id thread;
+    };
+    std::mutex m_flightMutex;                         // guards m_inFlight
+    std::condition_variable m_flightDone;
+    std::vector<InFlight> m_inFlight;
     mutable std::vector<PendingCallback> m_pending;   // outside-lock callbacks to run on release
     std::unordered_map<Node*, int64_t> m_pollElapsed;
 };
