@@ -1,9 +1,13 @@
 #include "camera/VirtualDevice.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <mutex>
 #include <string>
 
 #include "core/Raise.h"
+#include "Orvane/Logging.h"
 
 namespace Orvane {
 namespace internal {
@@ -12,11 +16,42 @@ namespace {
 
 std::once_flag g_xmlOnce;
 
+// The GenICam description the SDK embeds for its virtual cameras; empty while
+// it embeds none (Aravis's stock fake camera XML serves then).
+struct Description {
+    const char* xml = nullptr;
+    size_t size = 0;
+};
+Description EmbeddedDescription() { return {}; }
+
 // Aravis reads the fake cameras' XML from a file whose name is global state
 // (arv_set_fake_camera_genicam_filename, not thread-safe): it is set at most
-// once, under g_xmlOnce, before the first fake device is created. Until the
-// SDK embeds a description of its own, Aravis's stock fake camera XML serves.
-void InstallDescription() {}
+// once, under g_xmlOnce, before the first fake device is created. The text is
+// put in an anonymous memory file that stays open for the process's life and
+// is named through /proc/self/fd.
+void InstallDescription() {
+    const Description d = EmbeddedDescription();
+    if (!d.xml || d.size == 0) return;
+    const int fd = memfd_create("orvane-virtual-camera.xml", MFD_CLOEXEC);
+    if (fd < 0) {
+        LoggerWrapper::LoggingWarning("cannot create the virtual camera description file; Aravis's stock one serves",
+                                      "VirtualDevice");
+        return;
+    }
+    size_t written = 0;
+    while (written < d.size) {
+        const ssize_t n = write(fd, d.xml + written, d.size - written);
+        if (n <= 0) {
+            close(fd);
+            LoggerWrapper::LoggingWarning("cannot write the virtual camera description; Aravis's stock one serves",
+                                          "VirtualDevice");
+            return;
+        }
+        written += static_cast<size_t>(n);
+    }
+    const std::string path = "/proc/self/fd/" + std::to_string(fd);
+    arv_set_fake_camera_genicam_filename(path.c_str());
+}
 
 } // namespace
 
