@@ -91,22 +91,37 @@ void CameraControl::Init() {
     const DeviceInfo info = m_core.Info();
     if (!m_core.IsPresent())
         ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
-    m_session = DeviceSession::Open(info);
+    m_session = std::shared_ptr<DeviceSession>(DeviceSession::Open(info));
     m_initialized.store(true);
 }
 
 void CameraControl::DeInit() {
+    AcquisitionHooks* hooks = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_session) return;
+        hooks = m_hooks;
+    }
+    // Without m_mutex: stopping may write features through the node map.
+    if (hooks && hooks->IsStreaming()) hooks->Stop();
+    std::shared_ptr<DeviceSession> closing;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_initialized.store(false);
+        closing.swap(m_session);
+    }
+    // The device closes here unless another operation still holds the session.
+}
+
+std::shared_ptr<DeviceSession> CameraControl::Session() const {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_session) return;
-    if (m_hooks && m_hooks->IsStreaming()) m_hooks->Stop();
-    m_initialized.store(false);
-    m_session.reset();
+    return m_session;
 }
 
 bool CameraControl::IsValid() const {
     if (!m_core.IsPresent()) return false;
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return !(m_session && m_session->ControlLost());
+    const std::shared_ptr<DeviceSession> session = Session();
+    return !(session && session->ControlLost());
 }
 
 bool CameraControl::IsStreaming() const {
@@ -119,17 +134,15 @@ void CameraControl::SetAcquisitionHooks(AcquisitionHooks* hooks) {
     m_hooks = hooks;
 }
 
-DeviceSession& CameraControl::RequireSession(const char* function) const {
-    if (!m_session)
+std::shared_ptr<DeviceSession> CameraControl::RequireSession(const char* function) const {
+    std::shared_ptr<DeviceSession> session = Session();
+    if (!session)
         Raise(__LINE__, __FILE__, function, ORVANE_ERR_CAMERA_NOT_INITIALIZED,
               "camera " + m_core.Info().deviceId + " is not initialized (call Init first)");
-    return *m_session;
+    return session;
 }
 
-INodeMap& CameraControl::NodeMap() {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return RequireSession("GetNodeMap").NodeMap();
-}
+INodeMap& CameraControl::NodeMap() { return RequireSession("GetNodeMap")->NodeMap(); }
 
 INodeMap& CameraControl::TLStreamNodeMap(uint64_t streamIndex) {
     if (streamIndex != 0)
@@ -140,15 +153,15 @@ INodeMap& CameraControl::TLStreamNodeMap(uint64_t streamIndex) {
 
 EAccessMode CameraControl::AccessMode() const {
     if (!m_core.IsPresent()) return NA;
-    std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_session) return RW;  // what Init would get; transports tell nothing more before opening
-    if (m_session->ControlLost()) return NA;
-    return m_session->IsController() ? RW : RO;
+    const std::shared_ptr<DeviceSession> session = Session();
+    if (!session) return RW;  // what Init would get; transports tell nothing more before opening
+    if (session->ControlLost()) return NA;
+    return session->IsController() ? RW : RO;
 }
 
 void CameraControl::ReadPort(uint64_t address, void* buffer, uint64_t length) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    DeviceSession& session = RequireSession("ReadPort");
+    const std::shared_ptr<DeviceSession> held = RequireSession("ReadPort");
+    DeviceSession& session = *held;
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: the buffer is null");
     if (length > std::numeric_limits<guint32>::max())
@@ -164,8 +177,8 @@ void CameraControl::ReadPort(uint64_t address, void* buffer, uint64_t length) {
 }
 
 void CameraControl::WritePort(uint64_t address, const void* buffer, uint64_t length) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    DeviceSession& session = RequireSession("WritePort");
+    const std::shared_ptr<DeviceSession> held = RequireSession("WritePort");
+    DeviceSession& session = *held;
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "WritePort: the buffer is null");
     if (length > std::numeric_limits<guint32>::max())
@@ -187,8 +200,8 @@ void CameraControl::WritePort(uint64_t address, const void* buffer, uint64_t len
 }
 
 std::string CameraControl::GuiXml() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    DeviceSession& session = RequireSession("GetGuiXml");
+    const std::shared_ptr<DeviceSession> held = RequireSession("GetGuiXml");
+    DeviceSession& session = *held;
     NodeMapBase::MapLock mapLock(session.NodeMap());
     size_t size = 0;
     const char* xml = arv_device_get_genicam_xml(session.Device(), &size);
@@ -196,8 +209,8 @@ std::string CameraControl::GuiXml() const {
 }
 
 unsigned CameraControl::DiscoverMaxPacketSize() {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    DeviceSession& session = RequireSession("DiscoverMaxPacketSize");
+    const std::shared_ptr<DeviceSession> held = RequireSession("DiscoverMaxPacketSize");
+    DeviceSession& session = *held;
     ArvGvDevice* gv = session.GvDevice();
     if (!gv) return 0;  // no packets on this transport
     impl::ArvNodeMap& map = session.NodeMap();

@@ -6,10 +6,13 @@
 // after each Init); the transport-layer device and stream node maps exist for
 // the camera's whole life and serve before Init.
 //
-// Locking: m_mutex guards the session and serialises Init, DeInit and the
-// operations that reach the device outside a node map. Node map operations
-// take their map's own lock only. Callers must not race DeInit with other
-// calls on the same camera (the device node map dies in DeInit).
+// Locking: m_mutex guards the session pointer and serialises Init and DeInit;
+// it is never held while a node map's lock is taken (DeInit may stop an
+// acquisition that writes features). Other operations take a reference to the
+// session under m_mutex and work on it after releasing m_mutex, so a
+// concurrent DeInit closes the device only when they are done. Node map
+// operations take their map's own lock only. The device node map dies with
+// the session: do not use it after DeInit.
 //
 // Acquisition: the acquisition code registers an AcquisitionHooks object;
 // IsStreaming asks it and DeInit stops a running stream through it first.
@@ -32,8 +35,9 @@ namespace internal {
 
 class CameraCore;
 
-// Implemented by the acquisition code of a camera. Called with the camera's
-// control mutex held; Stop must not call back into Init or DeInit.
+// Implemented by the acquisition code of a camera. Called without the
+// camera's control mutex; Stop must not call Init or DeInit. The hooks object
+// must outlive its registration (SetAcquisitionHooks(nullptr) before it dies).
 class AcquisitionHooks {
 public:
     virtual ~AcquisitionHooks() = default;
@@ -64,10 +68,9 @@ public:
     unsigned DiscoverMaxPacketSize();
 
     // For the acquisition code ------------------------------------------------
-    // The open session, or null before Init. Valid until DeInit; take
-    // Mutex() to keep it from closing meanwhile.
-    DeviceSession* Session() const { return m_session.get(); }
-    std::mutex& Mutex() const { return m_mutex; }
+    // The open session, or null before Init. Holding the reference keeps the
+    // device open past a DeInit until it is dropped.
+    std::shared_ptr<DeviceSession> Session() const;
     StreamState& Stream() { return m_stream; }
     // Registers (or, with null, removes) the acquisition's hooks.
     void SetAcquisitionHooks(AcquisitionHooks* hooks);
@@ -75,11 +78,12 @@ public:
 private:
     void BuildTLDeviceNodeMap();
     void BuildTLStreamNodeMap();
-    DeviceSession& RequireSession(const char* function) const;
+    // The open session, or ORVANE_ERR_CAMERA_NOT_INITIALIZED.
+    std::shared_ptr<DeviceSession> RequireSession(const char* function) const;
 
     CameraCore& m_core;
     mutable std::mutex m_mutex;
-    std::unique_ptr<DeviceSession> m_session;
+    std::shared_ptr<DeviceSession> m_session;
     std::atomic<bool> m_initialized{false};
     AcquisitionHooks* m_hooks = nullptr;
     StreamState m_stream;

@@ -79,8 +79,7 @@ void CameraControl::BuildTLDeviceNodeMap() {
     m.AddString(MakeInfo("DeviceSerialNumber", "Serial number of the device."), {[info] { return info().serialNumber; }});
     m.AddString(MakeInfo("DeviceUserID", "User-defined name of the device (read from the device while it is open)."),
                 {[this, info] {
-                     std::lock_guard<std::mutex> lock(m_mutex);
-                     const std::string own = DeviceFeature(m_session.get(), "DeviceUserID");
+                     const std::string own = DeviceFeature(Session().get(), "DeviceUserID");
                      return own.empty() ? info().userId : own;
                  }});
     m.AddString(MakeInfo("DeviceVendorName", "Vendor of the device."), {[info] { return info().vendorName; }});
@@ -89,8 +88,7 @@ void CameraControl::BuildTLDeviceNodeMap() {
                 {[this, info] {
                      const std::string known = info().deviceVersion;
                      if (!known.empty()) return known;
-                     std::lock_guard<std::mutex> lock(m_mutex);
-                     return DeviceFeature(m_session.get(), "DeviceVersion");
+                     return DeviceFeature(Session().get(), "DeviceVersion");
                  }});
     const int64_t type = gige ? 0 : usb3 ? 1 : 2;
     m.AddEnumeration(MakeInfo("DeviceType", "Transport layer type of the device."),
@@ -123,11 +121,11 @@ void CameraControl::BuildTLDeviceNodeMap() {
         // bootstrap URL register (0x200) names where the XML is.
         EnumerationSpec location{[this, gige]() -> int64_t {
                                      if (!gige) return 1;
-                                     std::lock_guard<std::mutex> lock(m_mutex);
-                                     if (!m_session) return 0;
+                                     const std::shared_ptr<DeviceSession> session = Session();
+                                     if (!session) return 0;
                                      char url[513] = {0};
-                                     NodeMapBase::MapLock mapLock(m_session->NodeMap());
-                                     if (!arv_device_read_memory(m_session->Device(), 0x200, 512, url, nullptr)) return 0;
+                                     NodeMapBase::MapLock mapLock(session->NodeMap());
+                                     if (!arv_device_read_memory(session->Device(), 0x200, 512, url, nullptr)) return 0;
                                      const std::string u(url);
                                      return u.compare(0, 5, "File:") == 0 || u.compare(0, 5, "file:") == 0 ? 1 : 0;
                                  },
@@ -154,13 +152,13 @@ void CameraControl::BuildTLDeviceNodeMap() {
                      {[info] { return ParseIPv4(info().address); }, nullptr, nullptr, nullptr, 1, IPV4Address});
         // Subnet and gateway come from the device's own registers.
         auto currentIp = [this](int which) -> int64_t {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            if (!m_session || !m_session->GvDevice()) return 0;
-            NodeMapBase::MapLock mapLock(m_session->NodeMap());
+            const std::shared_ptr<DeviceSession> session = Session();
+            if (!session || !session->GvDevice()) return 0;
+            NodeMapBase::MapLock mapLock(session->NodeMap());
             GInetAddress* ip = nullptr;
             GInetAddressMask* mask = nullptr;
             GInetAddress* gateway = nullptr;
-            if (!arv_gv_device_get_current_ip(m_session->GvDevice(), &ip, &mask, &gateway, nullptr)) return 0;
+            if (!arv_gv_device_get_current_ip(session->GvDevice(), &ip, &mask, &gateway, nullptr)) return 0;
             int64_t v = 0;
             if (which == 0 && mask) v = ToIPv4(g_inet_address_mask_get_address(mask));
             if (which == 1) v = ToIPv4(gateway);
@@ -180,11 +178,11 @@ void CameraControl::BuildTLDeviceNodeMap() {
         m.AddInteger(MakeInfo("GevDevicePort", "UDP port of the device's control channel."),
                      {[] { return int64_t(3956); }});
         auto version = [this](bool major) -> int64_t {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            if (!m_session) return 0;
-            NodeMapBase::MapLock mapLock(m_session->NodeMap());
+            const std::shared_ptr<DeviceSession> session = Session();
+            if (!session) return 0;
+            NodeMapBase::MapLock mapLock(session->NodeMap());
             guint32 v = 0;
-            if (!arv_device_read_register(m_session->Device(), 0x0000, &v, nullptr)) return 0;
+            if (!arv_device_read_register(session->Device(), 0x0000, &v, nullptr)) return 0;
             return major ? int64_t(v >> 16) : int64_t(v & 0xFFFF);
         };
         m.AddInteger(MakeInfo("GevVersionMajor", "Major version of the GigE Vision specification the device follows."),
@@ -193,18 +191,18 @@ void CameraControl::BuildTLDeviceNodeMap() {
                      {[version] { return version(false); }, nullptr, nullptr, nullptr, 1, PureNumber, "", openOnly});
         m.AddEnumeration(MakeInfo("GevCCP", "Control channel privilege the SDK holds on the device."),
                          {[this]() -> int64_t {
-                              std::lock_guard<std::mutex> lock(m_mutex);
-                              return m_session && m_session->IsController() ? 2 : 0;
+                              const std::shared_ptr<DeviceSession> session = Session();
+                              return session && session->IsController() ? 2 : 0;
                           },
                           nullptr,
                           {{"OpenAccess", 0}, {"ExclusiveAccess", 1}, {"ControlAccess", 2}},
                           openOnly});
         m.AddInteger(MakeInfo("GevDeviceMaximumPacketSize", "Size of the stream packets the device sends, in bytes."),
                      {[this]() -> int64_t {
-                          std::lock_guard<std::mutex> lock(m_mutex);
-                          if (!m_session || !m_session->GvDevice()) return 0;
-                          NodeMapBase::MapLock mapLock(m_session->NodeMap());
-                          return arv_gv_device_get_packet_size(m_session->GvDevice(), nullptr);
+                          const std::shared_ptr<DeviceSession> session = Session();
+                          if (!session || !session->GvDevice()) return 0;
+                          NodeMapBase::MapLock mapLock(session->NodeMap());
+                          return arv_gv_device_get_packet_size(session->GvDevice(), nullptr);
                       },
                       nullptr, nullptr, nullptr, 1, PureNumber, "B", openOnly});
         m.AddCommand(MakeInfo("GevDeviceDiscoverMaximumPacketSize",
