@@ -15,7 +15,9 @@
 #include <vector>
 
 #include "virtual/VirtualCameraIdentity.h"
+#include "Orvane/Exception.h"
 #include "virtual/VirtualCameraRegisters.h"
+#include "virtual/VirtualCameraSetup.h"
 #include "virtual/VirtualCameraXml.h"
 
 using namespace Orvane::internal;
@@ -49,16 +51,12 @@ struct VirtualXml : ::testing::Test {
     void SetUp() override {
         UseGeneratedXml();
         GError* e = nullptr;
-        dev = arv_fake_device_new("VC0001", &e);
+        // A serial the fake did not get: InitializeVirtualCamera writes the camera's own.
+        dev = arv_fake_device_new("X", &e);
         ASSERT_NE(dev, nullptr) << ErrorText(e);
         gc = arv_device_get_genicam(dev);
         ASSERT_NE(gc, nullptr);
-        vcam::ForEachInitialBlock([&](uint32_t address, const uint8_t* bytes, uint32_t length) {
-            GError* err = nullptr;
-            EXPECT_TRUE(arv_device_write_memory(dev, address, length, const_cast<uint8_t*>(bytes), &err))
-                << std::hex << address << " " << ErrorText(err);
-            g_clear_error(&err);
-        });
+        InitializeVirtualCamera(dev, 0);
     }
     void TearDown() override {
         if (dev != nullptr) g_object_unref(dev);
@@ -472,6 +470,27 @@ TEST_F(VirtualXml, InitialValuesGiveTheDocumentedDefaults) {
     for (int64_t i : {0, 1, 511, 1023}) {
         SetInt("LUTIndex", i);
         EXPECT_EQ(Int("LUTValue"), i);
+    }
+}
+
+TEST_F(VirtualXml, EachCameraGetsItsSerialNumberAndMacAddress) {
+    EXPECT_EQ(Int("GevMACAddress"), 0x024F56000001);
+    InitializeVirtualCamera(dev, 41);
+    EXPECT_EQ(Str("DeviceSerialNumber"), "VC0042");
+    EXPECT_EQ(Int("GevMACAddress"), 0x024F5600002A);
+    EXPECT_EQ(Int("Width"), 1280);
+    try {
+        InitializeVirtualCamera(dev, -1);
+        FAIL() << "no exception";
+    } catch (const Orvane::Exception& ex) {
+        EXPECT_EQ(ex.GetError(), ORVANE_ERR_OUT_OF_RANGE);
+        EXPECT_STREQ(ex.GetErrorMessage(), "InitializeVirtualCamera: camera index -1 outside 0..9998");
+    }
+    try {
+        InitializeVirtualCamera(nullptr, 0);
+        FAIL() << "no exception";
+    } catch (const Orvane::Exception& ex) {
+        EXPECT_EQ(ex.GetError(), ORVANE_ERR_INVALID_ARGUMENT);
     }
 }
 
