@@ -238,7 +238,7 @@ class Camera:
             if c["length"] % 4:
                 fail(f"chunk {c['name']}: length must be a multiple of 4")
             self.chunks.append(c)
-            self.ports.append((f"Chunk{c['name']}Port", "ChunkID", c["id"]))
+            self.ports.append((f"Chunk{c['name']}Port", "ChunkID", c["id"], f"the {c['name']} chunk"))
         sel = self.features.get("ChunkSelector")
         if sel is None:
             fail("ChunkSelector missing")
@@ -256,7 +256,7 @@ class Camera:
                 fail(f"event {e['name']}: unknown keys {sorted(d)}")
             self.events.append(e)
             port = f"Event{e['name']}Port"
-            self.ports.append((port, "EventID", e["id"]))
+            self.ports.append((port, "EventID", e["id"], f"the {e['name']} event"))
             cat = f"Event{e['name']}Data"
             self._add_category(Category({
                 "name": cat, "parent": "EventControl", "visibility": e["visibility"],
@@ -458,7 +458,8 @@ class Generator:
         name = f"{owner}_{role}"
         tag = "SwissKnife" if is_float else "IntSwissKnife"
         lines = [f'  <{tag} Name="{name}" NameSpace="Custom">',
-                 f"    <ToolTip>{xml_escape(role)} of {owner}: {xml_escape(expr)}</ToolTip>",
+                 f"    <ToolTip>{xml_escape(role)} of {owner}"
+                 f"{': ' + xml_escape(expr) if len(expr) <= 100 else '.'}</ToolTip>",
                  "    <Visibility>Invisible</Visibility>"]
         for v, node in variables.items():
             lines.append(f'    <pVariable Name="{v}">{node}</pVariable>')
@@ -716,7 +717,7 @@ class Generator:
                     fail(f"category {c.name}: unknown parent {c.parent}")
                 cam.categories[c.parent].children.append(c.name)
             self.r.node_names.add(c.name)
-        for p, _, _ in cam.ports:
+        for p, _, _, _ in cam.ports:
             self.r.node_names.add(p)
         self.r.node_names.add("Device")
         for c in cam.chunks:
@@ -1019,9 +1020,9 @@ class Generator:
         ports = ['  <Port Name="Device" NameSpace="Standard">\n'
                  '    <ToolTip>Port giving access to the camera\'s registers.</ToolTip>\n'
                  '    <Visibility>Invisible</Visibility>\n  </Port>']
-        for name, kind, ident in self.cam.ports:
+        for name, kind, ident, what in self.cam.ports:
             ports.append(f'  <Port Name="{name}" NameSpace="Custom">\n'
-                         f"    <ToolTip>Port of the data of {name[:-4]}.</ToolTip>\n"
+                         f"    <ToolTip>Port reading the data of {what}.</ToolTip>\n"
                          "    <Visibility>Invisible</Visibility>\n"
                          f"    <{kind}>{ident:X}</{kind}>\n  </Port>")
         major, minor, sub = (int(x) for x in d["xml_version"].split("."))

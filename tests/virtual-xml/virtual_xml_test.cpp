@@ -8,7 +8,6 @@
 #include <fstream>
 #include <functional>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -650,11 +649,11 @@ TEST_F(VirtualXml, PixelFormatEntriesArePfncCodes) {
         // Bayer patterns and the dynamic range come from the format's name.
         const std::string filter = p.first.rfind("Bayer", 0) == 0 ? p.first.substr(0, 7) : "None";
         EXPECT_EQ(Str("PixelColorFilter"), filter) << p.first;
-        std::smatch m;
         int bits = 8;
         if (p.first.rfind("Mono", 0) == 0 || p.first.rfind("Bayer", 0) == 0) {
-            ASSERT_TRUE(std::regex_search(p.first, m, std::regex("(\\d+)")));
-            bits = std::stoi(m[1]);
+            const size_t digits = p.first.find_first_of("0123456789");
+            ASSERT_NE(digits, std::string::npos);
+            bits = std::stoi(p.first.substr(digits));
         }
         EXPECT_EQ(Int("PixelDynamicRangeMax"), (int64_t(1) << bits) - 1) << p.first;
         EXPECT_EQ(Available("BalanceRatio"), filter != "None") << p.first;
