@@ -198,6 +198,21 @@ struct VirtualXml : ::testing::Test {
         }
         return "";
     }
+    // Names of every node reachable from Root through categories.
+    std::set<std::string> Reachable() {
+        std::set<std::string> out;
+        std::function<void(const std::string&)> walk = [&](const std::string& name) {
+            if (!out.insert(name).second) return;
+            ArvGcNode* n = arv_gc_get_node(gc, name.c_str());
+            if (n == nullptr || !ARV_IS_GC_CATEGORY(n)) return;
+            std::vector<std::string> children;
+            for (const GSList* l = arv_gc_category_get_features(ARV_GC_CATEGORY(n)); l != nullptr; l = l->next)
+                children.emplace_back(static_cast<const char*>(l->data));
+            for (const auto& c : children) walk(c);
+        };
+        walk("Root");
+        return out;
+    }
     // Selector values of the named selector, as Aravis sees them.
     std::vector<int64_t> SelectorValues(const char* name) {
         std::vector<int64_t> v;
@@ -325,8 +340,9 @@ TEST_F(VirtualXml, WalkFromRootReachesEveryFeatureAndReadsAllReadableOnes) {
 
 TEST_F(VirtualXml, EveryDomReferenceResolvesAndPIndexPointsAtASelector) {
     // Walks the whole DOM without arv_dom_element_get_attribute, which aborts on pIndex.
-    int elements = 0, references = 0, indexes = 0;
+    int elements = 0, references = 0, indexes = 0, visible = 0;
     std::set<std::string> names;
+    const std::set<std::string> reachable = Reachable();
     std::function<void(ArvDomNode*)> walk = [&](ArvDomNode* node) {
         for (ArvDomNode* c = arv_dom_node_get_first_child(node); c != nullptr; c = arv_dom_node_get_next_sibling(c)) {
             if (arv_dom_node_get_node_type(c) != ARV_DOM_NODE_TYPE_ELEMENT_NODE) continue;
@@ -336,6 +352,13 @@ TEST_F(VirtualXml, EveryDomReferenceResolvesAndPIndexPointsAtASelector) {
                 ASSERT_NE(name, nullptr);
                 // Our own nodes are unique; Aravis appends its Arv* defaults after them.
                 EXPECT_TRUE(names.insert(name).second) << "node defined twice: " << name;
+                // Every node a user may see is in a category; the rest is Invisible.
+                const bool own = std::string(name).rfind("Arv", 0) != 0;
+                if (own && !ARV_IS_GC_PORT(c) &&
+                    arv_gc_feature_node_get_visibility(ARV_GC_FEATURE_NODE(c)) != ARV_GC_VISIBILITY_INVISIBLE) {
+                    ++visible;
+                    EXPECT_TRUE(reachable.count(name)) << "visible node outside every category: " << name;
+                }
             }
             if (ARV_IS_GC_PROPERTY_NODE(c)) {
                 ArvGcPropertyNode* p = ARV_GC_PROPERTY_NODE(c);
@@ -364,6 +387,7 @@ TEST_F(VirtualXml, EveryDomReferenceResolvesAndPIndexPointsAtASelector) {
     EXPECT_GT(elements, 10000);
     EXPECT_GT(references, 1000);
     EXPECT_GT(indexes, 100);
+    EXPECT_EQ(visible + 1, static_cast<int>(vcam::kFeatureCount + vcam::kCategoryCount));  // TLParamsLocked is Invisible
 }
 
 TEST_F(VirtualXml, EveryRegisterOfTheHeaderIsTheXmlsRegister) {
