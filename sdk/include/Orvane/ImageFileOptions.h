@@ -7,6 +7,10 @@
 // byte counts as true. Reserved bytes are ignored by the writers; the default
 // constructors set them to zero. A field outside its documented range makes the
 // save fail with ORVANE_ERR_INVALID_ARGUMENT.
+//
+// The records are trivially copyable. Their default constructors make GCC's
+// -Wclass-memaccess object to a plain memcpy into them; copy a C record with
+// std::memcpy(static_cast<void*>(&sdkRecord), &cRecord, sizeof sdkRecord).
 #ifndef ORVANE_IMAGE_FILE_OPTIONS_H
 #define ORVANE_IMAGE_FILE_OPTIONS_H
 

@@ -88,7 +88,7 @@ void AtomicFile::Discard() noexcept {
 }
 
 void AtomicFile::Fail(const std::string& reason) const {
-    ORV_RAISE(ORVANE_ERR_IO, m_context + " '" + m_target + "': " + reason);
+    ORV_RAISE(ORVANE_ERR_IO, m_context + ": " + reason);
 }
 
 void AtomicFile::FailErrno(const std::string& what, int err) const { Fail(what + ": " + ErrnoText(err)); }

@@ -7,8 +7,8 @@
 // the destructor closes and removes the temporary, so nothing partial is left.
 //
 // Every failure raises ORVANE_ERR_IO with the message
-// "<context> '<target>': <what failed>: <errno text>", where the context is
-// given by the caller (for example "Cannot save image file").
+// "<context>: <what failed>: <errno text>", where the context is given by the
+// caller and names the file (for example "Cannot save image file 'a.png'").
 //
 // Owner: the one thread that creates it; an AtomicFile is not shared.
 #ifndef ORVANE_CODECS_ATOMIC_FILE_H
@@ -46,9 +46,9 @@ public:
     void Commit();
 
     const std::string& Target() const { return m_target; }
-    // Raises ORVANE_ERR_IO: "<context> '<target>': <reason>".
+    // Raises ORVANE_ERR_IO: "<context>: <reason>".
     [[noreturn]] void Fail(const std::string& reason) const;
-    // Raises ORVANE_ERR_IO: "<context> '<target>': <what>: <strerror(err)>".
+    // Raises ORVANE_ERR_IO: "<context>: <what>: <strerror(err)>".
     [[noreturn]] void FailErrno(const std::string& what, int err) const;
 
 private:

@@ -26,7 +26,10 @@ const uint8_t kRecordMarker[4] = {'O', 'R', 'E', 'C'};
 const uint32_t kRecordHeaderSize = 136;
 const uint32_t kCrcSize = 4;
 
+// zlib treats a null buffer as a request for the initial value; an empty
+// buffer must leave the running CRC unchanged instead.
 uint32_t Crc(uint32_t crc, const void* data, size_t size) {
+    if (size == 0) return crc;
     return static_cast<uint32_t>(crc32_z(crc, static_cast<const Bytef*>(data), size));
 }
 
