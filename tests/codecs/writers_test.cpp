@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <thread>
 
 #include "CodecTestSupport.h"
 #include "Decoders.h"
@@ -640,6 +641,12 @@ TEST_F(Writers, WriteImageFileFromExtensionMatchesTheFormatsWriter) {
         EXPECT_EQ(fromExt, ReadBytes(dir.File(c.name))) << c.name;
         EXPECT_FALSE(fromExt.empty());
     }
+    // JPEG 2000 by extension: .j2k is a bare codestream, .jp2 a JP2 file.
+    WriteImageFile(dir.File("c.J2K"), img.buffer, FileFormat_FromExt);
+    EXPECT_EQ(ReadBytes(dir.File("c.J2K"))[1], 0x4F);
+    EXPECT_TRUE(SamePixels(ReadJ2k(dir.File("c.J2K")), img.buffer, 3));
+    WriteImageFile(dir.File("c.jp2"), img.buffer, FileFormat_FromExt);
+    EXPECT_EQ(ReadBytes(dir.File("c.jp2"))[4], 'j');
     // The format argument wins over the extension.
     WriteImageFile(dir.File("b.png"), img.buffer, FileFormat_BMP);
     EXPECT_EQ(ReadBytes(dir.File("b.png"))[0], 'B');
@@ -679,4 +686,30 @@ TEST_F(Writers, AcceptanceTableMatchesTheWriters) {
     EXPECT_EQ(accepted, 56u);
     EXPECT_FALSE(WriterAccepts(FileFormat_FromExt, ChannelOrder::Gray, 8));
     EXPECT_FALSE(WriterAccepts(FileFormat_PNG, ChannelOrder::Gray, 12));
+}
+
+TEST_F(Writers, ConcurrentWritersShareNoState) {
+    // Each thread writes its own files in every format; all must decode exactly.
+    std::vector<std::thread> threads;
+    std::vector<int> failures(4, 0);
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            TestImage img = MakeImage(48 + t, 32, ChannelOrder::RGB, 8);
+            const std::string base = dir.File("t" + std::to_string(t));
+            for (int round = 0; round < 3; ++round) {
+                WritePNG(base + ".png", img.buffer);
+                WriteTIFF(base + ".tif", img.buffer);
+                WriteJPEG2000(base + ".jp2", img.buffer);
+                WriteBMP(base + ".bmp", img.buffer);
+                WriteJPEG(base + ".jpg", img.buffer);
+                if (!SamePixels(ReadPng(base + ".png"), img.buffer, 3)) ++failures[t];
+                if (!SamePixels(ReadTiff(base + ".tif"), img.buffer, 3)) ++failures[t];
+                if (!SamePixels(ReadJ2k(base + ".jp2"), img.buffer, 3)) ++failures[t];
+                if (!SamePixels(ReadBmp(base + ".bmp"), img.buffer, 3)) ++failures[t];
+                if (PsnrOf(ReadJpeg(base + ".jpg"), img.buffer, 3) < 35.0) ++failures[t];
+            }
+        });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(failures, std::vector<int>(4, 0));
+    EXPECT_EQ(dir.List().size(), 20u);  // no temporaries left
 }

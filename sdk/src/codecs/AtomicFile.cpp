@@ -71,7 +71,6 @@ AtomicFile::AtomicFile(const std::string& target, const std::string& context, bo
         FailErrno("cannot create a file in directory '" + directory + "'", errno);
     }
     if (m_fd < 0) Fail("cannot create a unique temporary file in directory '" + directory + "'");
-    m_buffer.reset(new uint8_t[kBufferSize]);
 }
 
 AtomicFile::~AtomicFile() { Discard(); }
@@ -111,6 +110,9 @@ void AtomicFile::Write(const void* data, size_t size) {
     if (m_fd < 0) Fail("the file is already closed");
     if (size == 0) return;
     if (m_buffered + size <= kBufferSize) {
+        // The buffer is made on the first small write: a file written in one
+        // large piece never needs it.
+        if (!m_buffer) m_buffer.reset(new uint8_t[kBufferSize]);
         std::memcpy(m_buffer.get() + m_buffered, data, size);
         m_buffered += size;
     } else {
@@ -118,6 +120,7 @@ void AtomicFile::Write(const void* data, size_t size) {
         if (size >= kBufferSize) {
             WriteFully(data, size);
         } else {
+            if (!m_buffer) m_buffer.reset(new uint8_t[kBufferSize]);
             std::memcpy(m_buffer.get(), data, size);
             m_buffered = size;
         }

@@ -5,6 +5,8 @@
 // flushes it, optionally fsyncs it, and renames it over the target (then
 // fsyncs the directory when asked to). If Commit() is not reached, or fails,
 // the destructor closes and removes the temporary, so nothing partial is left.
+// The new file has mode 0666 less the umask whatever the old one had, and a
+// symbolic link at the target is replaced, not followed.
 //
 // Every failure raises ORVANE_ERR_IO with the message
 // "<context>: <what failed>: <errno text>", where the context is given by the

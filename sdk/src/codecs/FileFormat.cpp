@@ -25,6 +25,25 @@ const char* FileFormatName(ImageFileFormat format) {
     return "unknown";
 }
 
+namespace {
+
+// The extension of the file name's last component, lower case, without the dot;
+// empty when there is none.
+std::string Extension(const std::string& fileName) {
+    const size_t slash = fileName.rfind('/');
+    const std::string name = slash == std::string::npos ? fileName : fileName.substr(slash + 1);
+    const size_t dot = name.rfind('.');
+    if (dot == std::string::npos) return std::string();
+    std::string extension = name.substr(dot + 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+bool HasExtension(const std::string& fileName, const char* extension) { return Extension(fileName) == extension; }
+
+} // namespace
+
 ImageFileFormat FormatFromFileName(const std::string& fileName) {
     static const struct {
         const char* extension;
@@ -39,9 +58,7 @@ ImageFileFormat FormatFromFileName(const std::string& fileName) {
     const std::string known = "known extensions: .png .jpg .jpeg .tif .tiff .bmp .ppm .pgm .jp2 .j2k .raw";
     if (dot == std::string::npos || dot + 1 == name.size())
         RaiseInvalid(fileName, "the file name has no extension to take the format from (" + known + ")");
-    std::string extension = name.substr(dot + 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string extension = Extension(fileName);
     for (const auto& entry : table)
         if (extension == entry.extension) return entry.format;
     RaiseInvalid(fileName, "unknown file extension '." + name.substr(dot + 1) + "' (" + known + ")");
@@ -116,7 +133,11 @@ void WriteImageFile(const std::string& fileName, const PixelBuffer& image, Image
     case FileFormat_PPM: return WritePPM(fileName, image, PPMOption(), settings);
     case FileFormat_BMP: return WriteBMP(fileName, image, BMPOption(), settings);
     case FileFormat_JPEG: return WriteJPEG(fileName, image, JPEGOption(), settings);
-    case FileFormat_JPEG2000: return WriteJPEG2000(fileName, image, JPEG2000Option(), settings);
+    case FileFormat_JPEG2000: {
+        JPEG2000Option option;
+        option.codestream = HasExtension(fileName, "j2k") ? 1 : 0;
+        return WriteJPEG2000(fileName, image, option, settings);
+    }
     case FileFormat_TIFF: return WriteTIFF(fileName, image, TIFFOption(), settings);
     case FileFormat_PNG: return WritePNG(fileName, image, PNGOption(), settings);
     case FileFormat_RAW: return WriteRaw(fileName, image, settings);

@@ -63,6 +63,8 @@ void WriteRawBytes(const std::string& fileName, const void* data, size_t size,
 
 // Writes in the given format with that format's default options;
 // FileFormat_FromExt takes the format from the file name (FormatFromFileName).
+// JPEG 2000 goes into a bare codestream when the name ends in .j2k, else into
+// a JP2 file.
 void WriteImageFile(const std::string& fileName, const PixelBuffer& image, ImageFileFormat format,
                     const WriteSettings& settings = WriteSettings());
 
