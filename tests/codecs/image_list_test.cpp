@@ -31,6 +31,10 @@ ImageRecord MakeRecord(uint32_t seed, size_t dataSize, size_t chunkSize) {
     r.chunkLayoutId = 0xABCD0000ull + seed;
     r.payloadType = 4 + seed;
     r.status = 2 + seed;
+    r.colorProcessing = 3 + seed;
+    r.transportPayloadType = 0x4001 + seed;
+    r.validPayloadSize = dataSize + chunkSize + seed;
+    r.imageId = 1000 + seed;
     r.data.resize(dataSize);
     r.chunkData.resize(chunkSize);
     for (size_t i = 0; i < dataSize; ++i) r.data[i] = static_cast<uint8_t>(i * 31 + seed);
@@ -54,6 +58,10 @@ void ExpectSame(const ImageRecord& a, const ImageRecord& b) {
     EXPECT_EQ(a.chunkLayoutId, b.chunkLayoutId);
     EXPECT_EQ(a.payloadType, b.payloadType);
     EXPECT_EQ(a.status, b.status);
+    EXPECT_EQ(a.colorProcessing, b.colorProcessing);
+    EXPECT_EQ(a.transportPayloadType, b.transportPayloadType);
+    EXPECT_EQ(a.validPayloadSize, b.validPayloadSize);
+    EXPECT_EQ(a.imageId, b.imageId);
     EXPECT_EQ(a.data, b.data);
     EXPECT_EQ(a.chunkData, b.chunkData);
 }
@@ -96,7 +104,9 @@ TEST_F(ImageList, SaveAndLoadKeepEveryFieldAndByte) {
     }
     // Extreme values.
     ImageRecord extreme = MakeRecord(0, 1, 1);
-    extreme.pixelFormat = extreme.pixelFormatNamespace = extreme.payloadType = extreme.status = 0xFFFFFFFFu;
+    extreme.pixelFormat = extreme.pixelFormatNamespace = extreme.payloadType = extreme.status =
+        extreme.colorProcessing = 0xFFFFFFFFu;
+    extreme.transportPayloadType = extreme.validPayloadSize = extreme.imageId = UINT64_MAX;
     extreme.pfnc = extreme.width = extreme.height = extreme.offsetX = extreme.offsetY = extreme.paddingX =
         extreme.paddingY = extreme.stride = extreme.frameId = extreme.timestamp = extreme.chunkLayoutId = UINT64_MAX;
     SaveImageList(dir.File("x.oil"), std::vector<ImageRecord>{extreme});
@@ -139,7 +149,7 @@ TEST_F(ImageList, DocumentedByteLayout) {
     ImageRecord r = MakeRecord(5, 3, 2);
     SaveImageList(dir.File("b.oil"), std::vector<ImageRecord>{r});
     const std::vector<uint8_t> f = ReadBytes(dir.File("b.oil"));
-    ASSERT_EQ(f.size(), 32u + 136u + 3u + 2u + 4u);
+    ASSERT_EQ(f.size(), 32u + 168u + 3u + 2u + 4u);
     const uint8_t magic[8] = {0x89, 'O', 'I', 'L', '\r', '\n', 0x1A, '\n'};
     EXPECT_EQ(std::memcmp(f.data(), magic, 8), 0);
     EXPECT_EQ(Le32(f, 8), 1u);    // version
@@ -150,14 +160,14 @@ TEST_F(ImageList, DocumentedByteLayout) {
     EXPECT_EQ(Le32(f, 28), CrcOf(f, 0, 28));
     const size_t h = 32;
     EXPECT_EQ(std::memcmp(f.data() + h, "OREC", 4), 0);
-    EXPECT_EQ(Le32(f, h + 4), 136u);
+    EXPECT_EQ(Le32(f, h + 4), 168u);
     EXPECT_EQ(Le32(f, h + 8), 0u);  // index
     EXPECT_EQ(Le32(f, h + 12), r.pixelFormat);
     EXPECT_EQ(Le64(f, h + 16), r.pfnc);
     EXPECT_EQ(Le32(f, h + 24), r.pixelFormatNamespace);
     EXPECT_EQ(Le32(f, h + 28), r.payloadType);
     EXPECT_EQ(Le32(f, h + 32), r.status);
-    EXPECT_EQ(Le32(f, h + 36), 0u);
+    EXPECT_EQ(Le32(f, h + 36), r.colorProcessing);
     EXPECT_EQ(Le64(f, h + 40), r.width);
     EXPECT_EQ(Le64(f, h + 48), r.height);
     EXPECT_EQ(Le64(f, h + 56), r.offsetX);
@@ -168,11 +178,15 @@ TEST_F(ImageList, DocumentedByteLayout) {
     EXPECT_EQ(Le64(f, h + 96), r.frameId);
     EXPECT_EQ(Le64(f, h + 104), r.timestamp);
     EXPECT_EQ(Le64(f, h + 112), r.chunkLayoutId);
-    EXPECT_EQ(Le64(f, h + 120), 3u);
-    EXPECT_EQ(Le64(f, h + 128), 2u);
-    EXPECT_EQ(std::vector<uint8_t>(f.begin() + h + 136, f.begin() + h + 139), r.data);
-    EXPECT_EQ(std::vector<uint8_t>(f.begin() + h + 139, f.begin() + h + 141), r.chunkData);
-    EXPECT_EQ(Le32(f, h + 141), CrcOf(f, h, h + 141));
+    EXPECT_EQ(Le64(f, h + 120), r.transportPayloadType);
+    EXPECT_EQ(Le64(f, h + 128), r.validPayloadSize);
+    EXPECT_EQ(Le64(f, h + 136), r.imageId);
+    EXPECT_EQ(Le64(f, h + 144), 0u);
+    EXPECT_EQ(Le64(f, h + 152), 3u);
+    EXPECT_EQ(Le64(f, h + 160), 2u);
+    EXPECT_EQ(std::vector<uint8_t>(f.begin() + h + 168, f.begin() + h + 171), r.data);
+    EXPECT_EQ(std::vector<uint8_t>(f.begin() + h + 171, f.begin() + h + 173), r.chunkData);
+    EXPECT_EQ(Le32(f, h + 173), CrcOf(f, h, h + 173));
 }
 
 TEST_F(ImageList, EveryFlippedBitIsCorruptData) {
@@ -226,27 +240,27 @@ TEST_F(ImageList, ExactMessages) {
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA), p + "the header's checksum does not match");
 
     bad = good;
-    bad[32 + 136 + 2] ^= 0x40;  // a data byte of image 0
+    bad[32 + 168 + 2] ^= 0x40;  // a data byte of image 0
     WriteBytes(path, bad);
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA), p + "image 0 of 2: checksum does not match");
 
-    WriteBytes(path, std::vector<uint8_t>(good.begin(), good.begin() + 32 + 140));
+    WriteBytes(path, std::vector<uint8_t>(good.begin(), good.begin() + 32 + 172));
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA),
               p + "the header announces 2 images but the file can hold at most 1");
 
     // The second record cut after its header.
-    bad = std::vector<uint8_t>(good.begin(), good.begin() + 32 + 136 + 6 + 3 + 4 + 140);
+    bad = std::vector<uint8_t>(good.begin(), good.begin() + 32 + 168 + 6 + 3 + 4 + 172);
     WriteBytes(path, bad);
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA),
               p + "image 1 of 2 declares 2 image bytes and 0 chunk bytes but only 0 bytes remain");
 
     // A record whose sizes point past the end (checked before allocating).
     bad = good;
-    PutLe64(bad, 32 + 120, 0x7FFFFFFFFFFFFFFFull);
+    PutLe64(bad, 32 + 152, 0x7FFFFFFFFFFFFFFFull);
     WriteBytes(path, bad);
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA),
               p + "image 0 of 2 declares 9223372036854775807 image bytes and 3 chunk bytes but only " +
-                  std::to_string(good.size() - 32 - 136 - 4) + " bytes remain");
+                  std::to_string(good.size() - 32 - 168 - 4) + " bytes remain");
 
     // A header announcing 4 billion images (with a valid checksum).
     bad = good;
@@ -257,7 +271,7 @@ TEST_F(ImageList, ExactMessages) {
               p + "the header announces 4294967295 images but the file can hold at most 2");
 
     // Records swapped: the index gives it away even though each checksum holds.
-    const size_t first = 136 + 6 + 3 + 4;
+    const size_t first = 168 + 6 + 3 + 4;
     bad.assign(good.begin(), good.begin() + 32);
     bad.insert(bad.end(), good.begin() + 32 + static_cast<std::ptrdiff_t>(first), good.end());
     bad.insert(bad.end(), good.begin() + 32, good.begin() + 32 + static_cast<std::ptrdiff_t>(first));

@@ -23,7 +23,7 @@ const uint8_t kMagic[8] = {0x89, 'O', 'I', 'L', '\r', '\n', 0x1A, '\n'};
 const uint32_t kFileHeaderSize = 32;
 const uint32_t kMaxFileHeaderSize = 4096;
 const uint8_t kRecordMarker[4] = {'O', 'R', 'E', 'C'};
-const uint32_t kRecordHeaderSize = 136;
+const uint32_t kRecordHeaderSize = 168;
 const uint32_t kCrcSize = 4;
 
 // zlib treats a null buffer as a request for the initial value; an empty
@@ -44,6 +44,7 @@ void EncodeRecordHeader(const ImageRecordInfo& r, uint32_t index, uint64_t dataS
     StoreLE32(h + 24, r.pixelFormatNamespace);
     StoreLE32(h + 28, r.payloadType);
     StoreLE32(h + 32, r.status);
+    StoreLE32(h + 36, r.colorProcessing);
     StoreLE64(h + 40, r.width);
     StoreLE64(h + 48, r.height);
     StoreLE64(h + 56, r.offsetX);
@@ -54,8 +55,12 @@ void EncodeRecordHeader(const ImageRecordInfo& r, uint32_t index, uint64_t dataS
     StoreLE64(h + 96, r.frameId);
     StoreLE64(h + 104, r.timestamp);
     StoreLE64(h + 112, r.chunkLayoutId);
-    StoreLE64(h + 120, dataSize);
-    StoreLE64(h + 128, chunkSize);
+    StoreLE64(h + 120, r.transportPayloadType);
+    StoreLE64(h + 128, r.validPayloadSize);
+    StoreLE64(h + 136, r.imageId);
+    // 144..151: reserved, zero
+    StoreLE64(h + 152, dataSize);
+    StoreLE64(h + 160, chunkSize);
 }
 
 void DecodeRecordHeader(const uint8_t* h, ImageRecordInfo& r) {
@@ -64,6 +69,7 @@ void DecodeRecordHeader(const uint8_t* h, ImageRecordInfo& r) {
     r.pixelFormatNamespace = LoadLE32(h + 24);
     r.payloadType = LoadLE32(h + 28);
     r.status = LoadLE32(h + 32);
+    r.colorProcessing = LoadLE32(h + 36);
     r.width = LoadLE64(h + 40);
     r.height = LoadLE64(h + 48);
     r.offsetX = LoadLE64(h + 56);
@@ -74,6 +80,9 @@ void DecodeRecordHeader(const uint8_t* h, ImageRecordInfo& r) {
     r.frameId = LoadLE64(h + 96);
     r.timestamp = LoadLE64(h + 104);
     r.chunkLayoutId = LoadLE64(h + 112);
+    r.transportPayloadType = LoadLE64(h + 120);
+    r.validPayloadSize = LoadLE64(h + 128);
+    r.imageId = LoadLE64(h + 136);
 }
 
 // Reads a whole image list file through one descriptor, checking every read
@@ -231,9 +240,9 @@ std::vector<ImageRecord> LoadImageList(const std::string& fileName) {
                        std::to_string(kRecordHeaderSize));
         if (LoadLE32(h + 8) != i)
             in.Corrupt(which + " carries the index " + std::to_string(LoadLE32(h + 8)));
-        if (LoadLE32(h + 36) != 0) in.Corrupt(which + " has a non-zero reserved field");
-        const uint64_t dataSize = LoadLE64(h + 120);
-        const uint64_t chunkSize = LoadLE64(h + 128);
+        if (LoadLE64(h + 144) != 0) in.Corrupt(which + " has a non-zero reserved field");
+        const uint64_t dataSize = LoadLE64(h + 152);
+        const uint64_t chunkSize = LoadLE64(h + 160);
         const uint64_t available = in.Remaining() - kCrcSize;  // Remaining() >= kCrcSize here
         if (dataSize > available || chunkSize > available - dataSize)
             in.Corrupt(which + " declares " + std::to_string(dataSize) + " image bytes and " +

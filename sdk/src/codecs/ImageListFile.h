@@ -44,6 +44,10 @@ struct ImageRecordInfo {
     uint64_t chunkLayoutId = 0;
     uint32_t payloadType = 0;           // TLPayloadType
     uint32_t status = 0;                // ImageStatus
+    uint32_t colorProcessing = 0;       // ColorProcessingAlgorithm
+    uint64_t transportPayloadType = 0;  // the transport's own payload type code (Image::GetPayloadType)
+    uint64_t validPayloadSize = 0;      // bytes of payload received
+    uint64_t imageId = 0;               // the SDK's image number (Image::GetID)
 };
 
 // One image with its bytes, as loaded.
