@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "Orvane/Logging.h"
 #include "core/Raise.h"
 #include "genapi/NodeMapBase.h"
 
@@ -182,11 +183,23 @@ void Node::AddSelected(Node& selected) {
 
 void Node::InvalidateCache() { m_cachedAccess = _UndefinedAccesMode; }
 
+namespace {
+// A callback's failure is logged and stops nothing: the change it reports has
+// already happened.
+void Invoke(const CNodeCallback& callback, ECallbackType type, const std::string& node) {
+    try {
+        callback(type);
+    } catch (const std::exception& e) {
+        LoggerWrapper::LoggingError(("node callback of " + node + " failed: " + e.what()).c_str(), "");
+    }
+}
+} // namespace
+
 void Node::FireCallbacks(ECallbackType type) {
     if (m_callbacks.empty()) return;
     const std::vector<Registration> callbacks = m_callbacks;  // a callback may deregister
     for (const auto& r : callbacks)
-        if (r.callback->GetCallbackType() == type && HasCallback(r.handle)) (*r.callback)(type);
+        if (r.callback->GetCallbackType() == type && HasCallback(r.handle)) Invoke(*r.callback, type, m_info.name);
 }
 
 void Node::CallbackHandles(ECallbackType type, std::vector<CallbackHandleType>& out) const {
@@ -207,7 +220,7 @@ void Node::FireCallback(CallbackHandleType handle) {
         for (const auto& r : m_callbacks)
             if (r.handle == handle) cb = r.callback;
     }
-    if (cb) (*cb)(cb->GetCallbackType());
+    if (cb) Invoke(*cb, cb->GetCallbackType(), m_info.name);
 }
 
 void Node::Fail(int line, const char* function, int code, const std::string& message) const {
