@@ -35,11 +35,11 @@ asan: bootstrap
 	cmake --build $(BUILD)-asan -j $(JOBS)
 	cd $(BUILD)-asan && ctest --output-on-failure -j $(JOBS)
 
-# The threaded tests built with ThreadSanitizer.
+# The threaded tests (test programs with "threads" in their name) built with ThreadSanitizer.
 tsan: bootstrap
 	cmake -S . -B $(BUILD)-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_SANITIZE=thread -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(BUILD)-tsan -j $(JOBS)
-	cd $(BUILD)-tsan && ctest --output-on-failure -j $(JOBS) -L threads
+	cd $(BUILD)-tsan && ctest --output-on-failure -j $(JOBS) -R threads
 
 bench: build
 	@./scripts/bench.sh $(BUILD)

@@ -16,11 +16,8 @@ template <class Make>
 orvError CreateImage(orvImage* out, Make&& make) {
     return OrvaneCFrame([&] {
         CheckNullParam(out);
-        orvObject* record = newRecord(ORV_HANDLE_IMAGE_USER_CREATED);
-        ImagePtr* image = new ImagePtr();
-        *image = make();
-        record->target = image;
-        *out = record;
+        *out = BuildRecord(ORV_HANDLE_IMAGE_USER_CREATED,
+                           [&](orvObject* r) { r->target = NewHeldPointer<ImagePtr>(make); });
         return ORV_OK;
     });
 }
@@ -67,11 +64,9 @@ orvError orvImageCreate(orvImage source, orvImage* image) {
         CheckNullParam(image);
         CheckNullHandle(source);
         checkObjectType(ORV_HANDLE_IMAGE, source);
-        orvObject* record = newRecord(ORV_HANDLE_IMAGE_USER_CREATED);
-        ImagePtr* created = new ImagePtr();
-        *created = Image::Create(ImageOf(source));
-        record->target = created;
-        *image = record;
+        *image = BuildRecord(ORV_HANDLE_IMAGE_USER_CREATED, [&](orvObject* r) {
+            r->target = NewHeldPointer<ImagePtr>([&] { return Image::Create(ImageOf(source)); });
+        });
         return ORV_OK;
     });
 }

@@ -18,9 +18,7 @@ template <class List>
 orvError CreateEmpty(orvHandleType tag, void** out) {
     return OrvaneCFrame([&] {
         CheckNullParam(out);
-        orvObject* record = newRecord(tag);
-        record->target = new List();
-        *out = record;
+        *out = BuildRecord(tag, [](orvObject* r) { r->target = new List(); });
         return ORV_OK;
     });
 }
@@ -55,11 +53,9 @@ orvError GetElement(orvHandleType listTag, orvHandleType elementTag, void* handl
         CheckNullHandle(handle);
         CheckNullParam(out);
         checkObjectType(listTag, handle);
-        orvObject* record = newRecord(elementTag);
-        Ptr* element = new Ptr();
-        *element = AsList<List>(handle)->GetByIndex(index);
-        record->target = element;
-        *out = record;
+        *out = BuildRecord(elementTag, [&](orvObject* r) {
+            r->target = NewHeldPointer<Ptr>([&] { return AsList<List>(handle)->GetByIndex(index); });
+        });
         return ORV_OK;
     });
 }
@@ -124,10 +120,9 @@ orvError orvCameraListGetBySerial(orvCameraList list, const char* serial, orvCam
         CheckNullHandle(list);
         CheckNullParam(serial);
         checkObjectType(ORV_HANDLE_CAMERA_LIST, list);
-        orvObject* record = newRecord(ORV_HANDLE_CAMERA);
-        CameraPtr* element = new CameraPtr();
-        *element = AsList<CameraList>(list)->GetBySerial(std::string(serial));
-        record->target = element;
+        orvObject* record = BuildRecord(ORV_HANDLE_CAMERA, [&](orvObject* r) {
+            r->target = NewHeldPointer<CameraPtr>([&] { return AsList<CameraList>(list)->GetBySerial(std::string(serial)); });
+        });
         *camera = record;
         return ORV_OK;
     });
@@ -179,10 +174,10 @@ orvError orvImageListGetByPixelFormat(orvImageList list, orvPixelFormat pixelFor
     return OrvaneCFrame([&] {
         CheckNullHandle(list);
         checkObjectType(ORV_HANDLE_IMAGE_LIST, list);
-        orvObject* record = newRecord(ORV_HANDLE_IMAGE);
-        ImagePtr* element = new ImagePtr();
-        *element = AsList<ImageList>(list)->GetByPixelFormat(static_cast<PixelFormatEnums>(pixelFormat));
-        record->target = element;
+        orvObject* record = BuildRecord(ORV_HANDLE_IMAGE, [&](orvObject* r) {
+            r->target = NewHeldPointer<ImagePtr>(
+                [&] { return AsList<ImageList>(list)->GetByPixelFormat(static_cast<PixelFormatEnums>(pixelFormat)); });
+        });
         *image = record;
         return ORV_OK;
     });

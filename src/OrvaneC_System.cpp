@@ -11,12 +11,15 @@ System* AsSystem(void* handle) { return static_cast<System*>(asRecord(handle)->t
 orvError orvSystemGetInstance(orvSystem* system) {
     return OrvaneCFrame([&] {
         CheckNullParam(system);
-        orvObject* record = newRecord(ORV_HANDLE_SYSTEM);
-        // Deliberately never freed: it keeps one reference to the system for
-        // the rest of the process, so the raw pointer in the handle stays valid.
-        SystemPtr* keep = new SystemPtr();
-        *keep = System::GetInstance();
-        record->target = keep->get();
+        orvObject* record = BuildRecord(ORV_HANDLE_SYSTEM, [](orvObject* r) {
+            // Deliberately never freed: it keeps one reference to the system
+            // for the rest of the process, so the raw pointer in the handle
+            // stays valid.
+            SystemPtr* keep = new SystemPtr();
+            Abandon(keep);
+            *keep = System::GetInstance();
+            r->target = keep->get();
+        });
         *system = record;
         return ORV_OK;
     });
@@ -29,6 +32,9 @@ orvError orvSystemReleaseInstance(orvSystem system) {
         System* sdk = AsSystem(system);
         sdk->ReleaseInstance();
         delete sdk;
+        // The cached node map handle (and the node handles under it) outlive
+        // the system handle: they are not freed here.
+        for (auto& child : asRecord(system)->children) Abandon(child.second);
         destroyRecord(asRecord(system));
         return ORV_OK;
     });

@@ -60,10 +60,10 @@ inline orvHandleType assignNodeType(Orvane::GenApi::INode* node) {
 // A node record built for `node` under `parent`'s cache: tag 0 and no node
 // until the tag is assigned (a failing assignment leaves the record behind).
 inline orvObject* NewNodeRecord(Orvane::GenApi::INode* node, bool entry) {
-    orvObject* record = newRecord(static_cast<orvHandleType>(0));
-    record->tag = entry ? ORV_HANDLE_ENUM_ENTRY_NODE : assignNodeType(node);
-    record->target = node;
-    return record;
+    return BuildRecord(static_cast<orvHandleType>(0), [&](orvObject* r) {
+        r->tag = entry ? ORV_HANDLE_ENUM_ENTRY_NODE : assignNodeType(node);
+        r->target = node;
+    });
 }
 
 // Looks `key` up in parent's cache; on a miss asks make() for the node

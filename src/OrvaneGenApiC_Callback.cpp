@@ -1,4 +1,6 @@
 // Node callbacks: registration of C functions on nodes.
+#include <memory>
+
 #include "OrvaneGenApiCModule.h"
 
 using namespace Orvane::GenApi;
@@ -11,13 +13,14 @@ orvError orvNodeRegisterCallback(orvNodeHandle hNode, orvNodeCallbackFunction pF
                        ORVANE_ERR_INVALID_PARAMETER);
         CheckNullParam(phCallback);
         checkObjectType(ORV_HANDLE_NODE, hNode);
-        orvObject* record = newRecord(ORV_HANDLE_CALLBACK);
-        INode* node = CheckedNode(hNode);
-        NodeCallbackRegistration* registration = new NodeCallbackRegistration();
-        registration->callback = new OrvNodeCallbackInternal(node, pFunction);
-        registration->token = node->RegisterCallback(registration->callback);
-        record->target = registration;
-        *phCallback = record;
+        *phCallback = BuildRecord(ORV_HANDLE_CALLBACK, [&](orvObject* r) {
+            INode* node = CheckedNode(hNode);
+            std::unique_ptr<OrvNodeCallbackInternal> callback(new OrvNodeCallbackInternal(node, pFunction));
+            std::unique_ptr<NodeCallbackRegistration> registration(new NodeCallbackRegistration());
+            registration->token = node->RegisterCallback(callback.get());
+            registration->callback = callback.release();
+            r->target = registration.release();
+        });
         return ORV_OK;
     });
 }

