@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <set>
-#include <thread>
 
 #include "CodecTestSupport.h"
 #include "Decoders.h"
@@ -686,30 +685,4 @@ TEST_F(Writers, AcceptanceTableMatchesTheWriters) {
     EXPECT_EQ(accepted, 56u);
     EXPECT_FALSE(WriterAccepts(FileFormat_FromExt, ChannelOrder::Gray, 8));
     EXPECT_FALSE(WriterAccepts(FileFormat_PNG, ChannelOrder::Gray, 12));
-}
-
-TEST_F(Writers, ConcurrentWritersShareNoState) {
-    // Each thread writes its own files in every format; all must decode exactly.
-    std::vector<std::thread> threads;
-    std::vector<int> failures(4, 0);
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&, t] {
-            TestImage img = MakeImage(48 + t, 32, ChannelOrder::RGB, 8);
-            const std::string base = dir.File("t" + std::to_string(t));
-            for (int round = 0; round < 3; ++round) {
-                WritePNG(base + ".png", img.buffer);
-                WriteTIFF(base + ".tif", img.buffer);
-                WriteJPEG2000(base + ".jp2", img.buffer);
-                WriteBMP(base + ".bmp", img.buffer);
-                WriteJPEG(base + ".jpg", img.buffer);
-                if (!SamePixels(ReadPng(base + ".png"), img.buffer, 3)) ++failures[t];
-                if (!SamePixels(ReadTiff(base + ".tif"), img.buffer, 3)) ++failures[t];
-                if (!SamePixels(ReadJ2k(base + ".jp2"), img.buffer, 3)) ++failures[t];
-                if (!SamePixels(ReadBmp(base + ".bmp"), img.buffer, 3)) ++failures[t];
-                if (PsnrOf(ReadJpeg(base + ".jpg"), img.buffer, 3) < 35.0) ++failures[t];
-            }
-        });
-    for (std::thread& t : threads) t.join();
-    EXPECT_EQ(failures, std::vector<int>(4, 0));
-    EXPECT_EQ(dir.List().size(), 20u);  // no temporaries left
 }
