@@ -381,11 +381,6 @@ void ArvNodeMap::Build() {
                 layout.kind = PortRegisterLayout::MaskedInteger;
                 layout.lsb = extra->lsb;
                 layout.msb = extra->msb;
-                if (b.structReg) {
-                    const char* regName = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(b.structReg));
-                    if (const XmlNodeExtra* reg = regName ? side.Find(regName) : nullptr) layout.bigEndian = reg->bigEndian;
-                    continue;  // a struct entry's register is its StructReg: not served (rare on data ports)
-                }
             } else if (extra->element == "FloatReg") {
                 layout.kind = PortRegisterLayout::Float;
             } else if (extra->element == "StringReg") {

@@ -116,6 +116,8 @@ namespace {
 // Reads the bytes of a register on a chunk or event port: its address and
 // length as Aravis evaluates them (pIndex, pLength), its data from the port.
 uint64_t PortRegisterBytes(const Node& node, const ArvLink& link, uint8_t* out, uint64_t capacity, const char* function) {
+    if (!ARV_IS_GC_REGISTER(link.feature))
+        node.Fail(__LINE__, function, ORVANE_ERR_NOT_SUPPORTED, "this register kind cannot be read from chunk or event data");
     ArvGcRegister* reg = ARV_GC_REGISTER(link.feature);
     GError* error = nullptr;
     const uint64_t address = arv_gc_register_get_address(reg, &error);
