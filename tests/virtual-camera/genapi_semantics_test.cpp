@@ -455,6 +455,24 @@ TEST_F(GenApiSemanticsTest, TextRoundTripsForEveryNodeKind) {
     EXPECT_GE(roundTrips, 150);
 }
 
+TEST_F(GenApiSemanticsTest, ValuesAreCachedAsTheDescriptionAllows) {
+    // Width's limits depend on OffsetX and OffsetX's on Width: its value is
+    // still cached (limits are read anew on every use).
+    CIntegerPtr width = Int("Width");
+    EXPECT_EQ(width->GetNode()->GetCachingMode(), WriteThrough);
+    width->GetValue();
+    EXPECT_TRUE(width->IsValueCacheValid());
+    Int("OffsetX")->SetValue(8);
+    EXPECT_FALSE(width->IsValueCacheValid());  // a dependency changed
+    EXPECT_EQ(width->GetMax(), 2040);
+    // Status values are never cached.
+    EXPECT_EQ(Node("Timestamp")->GetCachingMode(), NoCache);
+    CIntegerPtr timestamp = Int("Timestamp");
+    const int64_t t = timestamp->GetValue();
+    EXPECT_FALSE(timestamp->IsValueCacheValid());
+    EXPECT_GT(timestamp->GetValue(), t);
+}
+
 TEST_F(GenApiSemanticsTest, CallbacksFireOnceForDependentsOutsideTheLock) {
     Set("PixelFormat", "Mono8");
     Int("Height")->SetValue(100);

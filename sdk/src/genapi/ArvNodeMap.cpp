@@ -28,7 +28,8 @@ struct Built {
     Node* node = nullptr;
     ArvDomNode* element = nullptr;
     ArvDomNode* structReg = nullptr;
-    std::vector<Node*> reads;         // nodes read to compute this one
+    std::vector<Node*> reads;         // nodes read to compute this one or its limits and access
+    std::vector<Node*> valueReads;    // nodes read to compute its value (not pMin, pMax, pInc, pIs*)
     std::vector<Node*> accessInputs;  // pIsImplemented, pIsAvailable, pIsLocked targets
     std::vector<Node*> valueTargets;  // pValue, pValueIndexed, pValueDefault targets
     std::vector<Node*> features;      // a category's pFeature targets
@@ -260,6 +261,9 @@ void ArvNodeMap::Build() {
                 if (t == ARV_GC_PROPERTY_NODE_TYPE_P_IS_IMPLEMENTED || t == ARV_GC_PROPERTY_NODE_TYPE_P_IS_AVAILABLE ||
                     t == ARV_GC_PROPERTY_NODE_TYPE_P_IS_LOCKED)
                     b.accessInputs.push_back(target);
+                else if (t != ARV_GC_PROPERTY_NODE_TYPE_P_MINIMUM && t != ARV_GC_PROPERTY_NODE_TYPE_P_MAXIMUM &&
+                         t != ARV_GC_PROPERTY_NODE_TYPE_P_INCREMENT)
+                    b.valueReads.push_back(target);
                 if (t == ARV_GC_PROPERTY_NODE_TYPE_P_VALUE) {
                     if (!b.value) b.value = target;
                     b.valueTargets.push_back(target);
@@ -282,6 +286,7 @@ void ArvNodeMap::Build() {
                 if (Node* target = FindNode(offset)) {
                     b.node->AddDependency(*target, ctReadingChildren);
                     b.reads.push_back(target);
+                    b.valueReads.push_back(target);
                 }
         if (auto* category = dynamic_cast<ArvCategoryNode*>(b.node))
             for (Node* f : b.features)
@@ -457,12 +462,14 @@ void ArvNodeMap::Build() {
         } else if (b.kind == Built::Never) {
             m = NoCache;
         } else if (b.kind == Built::Computed) {
-            for (Node* r : b.reads)
+            // Only what the value is computed from counts: limits and access
+            // are read anew on every use.
+            for (Node* r : b.valueReads)
                 if (caching(index.at(r)) == NoCache) m = NoCache;
         }
         // A register behind a pIndex or pAddress that cannot be cached cannot be either.
         if (b.kind == Built::Leaf && m != NoCache)
-            for (Node* r : b.reads)
+            for (Node* r : b.valueReads)
                 if (caching(index.at(r)) == NoCache) m = NoCache;
         if (b.kind == Built::Never && b.explicitCaching >= 0) m = NoCache;
         mode[i] = m;

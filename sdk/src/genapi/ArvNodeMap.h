@@ -18,11 +18,14 @@
 //
 // Caches: a node's caching mode is the XML's Cachable, else WriteThrough for
 // registers and constants and, for computed nodes, NoCache as soon as one
-// node they read is NoCache. Values of nodes whose mode is not NoCache, and
-// access modes whose inputs are all cachable, are kept until the graph
-// invalidates them (a write, InvalidateNode, InvalidateNodes, Poll, a command,
-// a port write). Whoever changes device memory behind the map's back (direct
-// ArvDevice or ArvGc calls, fake camera memory) calls InvalidateNodes.
+// node their value is computed from (pValue, pVariable, pIndex, ...; not
+// pMin, pMax, pInc or the pIs* links, read anew on every use) is NoCache.
+// Values of nodes whose mode is not NoCache, and access modes whose inputs
+// are all cachable, are kept until the graph invalidates them (a write,
+// InvalidateNode, InvalidateNodes, Poll, a command, a port write, a behaviour
+// of the device session notifying what it changed). Whoever changes device
+// memory behind the map's back (direct ArvDevice or ArvGc calls, fake camera
+// memory) calls InvalidateNodes, or NotifyChanged on the registers it changed.
 //
 // Locking: the map's recursive lock (NodeMapBase) guards every entry into
 // ArvGc. Aravis's GenICam layer has no locking of its own, so code outside
