@@ -5,8 +5,11 @@
 
 #include <arv.h>
 
+#include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -16,6 +19,22 @@
 using namespace Orvane;
 using namespace Orvane::GenApi;
 using Orvane::GenApi::impl::ArvNodeMap;
+
+// Allocations made while counting (this program's operator new).
+static std::atomic<bool> g_counting{false};
+static std::atomic<long> g_allocations{0};
+
+void* operator new(size_t size) {
+    if (g_counting.load(std::memory_order_relaxed)) ++g_allocations;
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+// This program's operator new takes its memory from malloc.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, size_t) noexcept { std::free(p); }
+#pragma GCC diagnostic pop
 
 namespace {
 
@@ -144,6 +163,27 @@ TEST_F(DataPortsTest, CachedValuesFollowEveryAttachment) {
     map->AttachChunkData(other.data(), other.size());
     EXPECT_EQ(value->GetValue(), 0x11111111);
     EXPECT_EQ(map->GetNode("ChunkA")->GetAccessMode(), RO);
+}
+
+TEST_F(DataPortsTest, AttachingAFrameAllocatesNothing) {
+    std::vector<uint8_t> data;
+    AppendChunk(data, 0x1000000A, ChunkA());
+    AppendChunk(data, 0x1000000B, {3, 0, 0, 0, 1, 2, 3, 4});
+    AppendChunk(data, 0x0BADC0DE, {9, 9, 9, 9});  // unknown to the description
+    map->AttachChunkData(data.data(), data.size());  // the first attachment builds what notification needs
+    map->DetachChunkData();
+    map->AttachEventData(0x5001, data.data(), 16);
+    g_allocations = 0;
+    g_counting = true;
+    for (int frame = 0; frame < 100; ++frame) {
+        data[0] = static_cast<uint8_t>(frame);
+        map->AttachChunkData(data.data(), data.size());
+        map->AttachEventData(0x5001, data.data(), 16);
+    }
+    map->DetachChunkData();
+    g_counting = false;
+    EXPECT_EQ(g_allocations.load(), 0);
+    EXPECT_EQ(map->GetNode("LittleUnsigned")->GetAccessMode(), NA);
 }
 
 TEST_F(DataPortsTest, PortNodesReadTheDataAndRefuseWrites) {

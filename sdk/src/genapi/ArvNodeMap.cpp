@@ -307,7 +307,9 @@ void ArvNodeMap::Build() {
     };
     std::vector<Span> spans;
     for (Built& b : built) {
-        if (b.kind != Built::Leaf) continue;
+        // Registers on chunk and event ports change together with their port
+        // (and their addresses are offsets in its data, not device addresses).
+        if (b.kind != Built::Leaf || b.port) continue;
         ArvDomNode* reg = b.structReg ? b.structReg : b.element;
         if (!ARV_IS_GC_REGISTER(reg) || !b.reads.empty()) continue;  // addresses computed from other nodes vary
         GError* error = nullptr;
