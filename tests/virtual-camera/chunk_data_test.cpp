@@ -337,7 +337,7 @@ TEST_F(ChunkDataTest, FuzzedLayoutsNeverReadOutOfBounds) {
         }
         // Exactly sized storage: a read past its end is a sanitizer error.
         std::unique_ptr<uint8_t[]> exact(new uint8_t[bytes.size() + 1]);
-        std::memcpy(exact.get(), bytes.data(), bytes.size());
+        if (!bytes.empty()) std::memcpy(exact.get(), bytes.data(), bytes.size());
         const int code = CodeOf([&] { map->AttachChunkData(exact.get(), bytes.size()); });
         if (code != 0) {
             EXPECT_EQ(code, ORVANE_ERR_INVALID_BUFFER);
