@@ -100,6 +100,11 @@ ORVANE_C_API orvError orvImageListGetByPixelFormat(orvImageList list, orvPixelFo
 ORVANE_C_API orvError orvImageListRemoveByPixelFormat(orvImageList list, orvPixelFormat pixelFormat);
 /* Hands every camera image of the list back to its stream and empties it. */
 ORVANE_C_API orvError orvImageListRelease(orvImageList list);
+/* Writes the list's images with their metadata and chunk data to an image
+ * list file; the file name is not checked (a null one fails in the SDK). */
+ORVANE_C_API orvError orvImageListSave(orvImageList list, const char* fileName);
+/* Reads an image list file into a new list handle, which the caller destroys. */
+ORVANE_C_API orvError orvImageListLoad(orvImageList* list, const char* fileName);
 
 /* Interfaces ------------------------------------------------------------- */
 ORVANE_C_API orvError orvInterfaceUpdateCameras(orvInterface interfaceHandle, bool8_t* changed);
