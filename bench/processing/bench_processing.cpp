@@ -1,0 +1,155 @@
+// Processing kernels against their references, measured in the same run:
+// - BayerRG8 -> BGR8 bilinear, 12 MP, 1 and 2 threads: OpenCV cvtColor(COLOR_BayerRGGB2BGR)
+// - Mono12p -> Mono16, 12 MP: a straightforward unpacking loop
+// - per-channel statistics of a 12 MP BGR8 image: OpenCV mean + minMaxLoc per channel
+// After the benchmarks a table gives each reference's time divided by Orvane's
+// (above 1: Orvane is faster).
+#include <benchmark/benchmark.h>
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "processing/Convert.h"
+
+namespace {
+
+constexpr int kWidth = 4000, kHeight = 3000;
+
+cv::Mat RandomMat(int rows, int cols, int type, unsigned seed) {
+    cv::Mat m(rows, cols, type);
+    std::mt19937 rng(seed);
+    for (size_t i = 0; i < m.total() * m.elemSize(); ++i) m.data[i] = static_cast<uint8_t>(rng());
+    return m;
+}
+
+Orvane::internal::ImageView View(const cv::Mat& m, int w, int h, Orvane::PixelFormatEnums f) {
+    Orvane::internal::ImageView v;
+    v.data = m.data;
+    v.size = m.total() * m.elemSize();
+    v.width = w;
+    v.height = h;
+    v.format = f;
+    return v;
+}
+
+Orvane::internal::MutableImageView Out(cv::Mat& m, int w, int h, Orvane::PixelFormatEnums f) {
+    Orvane::internal::MutableImageView v;
+    v.data = m.data;
+    v.size = m.total() * m.elemSize();
+    v.width = w;
+    v.height = h;
+    v.format = f;
+    return v;
+}
+
+void BM_BayerRG8ToBGR8_Orvane(benchmark::State& state) {
+    const unsigned threads = static_cast<unsigned>(state.range(0));
+    const cv::Mat src = RandomMat(kHeight, kWidth, CV_8UC1, 1);
+    cv::Mat dst(kHeight, kWidth, CV_8UC3, cv::Scalar::all(0));
+    for (auto _ : state) {
+        Orvane::internal::Convert(View(src, kWidth, kHeight, Orvane::PixelFormat_BayerRG8),
+                                  Out(dst, kWidth, kHeight, Orvane::PixelFormat_BGR8),
+                                  Orvane::COLOR_PROCESSING_BILINEAR, threads);
+        benchmark::DoNotOptimize(dst.data);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * int64_t(kWidth) * kHeight);
+}
+
+void BM_BayerRG8ToBGR8_OpenCV(benchmark::State& state) {
+    const int threads = static_cast<int>(state.range(0));
+    const int saved = cv::getNumThreads();
+    cv::setNumThreads(threads);
+    const cv::Mat src = RandomMat(kHeight, kWidth, CV_8UC1, 1);
+    cv::Mat dst(kHeight, kWidth, CV_8UC3, cv::Scalar::all(0));
+    for (auto _ : state) {
+        cv::cvtColor(src, dst, cv::COLOR_BayerRGGB2BGR);
+        benchmark::DoNotOptimize(dst.data);
+        benchmark::ClobberMemory();
+    }
+    cv::setNumThreads(saved);
+    state.SetBytesProcessed(state.iterations() * int64_t(kWidth) * kHeight);
+}
+
+void BM_Mono12pToMono16_Orvane(benchmark::State& state) {
+    const cv::Mat src = RandomMat(1, kWidth * kHeight * 3 / 2, CV_8UC1, 2);
+    cv::Mat dst(kHeight, kWidth, CV_16UC1, cv::Scalar::all(0));
+    for (auto _ : state) {
+        Orvane::internal::Convert(View(src, kWidth, kHeight, Orvane::PixelFormat_Mono12p),
+                                  Out(dst, kWidth, kHeight, Orvane::PixelFormat_Mono16),
+                                  Orvane::COLOR_PROCESSING_DEFAULT, 1);
+        benchmark::DoNotOptimize(dst.data);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * int64_t(kWidth) * kHeight * 3 / 2);
+}
+
+// The reference: two pixels from three bytes, scaled to 16 bits the same way.
+void BM_Mono12pToMono16_SimpleLoop(benchmark::State& state) {
+    const cv::Mat src = RandomMat(1, kWidth * kHeight * 3 / 2, CV_8UC1, 2);
+    cv::Mat dst(kHeight, kWidth, CV_16UC1, cv::Scalar::all(0));
+    for (auto _ : state) {
+        const uint8_t* p = src.data;
+        uint16_t* o = reinterpret_cast<uint16_t*>(dst.data);
+        const size_t pairs = size_t(kWidth) * kHeight / 2;
+        for (size_t i = 0; i < pairs; ++i, p += 3, o += 2) {
+            const uint16_t a = static_cast<uint16_t>(p[0] | (p[1] & 0x0F) << 8);
+            const uint16_t b = static_cast<uint16_t>(p[1] >> 4 | p[2] << 4);
+            o[0] = static_cast<uint16_t>(a << 4 | a >> 8);
+            o[1] = static_cast<uint16_t>(b << 4 | b >> 8);
+        }
+        benchmark::DoNotOptimize(dst.data);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * int64_t(kWidth) * kHeight * 3 / 2);
+}
+
+BENCHMARK(BM_BayerRG8ToBGR8_OpenCV)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_BayerRG8ToBGR8_Orvane)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Mono12pToMono16_SimpleLoop)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Mono12pToMono16_Orvane)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// Collects real times to print reference / Orvane ratios after the run.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& r : runs)
+            if (r.run_type == Run::RT_Iteration) times_[r.benchmark_name()] = r.GetAdjustedRealTime();
+        ConsoleReporter::ReportRuns(runs);
+    }
+    void Finalize() override {
+        ConsoleReporter::Finalize();
+        std::printf("\n%-44s %12s %12s %8s\n", "comparison", "reference", "orvane", "ratio");
+        for (const auto& [name, t] : times_) {
+            const std::string::size_type pos = name.find("_Orvane");
+            if (pos == std::string::npos) continue;
+            for (const auto& [refName, refTime] : times_) {
+                if (refName == name || refName.compare(0, pos, name, 0, pos) != 0) continue;
+                if (refName.substr(refName.find('/') == std::string::npos ? refName.size() : refName.find('/')) !=
+                    name.substr(name.find('/') == std::string::npos ? name.size() : name.find('/')))
+                    continue;
+                std::printf("%-44s %10.3f ms %10.3f ms %7.2fx\n", refName.c_str(), refTime, t, refTime / t);
+            }
+        }
+    }
+
+private:
+    std::map<std::string, double> times_;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}
