@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "processing/Convert.h"
+#include "processing/Statistics.h"
 
 namespace {
 
@@ -110,10 +111,60 @@ void BM_Mono12pToMono16_SimpleLoop(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * int64_t(kWidth) * kHeight * 3 / 2);
 }
 
+// Red, green and blue: range, mean, histogram, distinct values.
+void BM_StatisticsBGR8_Orvane(benchmark::State& state) {
+    const unsigned threads = static_cast<unsigned>(state.range(0));
+    const cv::Mat src = RandomMat(kHeight, kWidth, CV_8UC3, 3);
+    const unsigned mask = 1u << Orvane::internal::kStatRed | 1u << Orvane::internal::kStatGreen |
+                          1u << Orvane::internal::kStatBlue;
+    for (auto _ : state) {
+        Orvane::internal::StatisticsResult r = Orvane::internal::ComputeStatistics(
+            View(src, kWidth, kHeight, Orvane::PixelFormat_BGR8), mask, Orvane::COLOR_PROCESSING_DEFAULT, threads);
+        benchmark::DoNotOptimize(r);
+    }
+    state.SetBytesProcessed(state.iterations() * int64_t(kWidth) * kHeight * 3);
+}
+
+// The reference: cv::mean of the image and cv::minMaxLoc of each channel.
+void BM_StatisticsBGR8_OpenCV(benchmark::State& state) {
+    const int threads = static_cast<int>(state.range(0));
+    const int saved = cv::getNumThreads();
+    cv::setNumThreads(threads);
+    const cv::Mat src = RandomMat(kHeight, kWidth, CV_8UC3, 3);
+    cv::Mat channel(kHeight, kWidth, CV_8UC1);
+    for (auto _ : state) {
+        cv::Scalar mean = cv::mean(src);
+        double mn[3], mx[3];
+        for (int c = 0; c < 3; ++c) {
+            cv::extractChannel(src, channel, c);
+            cv::minMaxLoc(channel, &mn[c], &mx[c]);
+        }
+        benchmark::DoNotOptimize(mean);
+        benchmark::DoNotOptimize(mn);
+        benchmark::DoNotOptimize(mx);
+    }
+    cv::setNumThreads(saved);
+    state.SetBytesProcessed(state.iterations() * int64_t(kWidth) * kHeight * 3);
+}
+
+// All seven channels (grey and HSL included), for information.
+void BM_StatisticsBGR8AllChannels_Orvane(benchmark::State& state) {
+    const cv::Mat src = RandomMat(kHeight, kWidth, CV_8UC3, 3);
+    for (auto _ : state) {
+        Orvane::internal::StatisticsResult r = Orvane::internal::ComputeStatistics(
+            View(src, kWidth, kHeight, Orvane::PixelFormat_BGR8), 0x7F, Orvane::COLOR_PROCESSING_DEFAULT,
+            static_cast<unsigned>(state.range(0)));
+        benchmark::DoNotOptimize(r);
+    }
+}
+
 BENCHMARK(BM_BayerRG8ToBGR8_OpenCV)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_BayerRG8ToBGR8_Orvane)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Mono12pToMono16_SimpleLoop)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Mono12pToMono16_Orvane)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_StatisticsBGR8_OpenCV)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_StatisticsBGR8_Orvane)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_StatisticsBGR8AllChannels_Orvane)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // Collects real times to print reference / Orvane ratios after the run.
 class RatioReporter : public benchmark::ConsoleReporter {

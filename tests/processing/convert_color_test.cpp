@@ -168,3 +168,53 @@ TEST(ConvertYuv, OddWidthsAreRefused) {
         EXPECT_STREQ(e.GetErrorMessage(), "The destination width 3 is not a multiple of 2, as YUV422_8 requires");
     }
 }
+
+TEST(ConvertRgb, WideImagesFollowTheSameFormulas) {
+    // Wide rows take the vectorised kernels; every pixel must still follow the documented formulas.
+    const size_t w = 203, h = 3;
+    struct F { PixelFormatEnums f; int channels; bool bgr; };
+    const F eight[] = {{PixelFormat_Mono8, 1, false}, {PixelFormat_RGB8, 3, false}, {PixelFormat_BGR8, 3, true},
+                       {PixelFormat_RGBa8, 4, false}, {PixelFormat_BGRa8, 4, true}};
+    const F sixteen[] = {{PixelFormat_Mono16, 1, false}, {PixelFormat_RGB16, 3, false}, {PixelFormat_BGR16, 3, true},
+                         {PixelFormat_RGBa16, 4, false}, {PixelFormat_BGRa16, 4, true}};
+    for (int wide = 0; wide < 2; ++wide) {
+        const F* set = wide ? sixteen : eight;
+        const size_t bytes = wide ? 2 : 1;
+        const unsigned max = wide ? 65535 : 255;
+        for (int i = 0; i < 5; ++i) {
+            for (int j = 0; j < 5; ++j) {
+                const F& s = set[i];
+                const F& d = set[j];
+                const Bytes src = Random(w * h * s.channels * bytes, static_cast<unsigned>(10 * i + j));
+                const Bytes out = Conv(src, w, h, s.f, d.f, w * h * d.channels * bytes);
+                auto get = [&](const Bytes& b, size_t k) -> unsigned {
+                    return wide ? static_cast<unsigned>(b[2 * k] | b[2 * k + 1] << 8) : b[k];
+                };
+                for (size_t p = 0; p < w * h; ++p) {
+                    unsigned r, g, b, a = max;
+                    if (s.channels == 1) {
+                        r = g = b = get(src, p);
+                    } else {
+                        const size_t o = p * s.channels;
+                        r = get(src, o + (s.bgr ? 2 : 0));
+                        g = get(src, o + 1);
+                        b = get(src, o + (s.bgr ? 0 : 2));
+                        if (s.channels == 4) a = get(src, o + 3);
+                    }
+                    if (d.channels == 1) {
+                        const unsigned y = s.channels == 1 ? r : (4899 * r + 9617 * g + 1868 * b + 8192) >> 14;
+                        ASSERT_EQ(get(out, p), y) << i << "->" << j << " pixel " << p;
+                    } else {
+                        const size_t o = p * d.channels;
+                        ASSERT_EQ(get(out, o + (d.bgr ? 2 : 0)), r) << i << "->" << j << " pixel " << p;
+                        ASSERT_EQ(get(out, o + 1), g) << i << "->" << j << " pixel " << p;
+                        ASSERT_EQ(get(out, o + (d.bgr ? 0 : 2)), b) << i << "->" << j << " pixel " << p;
+                        if (d.channels == 4) {
+                            ASSERT_EQ(get(out, o + 3), a) << i << "->" << j << " pixel " << p;
+                        }
+                    }
+                }
+            }
+        }
+    }
+}

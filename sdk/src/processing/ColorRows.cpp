@@ -4,6 +4,11 @@
 #include <cstring>
 #include <type_traits>
 
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#define ORVANE_X86 1
+#endif
+
 namespace Orvane {
 namespace internal {
 
@@ -136,6 +141,75 @@ void RgbSamplesToRgba(const PixelFormatInfo& info, const T* s, size_t n, T* out)
         out[1] = s[p.g];
         out[2] = s[p.b];
         out[3] = p.a >= 0 ? s[p.a] : static_cast<T>(Depth<T>::kMax);
+    }
+}
+
+#ifdef ORVANE_X86
+namespace {
+
+bool HasAvx2() {
+    static const bool has = __builtin_cpu_supports("avx2");
+    return has;
+}
+
+// Luma of 16 pixels of 3 or 4 interleaved 8-bit channels per step; returns the pixels done.
+__attribute__((target("avx2"))) size_t GreyAvx2(const uint8_t* s, size_t n, int channels, int r, int g, int b,
+                                                 uint8_t* out) {
+    // mask[c][j]: bytes of channel position c found in 16-byte chunk j of a 16-pixel group.
+    alignas(16) int8_t mask[4][4][16];
+    for (int c = 0; c < channels; ++c)
+        for (int j = 0; j < channels; ++j)
+            for (int i = 0; i < 16; ++i) {
+                const int at = channels * i + c - 16 * j;
+                mask[c][j][i] = static_cast<int8_t>(at >= 0 && at < 16 ? at : 0x80);
+            }
+    auto channel = [&](const __m128i* chunk, int c) __attribute__((target("avx2"))) {
+        __m128i v = _mm_shuffle_epi8(chunk[0], _mm_load_si128(reinterpret_cast<const __m128i*>(mask[c][0])));
+        for (int j = 1; j < channels; ++j)
+            v = _mm_or_si128(v, _mm_shuffle_epi8(chunk[j], _mm_load_si128(reinterpret_cast<const __m128i*>(mask[c][j]))));
+        return _mm256_cvtepu8_epi16(v);
+    };
+    const __m256i kRG = _mm256_set1_epi32(9617 << 16 | 4899), kB = _mm256_set1_epi32(1868);
+    const __m256i half = _mm256_set1_epi32(8192);
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16, s += 16 * channels) {
+        __m128i chunk[4];
+        for (int j = 0; j < channels; ++j) chunk[j] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * j));
+        const __m256i rv = channel(chunk, r), gv = channel(chunk, g), bv = channel(chunk, b);
+        const __m256i zero = _mm256_setzero_si256();
+        const __m256i lo = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(rv, gv), kRG),
+                                            _mm256_madd_epi16(_mm256_unpacklo_epi16(bv, zero), kB));
+        const __m256i hi = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(rv, gv), kRG),
+                                            _mm256_madd_epi16(_mm256_unpackhi_epi16(bv, zero), kB));
+        const __m256i y16 = _mm256_packus_epi32(_mm256_srli_epi32(_mm256_add_epi32(lo, half), 14),
+                                                _mm256_srli_epi32(_mm256_add_epi32(hi, half), 14));
+        const __m256i y8 = _mm256_permute4x64_epi64(_mm256_packus_epi16(y16, y16), 0x08);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm256_castsi256_si128(y8));
+    }
+    return i;
+}
+
+} // namespace
+#endif
+
+template <typename T>
+void RgbSamplesToGray(const PixelFormatInfo& info, const T* s, size_t n, T* out) {
+    const Positions p = PositionsOf(info.order);
+#ifdef ORVANE_X86
+    if (sizeof(T) == 1 && HasAvx2()) {
+        const size_t done = GreyAvx2(reinterpret_cast<const uint8_t*>(s), n, p.count, p.r, p.g, p.b,
+                                     reinterpret_cast<uint8_t*>(out));
+        s += done * p.count;
+        out += done;
+        n -= done;
+    }
+#endif
+    if (p.count == 3 && p.r == 0) {
+        for (size_t i = 0; i < n; ++i, s += 3) out[i] = Luma<T>(s[0], s[1], s[2]);
+    } else if (p.count == 3) {
+        for (size_t i = 0; i < n; ++i, s += 3) out[i] = Luma<T>(s[2], s[1], s[0]);
+    } else {
+        for (size_t i = 0; i < n; ++i, s += p.count) out[i] = Luma<T>(s[p.r], s[p.g], s[p.b]);
     }
 }
 
@@ -383,6 +457,7 @@ void GrayToMonoRow(const PixelFormatInfo& dst, const uint16_t* gray, size_t n, u
     template void YuvaToGray<T>(const T*, size_t, T*);                                         \
     template void ConvertKind<T>(RowKind, const T*, size_t, RowKind, T*);                      \
     template void RgbSamplesToRgba<T>(const PixelFormatInfo&, const T*, size_t, T*);           \
+    template void RgbSamplesToGray<T>(const PixelFormatInfo&, const T*, size_t, T*);           \
     template RowKind YuvSamplesToRow<T>(const PixelFormatInfo&, const T*, size_t, T*);         \
     template void ChannelToRgba<T>(const PixelFormatInfo&, const T*, size_t, T*);
 ORVANE_INSTANTIATE(uint8_t)

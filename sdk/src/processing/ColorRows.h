@@ -53,6 +53,9 @@ template <typename T> void ConvertKind(RowKind from, const T* in, size_t n, RowK
 // Samples (in memory order, from UnpackSamples) of an rgb-family format -> RGBA.
 template <typename T> void RgbSamplesToRgba(const PixelFormatInfo& info, const T* samples, size_t n, T* out);
 
+// Samples (in memory order) of an rgb-family format -> grey (luma), in one step.
+template <typename T> void RgbSamplesToGray(const PixelFormatInfo& info, const T* samples, size_t n, T* out);
+
 // Samples of a yuv-family format -> YUVA (full range) or, for BT.709 sources, RGBA.
 // Returns the kind written.
 template <typename T> RowKind YuvSamplesToRow(const PixelFormatInfo& info, const T* samples, size_t n, T* out);

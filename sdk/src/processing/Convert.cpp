@@ -10,6 +10,7 @@
 #include "processing/ColorRows.h"
 #include "processing/Demosaic.h"
 #include "processing/Jpeg.h"
+#include "processing/OpenCvRows.h"
 #include "processing/ParallelRows.h"
 #include "processing/RowUnpack.h"
 
@@ -146,10 +147,22 @@ public:
             UnpackSamples(s, r.base, r.bit, width_, samples_.data());
             ChannelToRgba(s, samples_.data(), width_, a_.data());
             return RowKind::Rgba;
-        case SourceClass::Rgb:
-            UnpackSamples(s, r.base, r.bit, SamplesPerRow(s, width_), samples_.data());
-            RgbSamplesToRgba(s, samples_.data(), width_, a_.data());
+        case SourceClass::Rgb: {
+            // Samples that fill containers of the working size are read in place.
+            const T* samples = samples_.data();
+            const uint8_t* row = r.base + r.bit / 8;
+            if (s.packing == Packing::None && s.bitsPerComponent == 8 * sizeof(T) &&
+                reinterpret_cast<uintptr_t>(row) % alignof(T) == 0)
+                samples = reinterpret_cast<const T*>(row);
+            else
+                UnpackSamples(s, r.base, r.bit, SamplesPerRow(s, width_), samples_.data());
+            if (wanted == RowKind::Gray) {
+                RgbSamplesToGray(s, samples, width_, a_.data());
+                return RowKind::Gray;
+            }
+            RgbSamplesToRgba(s, samples, width_, a_.data());
             return RowKind::Rgba;
+        }
         case SourceClass::PlanarRgb: {
             for (size_t p = 0; p < 3; ++p) {
                 const RowRef pr = RowOf(job_.sl, job_.src->data, y, p);
@@ -375,6 +388,16 @@ void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingA
     const bool sharedBytes = !dl.explicitStride && dl.rowBits % 8 != 0;
     const bool small = sl.width * sl.height < 65536;
     const unsigned n = sharedBytes || small ? 1 : threads;
+    const OpenCvRowKernel cv = FindOpenCvRowKernel(*sl.info, *dl.info);
+    const bool aligned = reinterpret_cast<uintptr_t>(src.data) % 2 == 0 && reinterpret_cast<uintptr_t>(dst.data) % 2 == 0 &&
+                         sl.rowBits % 16 == 0 && dl.rowBits % 16 == 0;
+    if (cv && (!cv.Wide() || aligned)) {
+        ParallelRows(sl.height, n, 16, 1, [&](unsigned, size_t first, size_t end) {
+            for (size_t y = first; y < end; ++y)
+                cv(src.data + sl.RowBit(y) / 8, dst.data + dl.RowBit(y) / 8, sl.width);
+        });
+        return;
+    }
     ParallelRows(sl.height, n, 16, 2, [&](unsigned, size_t first, size_t end) {
         if (job.dest.depth == 8)
             RowConverter<uint8_t>(job).Run(first, end);
