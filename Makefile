@@ -31,15 +31,15 @@ test: build
 
 # The test suite built with AddressSanitizer and UndefinedBehaviorSanitizer.
 asan: bootstrap
-	cmake -S . -B $(BUILD)-asan -DCMAKE_BUILD_TYPE=Debug -DORVANE_SANITIZE=address,undefined -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
+	cmake -S . -B $(BUILD)-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_SANITIZE=address,undefined -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(BUILD)-asan -j $(JOBS)
 	cd $(BUILD)-asan && ctest --output-on-failure -j $(JOBS)
 
-# The threaded tests built with ThreadSanitizer.
+# The threaded tests (test programs with "threads" in their name) built with ThreadSanitizer.
 tsan: bootstrap
-	cmake -S . -B $(BUILD)-tsan -DCMAKE_BUILD_TYPE=Debug -DORVANE_SANITIZE=thread -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
+	cmake -S . -B $(BUILD)-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_SANITIZE=thread -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(BUILD)-tsan -j $(JOBS)
-	cd $(BUILD)-tsan && ctest --output-on-failure -j $(JOBS) -L threads
+	cd $(BUILD)-tsan && ctest --output-on-failure -j $(JOBS) -R threads
 
 bench: build
 	@./scripts/bench.sh $(BUILD)

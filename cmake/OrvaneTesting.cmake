@@ -2,7 +2,15 @@
 include(GoogleTest)
 find_package(GTest REQUIRED)
 
-# orvane_gtest(<name> SOURCES ... [LIBS ...] [LABELS ...] [NETNS] [TIMEOUT s] [SERIAL])
+# orvane_sanitizer_defaults(<target>): in sanitizer builds, links the
+# sanitizer settings and leak suppressions every test program needs.
+function(orvane_sanitizer_defaults target)
+  if(ORVANE_SANITIZE)
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/tools/sanitizer_defaults.c)
+  endif()
+endfunction()
+
+# orvane_gtest(<name> SOURCES ... [LIBS ...] [LABELS tier] [NETNS] [TIMEOUT s] [SERIAL])
 #   A GoogleTest executable whose test cases are registered one by one.
 #   LIBS default to the shared SDK (Orvane). NETNS runs every case inside a
 #   private network namespace where only loopback exists (tests/tools/netns-run).
@@ -21,20 +29,20 @@ function(orvane_gtest name)
     set(T_TIMEOUT 120)
   endif()
   set(props TIMEOUT ${T_TIMEOUT})
+  # gtest_discover_tests flattens list-valued properties: one label (the
+  # tier) per test program. ThreadSanitizer runs select programs by name
+  # (`threads` in the name).
   if(T_LABELS)
-    list(APPEND props LABELS "${T_LABELS}")
+    list(GET T_LABELS 0 _label)
+    list(APPEND props LABELS "${_label}")
   endif()
   if(T_SERIAL)
     list(APPEND props RUN_SERIAL TRUE)
   endif()
-  set(env "ORVANE_TRANSPORTS=virtual")
-  if(ORVANE_SANITIZE)
-    list(APPEND env "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tools/lsan.supp:print_suppressions=0"
-                    "ASAN_OPTIONS=detect_leaks=1:abort_on_error=0"
-                    "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
-                    "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
-  endif()
-  list(APPEND props ENVIRONMENT "${env}")
+  # One variable only: gtest_discover_tests keeps the first item of a list.
+  # Sanitizer settings are compiled in (orvane_sanitizer_defaults).
+  list(APPEND props ENVIRONMENT "ORVANE_TRANSPORTS=virtual")
+  orvane_sanitizer_defaults(${name})
   if(T_NETNS)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
       PROPERTIES ${props}

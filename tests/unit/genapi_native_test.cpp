@@ -1,48 +1,8 @@
 // Native node maps: GenApi semantics of the typed node bases (access checks,
-// verification, text conversion, callbacks and their lock discipline).
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
-
-#include "Orvane/GenApi/GenApi.h"
-#include "genapi/NativeNodeMap.h"
-
-using namespace Orvane;
-using namespace Orvane::GenApi;
-using namespace Orvane::GenApi::impl;
+// verification, text conversion).
+#include "NativeMapFixture.h"
 
 namespace {
-
-struct Fixture : ::testing::Test {
-    NativeNodeMap map{"Test"};
-    int64_t width = 640;
-    double exposure = 1000.0;
-    std::string name = "cam";
-    bool flag = false;
-    int64_t mode = 10;
-    int executed = 0;
-    bool locked = false;
-
-    void SetUp() override {
-        map.AddInteger(MakeInfo("Width", "Image width."),
-                       {[this] { return width; }, [this](int64_t v) { width = v; }, [] { return int64_t(16); },
-                        [] { return int64_t(4096); }, 16, PureNumber, "px",
-                        [this] { return locked ? RO : RW; }});
-        map.AddFloat(MakeInfo("ExposureTime", "Exposure."),
-                     {[this] { return exposure; }, [this](double v) { exposure = v; }, [] { return 10.0; },
-                      [] { return 1e6; }, "us"});
-        map.AddString(MakeInfo("UserName", "Name."), {[this] { return name; }, [this](const std::string& v) { name = v; }, 8});
-        map.AddBoolean(MakeInfo("Flag", "Flag."), {[this] { return flag; }, [this](bool v) { flag = v; }});
-        map.AddEnumeration(MakeInfo("Mode", "Mode."),
-                           {[this] { return mode; }, [this](int64_t v) { mode = v; }, {{"Continuous", 10}, {"SingleFrame", 20}}});
-        map.AddCommand(MakeInfo("Go", "Go."), {[this] { ++executed; }});
-        map.AddInteger(MakeInfo("Address", "IP."), {[] { return int64_t(0x7F000001); }, nullptr, nullptr, nullptr, 1, IPV4Address});
-        map.AddCategory(MakeInfo("Root", "Root."), {"Width", "ExposureTime", "Missing", "Mode"});
-        map.Depends("ExposureTime", "Width");
-        map.Finish();
-    }
-};
 
 TEST_F(Fixture, LookupByNameAndEntryNames) {
     EXPECT_EQ(map.GetNode("Width")->GetPrincipalInterfaceType(), intfIInteger);
@@ -167,51 +127,6 @@ TEST_F(Fixture, CheckedPointerThrowsLogicalError) {
         EXPECT_EQ(e.GetLineNumber(), 160);
         EXPECT_STREQ(e.GetFunctionName(), "operator->");
     }
-}
-
-TEST_F(Fixture, CallbacksReachDependentsOutsideTheLock) {
-    INode* exposureNode = map.GetNode("ExposureTime");
-    std::atomic<int> calls{0};
-    bool lockFree = false;
-    auto* cb = new FunctionNodeCallback(exposureNode, [&](INode*) {
-        ++calls;
-        // Outside the lock another thread can take the map's lock at once.
-        std::thread t([&] {
-            lockFree = map.TryLock();
-            if (lockFree) map.Unlock();
-        });
-        t.join();
-    });
-    const CallbackHandleType h = exposureNode->RegisterCallback(cb);
-    CIntegerPtr(map.GetNode("Width"))->SetValue(64);
-    EXPECT_EQ(calls, 1);
-    EXPECT_TRUE(lockFree);
-    exposureNode->InvalidateNode();
-    EXPECT_EQ(calls, 2);
-    EXPECT_TRUE(exposureNode->DeregisterCallback(h));
-    CIntegerPtr(map.GetNode("Width"))->SetValue(128);
-    EXPECT_EQ(calls, 2);
-    EXPECT_THROW(exposureNode->DeregisterCallback(h), Exception);
-    cb->Destroy();
-}
-
-TEST_F(Fixture, ConcurrentReadersAndWriters) {
-    std::vector<std::thread> threads;
-    std::atomic<bool> failed{false};
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&, t] {
-            CIntegerPtr w(map.GetNode("Width"));
-            for (int i = 0; i < 2000; ++i) {
-                try {
-                    if (t % 2) w->SetValue(16 * (1 + i % 100));
-                    else if (w->GetValue() % 16) failed = true;
-                } catch (...) {
-                    failed = true;
-                }
-            }
-        });
-    for (auto& t : threads) t.join();
-    EXPECT_FALSE(failed);
 }
 
 } // namespace

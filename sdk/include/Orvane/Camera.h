@@ -3,6 +3,7 @@
 #ifndef ORVANE_CAMERA_H
 #define ORVANE_CAMERA_H
 
+#include <cstdint>
 #include <memory>
 
 #include "Orvane/BasePtr.h"
@@ -34,6 +35,45 @@ public:
     GenICam::gcstring GetTransport() const;
     // IP address for GigE Vision, bus address for USB3 Vision, "local" for virtual cameras.
     GenICam::gcstring GetAddress() const;
+
+    // Opens the device for control: builds its GenApi node map. A no-op on an
+    // initialised camera. Raises ORVANE_ERR_NOT_AVAILABLE when the device is
+    // gone or does not answer, ORVANE_ERR_RESOURCE_IN_USE when another program
+    // holds it. A GigE Vision device controlled by another host opens in
+    // monitor mode (GetAccessMode gives RO).
+    void Init();
+    // Closes the device; stops a running acquisition first. The node map of
+    // GetNodeMap dies here. A no-op on a camera that is not initialised.
+    void DeInit();
+    bool IsInitialized() const;
+    // False once discovery no longer finds the device or control of it is lost.
+    bool IsValid() const;
+    // True while an acquisition runs.
+    bool IsStreaming() const;
+
+    // The device's GenApi node map: the same object from Init to DeInit.
+    // Raises ORVANE_ERR_CAMERA_NOT_INITIALIZED before Init.
+    GenApi::INodeMap& GetNodeMap() const;
+    // Transport-layer node maps of the device and of its stream; they live as
+    // long as the camera and serve before Init. The camera has one stream,
+    // index 0; any other index raises ORVANE_ERR_OUT_OF_RANGE.
+    GenApi::INodeMap& GetTLDeviceNodeMap() const;
+    GenApi::INodeMap& GetTLStreamNodeMap(uint64_t streamIndex = 0) const;
+
+    // RW when opened for control, RO when opened in monitor mode, NA when the
+    // device is gone or control was lost; RW before Init while it is present.
+    GenApi::EAccessMode GetAccessMode() const;
+    // Raw access to the device's address space (at most 4 GiB - 1 bytes at
+    // once). Need Init. A write drops every cached value of the node map.
+    void ReadPort(uint64_t address, void* buffer, uint64_t length) const;
+    void WritePort(uint64_t address, const void* buffer, uint64_t length);
+    // The device's GenICam XML text. Needs Init.
+    GenICam::gcstring GetGuiXml() const;
+    // GigE Vision: finds the largest stream packet size the path carries and
+    // sets it (with test packets when the device can send them; otherwise the
+    // current size, lowered to what the host interface's MTU carries).
+    // Other transports have no packets: 0. Needs Init.
+    unsigned int DiscoverMaxPacketSize();
 
     internal::CameraCore& Core() const { return *m_core; }
     const std::shared_ptr<internal::CameraCore>& SharedCore() const { return m_core; }

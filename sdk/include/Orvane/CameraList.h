@@ -17,16 +17,16 @@ public:
     CameraList(const CameraList&);
     CameraList& operator=(const CameraList&);
 
-    unsigned int GetSize() const;
+    size_t GetSize() const;
     // Raises ORVANE_ERR_OUT_OF_RANGE for an index at or beyond GetSize().
-    CameraPtr GetByIndex(unsigned int index) const;
-    CameraPtr operator[](unsigned int index) const { return GetByIndex(index); }
+    CameraPtr GetByIndex(size_t index) const;
+    CameraPtr operator[](size_t index) const { return GetByIndex(index); }
     // The camera with this serial number (or device id), or a null CameraPtr.
     CameraPtr GetBySerial(const std::string& serialNumber) const;
     CameraPtr GetByDeviceID(const std::string& deviceID) const;
     void Clear();
     // Raises ORVANE_ERR_OUT_OF_RANGE for a bad index.
-    void RemoveByIndex(unsigned int index);
+    void RemoveByIndex(size_t index);
     // Raises ORVANE_ERR_INVALID_ID when no camera has this serial number.
     void RemoveBySerial(const std::string& serialNumber);
     void RemoveByDeviceID(const std::string& deviceID);

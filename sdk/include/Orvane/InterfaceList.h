@@ -15,10 +15,10 @@ public:
     InterfaceList(const InterfaceList&);
     InterfaceList& operator=(const InterfaceList&);
 
-    unsigned int GetSize() const;
+    size_t GetSize() const;
     // Raises ORVANE_ERR_OUT_OF_RANGE for an index at or beyond GetSize().
-    InterfacePtr GetByIndex(unsigned int index) const;
-    InterfacePtr operator[](unsigned int index) const { return GetByIndex(index); }
+    InterfacePtr GetByIndex(size_t index) const;
+    InterfacePtr operator[](size_t index) const { return GetByIndex(index); }
     void Clear();
     void Append(const InterfacePtr& item);
 

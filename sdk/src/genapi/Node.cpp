@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "Orvane/Logging.h"
 #include "core/Raise.h"
 #include "genapi/NodeMapBase.h"
 
@@ -72,19 +73,28 @@ GenICam::gcstring Node::GetDeviceName() const { return m_map.GetDeviceName(); }
 void Node::GetChildren(node_vector& Children, ELinkType LinkType) const {
     NodeMapBase::MapLock lock(m_map);
     Children.clear();
+    // Hidden nodes (NodeMapBase::AddHidden) are never handed out.
+    auto add = [&](Node* n) {
+        if (m_map.NodeFromBase(n)) Children.push_back(n);
+    };
     if (LinkType == ctDependingNodes) {
-        for (Node* n : m_dependents) Children.push_back(n);
+        for (Node* n : m_dependents) add(n);
+        return;
+    }
+    if (LinkType == ctWritingChildren) {
+        for (Node* n : m_writes) add(n);
         return;
     }
     for (size_t i = 0; i < m_dependsOn.size(); ++i)
         if (LinkType == ctReadingChildren || LinkType == ctTerminalNodes || m_dependsOnKind[i] == LinkType)
-            Children.push_back(m_dependsOn[i]);
+            add(m_dependsOn[i]);
 }
 
 void Node::GetParents(node_vector& Parents, ELinkType) const {
     NodeMapBase::MapLock lock(m_map);
     Parents.clear();
-    for (Node* n : m_dependents) Parents.push_back(n);
+    for (Node* n : m_dependents)
+        if (m_map.NodeFromBase(n)) Parents.push_back(n);
 }
 
 CallbackHandleType Node::RegisterCallback(CNodeCallback* pCallback) {
@@ -96,13 +106,19 @@ CallbackHandleType Node::RegisterCallback(CNodeCallback* pCallback) {
 }
 
 bool Node::DeregisterCallback(CallbackHandleType hCallback) {
-    NodeMapBase::MapLock lock(m_map);
-    auto it = std::find_if(m_callbacks.begin(), m_callbacks.end(),
-                           [&](const Registration& r) { return r.handle == hCallback; });
-    if (it == m_callbacks.end())
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
-                      "no callback is registered on this node under handle " + std::to_string(hCallback));
-    m_callbacks.erase(it);
+    {
+        NodeMapBase::MapLock lock(m_map);
+        auto it = std::find_if(m_callbacks.begin(), m_callbacks.end(),
+                               [&](const Registration& r) { return r.handle == hCallback; });
+        if (it == m_callbacks.end())
+            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+                          "no callback is registered on this node under handle " + std::to_string(hCallback));
+        m_callbacks.erase(it);
+    }
+    // Another thread may be inside this callback right now (outside-lock
+    // callbacks run after the lock is released): let it finish, so that the
+    // caller may destroy the callback once this returns.
+    m_map.WaitCallbackIdle(hCallback);
     return true;
 }
 
@@ -180,13 +196,31 @@ void Node::AddSelected(Node& selected) {
     selected.AddDependency(*this, ctInvalidatingChildren);
 }
 
+void Node::AddWriteTarget(Node& target) {
+    if (&target == this || std::find(m_writes.begin(), m_writes.end(), &target) != m_writes.end()) return;
+    m_writes.push_back(&target);
+    m_map.InvalidateDependencyGraph();
+}
+
 void Node::InvalidateCache() { m_cachedAccess = _UndefinedAccesMode; }
+
+namespace {
+// A callback's failure is logged and stops nothing: the change it reports has
+// already happened.
+void Invoke(const CNodeCallback& callback, ECallbackType type, const std::string& node) {
+    try {
+        callback(type);
+    } catch (const std::exception& e) {
+        LoggerWrapper::LoggingError(("node callback of " + node + " failed: " + e.what()).c_str(), "");
+    }
+}
+} // namespace
 
 void Node::FireCallbacks(ECallbackType type) {
     if (m_callbacks.empty()) return;
     const std::vector<Registration> callbacks = m_callbacks;  // a callback may deregister
     for (const auto& r : callbacks)
-        if (r.callback->GetCallbackType() == type && HasCallback(r.handle)) (*r.callback)(type);
+        if (r.callback->GetCallbackType() == type && HasCallback(r.handle)) Invoke(*r.callback, type, m_info.name);
 }
 
 void Node::CallbackHandles(ECallbackType type, std::vector<CallbackHandleType>& out) const {
@@ -206,8 +240,15 @@ void Node::FireCallback(CallbackHandleType handle) {
         NodeMapBase::MapLock lock(m_map);
         for (const auto& r : m_callbacks)
             if (r.handle == handle) cb = r.callback;
+        if (cb) m_map.BeginCallback(handle);  // before the lock goes: DeregisterCallback then waits for it
     }
-    if (cb) (*cb)(cb->GetCallbackType());
+    if (!cb) return;
+    struct End {
+        NodeMapBase& map;
+        CallbackHandleType handle;
+        ~End() { map.EndCallback(handle); }
+    } end{m_map, handle};
+    Invoke(*cb, cb->GetCallbackType(), m_info.name);
 }
 
 void Node::Fail(int line, const char* function, int code, const std::string& message) const {

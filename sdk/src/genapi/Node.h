@@ -85,6 +85,12 @@ public:
     // `this` selects `selected` (GenICam pSelected).
     void AddSelected(Node& selected);
     const std::vector<Node*>& Dependents() const { return m_dependents; }
+    const std::vector<Node*>& Dependencies() const { return m_dependsOn; }
+    // A write to `this` also writes `target` (the node its value goes
+    // through, e.g. an Integer's pValue register), so a change of `this` is a
+    // change of `target` too.
+    void AddWriteTarget(Node& target);
+    const std::vector<Node*>& WriteTargets() const { return m_writes; }
 
     // Drops cached state (value, access mode); called for every node a change
     // reaches. Subclasses with caches extend it.
@@ -130,6 +136,7 @@ private:
     std::vector<Node*> m_dependents;          // reverse of m_dependsOn
     std::vector<Node*> m_selected;
     std::vector<Node*> m_selecting;
+    std::vector<Node*> m_writes;              // nodes a write of this node writes through
 };
 
 } // namespace impl

@@ -12,14 +12,17 @@ namespace impl {
 NodeMapBase::NodeMapBase(std::string deviceName) : m_deviceName(std::move(deviceName)) {}
 NodeMapBase::~NodeMapBase() = default;
 
-void NodeMapBase::AddNode(std::unique_ptr<Node> node) {
+void NodeMapBase::AddNode(std::unique_ptr<Node> node, bool hidden) {
     MapLock lock(*this);
     const std::string& name = node->Info().name;
-    if (m_byName.count(name)) ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "node map " + m_deviceName + ": duplicate node " + name);
     Node* raw = node.get();
-    m_byName.emplace(name, raw);
-    m_byBase.emplace(static_cast<const IBase*>(raw), raw);
-    m_order.push_back(raw);
+    if (!hidden) {
+        if (m_byName.count(name))
+            ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "node map " + m_deviceName + ": duplicate node " + name);
+        m_byName.emplace(name, raw);
+        m_byBase.emplace(static_cast<const IBase*>(raw), raw);
+        m_order.push_back(raw);
+    }
     m_nodes.push_back(std::move(node));
     m_graphValid = false;
 }
@@ -49,12 +52,13 @@ size_t NodeMapBase::GetNumNodes() const { return m_order.size(); }
 
 void NodeMapBase::InvalidateNodes() const {
     MapLock lock(*this);
-    for (Node* n : m_order) n->InvalidateCache();
+    for (const auto& n : m_nodes) n->InvalidateCache();
 }
 
 void NodeMapBase::Poll(int64_t ElapsedTime) {
     MapLock lock(*this);
-    for (Node* n : m_order) {
+    for (const auto& owned : m_nodes) {
+        Node* n = owned.get();
         const int64_t period = n->GetPollingTime();
         if (period < 0) continue;
         int64_t& elapsed = m_pollElapsed[n];
@@ -70,13 +74,42 @@ GenICam::gcstring NodeMapBase::GetDeviceName() { return m_deviceName; }
 
 void NodeMapBase::Lock() const {
     m_mutex.lock();
-    ++m_depth;
+    if (++m_depth == 1) m_owner.store(std::this_thread::get_id());
 }
 
 bool NodeMapBase::TryLock() const {
     if (!m_mutex.try_lock()) return false;
-    ++m_depth;
+    if (++m_depth == 1) m_owner.store(std::this_thread::get_id());
     return true;
+}
+
+void NodeMapBase::BeginCallback(CallbackHandleType handle) {
+    std::lock_guard<std::mutex> lock(m_flightMutex);
+    m_inFlight.push_back({handle, std::this_thread::get_id()});
+}
+
+void NodeMapBase::EndCallback(CallbackHandleType handle) {
+    {
+        std::lock_guard<std::mutex> lock(m_flightMutex);
+        const std::thread::id self = std::this_thread::get_id();
+        for (auto it = m_inFlight.begin(); it != m_inFlight.end(); ++it)
+            if (it->handle == handle && it->thread == self) {
+                m_inFlight.erase(it);
+                break;
+            }
+    }
+    m_flightDone.notify_all();
+}
+
+void NodeMapBase::WaitCallbackIdle(CallbackHandleType handle) {
+    if (HeldByThisThread()) return;
+    const std::thread::id self = std::this_thread::get_id();
+    std::unique_lock<std::mutex> lock(m_flightMutex);
+    m_flightDone.wait(lock, [&] {
+        for (const InFlight& f : m_inFlight)
+            if (f.handle == handle && f.thread != self) return false;
+        return true;
+    });
 }
 
 void NodeMapBase::Unlock() const { Release(); }
@@ -85,7 +118,8 @@ NodeMapBase::MapLock::MapLock(const NodeMapBase& map) : m_map(map) { m_map.Lock(
 NodeMapBase::MapLock::~MapLock() { m_map.Release(); }
 
 void NodeMapBase::Release() const {
-    if (--m_depth > 0 || m_pending.empty()) {
+    if (--m_depth == 0) m_owner.store(std::thread::id());
+    if (m_depth > 0 || m_pending.empty()) {
         m_mutex.unlock();
         return;
     }
@@ -107,9 +141,12 @@ const std::vector<Node*>& NodeMapBase::Closure(Node& node) {
     auto it = m_closures.find(&node);
     if (it != m_closures.end()) return it->second;
     std::vector<Node*> closure{&node};
+    std::unordered_set<Node*> seen{&node};
+    for (Node* w : node.WriteTargets())
+        if (seen.insert(w).second) closure.push_back(w);
     for (size_t i = 0; i < closure.size(); ++i)
         for (Node* d : closure[i]->Dependents())
-            if (std::find(closure.begin(), closure.end(), d) == closure.end()) closure.push_back(d);
+            if (seen.insert(d).second) closure.push_back(d);
     return m_closures.emplace(&node, std::move(closure)).first->second;
 }
 

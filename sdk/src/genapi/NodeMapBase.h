@@ -11,8 +11,11 @@
 #ifndef ORVANE_GENAPI_NODE_MAP_BASE_H
 #define ORVANE_GENAPI_NODE_MAP_BASE_H
 
+#include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -51,6 +54,14 @@ public:
         AddNode(std::unique_ptr<Node>(std::move(node)));
         return raw;
     }
+    // Adds a node that takes part in the dependency graph but that users never
+    // see: it is in neither GetNodes nor GetNode, and NodeFromBase ignores it.
+    template <class T>
+    T* AddHidden(std::unique_ptr<T> node) {
+        T* raw = node.get();
+        AddNode(std::unique_ptr<Node>(std::move(node)), true);
+        return raw;
+    }
     Node* FindNode(const std::string& name) const;
     const std::vector<Node*>& Nodes() const { return m_order; }
 
@@ -58,13 +69,26 @@ public:
     // so a foreign pointer is never dereferenced).
     Node* NodeFromBase(const IBase* p) const;
 
-    // Records that `node` changed: drops the caches of the node and of every
-    // node depending on it, and fires their callbacks (see the header comment).
-    // The caller holds the map's lock.
+    // Records that `node` changed: drops the caches of the node, of the nodes
+    // it writes through (Node::AddWriteTarget) and of every node depending on
+    // any of them, and fires their callbacks once each (see the header
+    // comment). The caller holds the map's lock.
     void NotifyChanged(Node& node);
 
     // Recomputes the reverse dependency closure after nodes or links changed.
     void InvalidateDependencyGraph();
+
+    // Outside-lock callbacks in flight: FireCallback brackets each call with
+    // Begin/EndCallback (Begin under the map's lock), and DeregisterCallback
+    // waits with WaitCallbackIdle until no other thread is still inside the
+    // callback it removed, so that the caller may destroy it. The wait is
+    // skipped when the deregistering thread holds the map's lock (waiting
+    // there could deadlock with a callback that takes the lock).
+    void BeginCallback(CallbackHandleType handle);
+    void EndCallback(CallbackHandleType handle);
+    void WaitCallbackIdle(CallbackHandleType handle);
+    // Whether the calling thread holds the map's lock.
+    bool HeldByThisThread() const { return m_owner.load() == std::this_thread::get_id(); }
 
     // RAII holder of the map's lock; runs the queued outside-lock callbacks
     // when the outermost holder on this thread releases it.
@@ -80,7 +104,7 @@ public:
     };
 
 protected:
-    void AddNode(std::unique_ptr<Node> node);
+    void AddNode(std::unique_ptr<Node> node, bool hidden = false);
 
 private:
     friend class MapLock;
@@ -93,8 +117,8 @@ private:
     const std::vector<Node*>& Closure(Node& node);
 
     std::string m_deviceName;
-    std::vector<std::unique_ptr<Node>> m_nodes;
-    std::vector<Node*> m_order;
+    std::vector<std::unique_ptr<Node>> m_nodes;  // every node, hidden ones included
+    std::vector<Node*> m_order;                 // the visible nodes, in declaration order
     std::unordered_map<std::string, Node*> m_byName;
     std::unordered_map<const IBase*, Node*> m_byBase;
     std::unordered_map<Node*, std::vector<Node*>> m_closures;  // node -> itself and its dependents
@@ -102,6 +126,14 @@ private:
 
     mutable std::recursive_mutex m_mutex;
     mutable int m_depth = 0;                          // lock depth of the holding thread
+    mutable std::atomic<std::thread::id> m_owner{};   // the holding thread, or none
+    struct InFlight {
+        CallbackHandleType handle;
+        std::thread::id thread;
+    };
+    std::mutex m_flightMutex;                         // guards m_inFlight
+    std::condition_variable m_flightDone;
+    std::vector<InFlight> m_inFlight;
     mutable std::vector<PendingCallback> m_pending;   // outside-lock callbacks to run on release
     std::unordered_map<Node*, int64_t> m_pollElapsed;
 };

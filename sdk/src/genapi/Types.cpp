@@ -9,6 +9,19 @@ namespace Orvane {
 namespace GenApi {
 
 IBase::~IBase() = default;
+INode::~INode() = default;
+IValue::~IValue() = default;
+IInteger::~IInteger() = default;
+IFloat::~IFloat() = default;
+IString::~IString() = default;
+IBoolean::~IBoolean() = default;
+ICommand::~ICommand() = default;
+IEnumeration::~IEnumeration() = default;
+IEnumEntry::~IEnumEntry() = default;
+ICategory::~ICategory() = default;
+IRegister::~IRegister() = default;
+IPort::~IPort() = default;
+CNodeCallback::~CNodeCallback() = default;
 IReference::~IReference() = default;
 INodeMap::~INodeMap() = default;
 

@@ -345,7 +345,7 @@ int64_t EnumerationNode::GetIntValue(bool Verify, bool IgnoreCache) {
 
 IEnumEntry* EnumerationNode::GetEntryByName(const gcstring& Symbolic) {
     for (EnumEntryNode* e : m_entries)
-        if (e->GetSymbolic() == Symbolic) return e;
+        if (e->GetSymbolic() == Symbolic || e->Info().name == Symbolic.str()) return e;
     return nullptr;
 }
 

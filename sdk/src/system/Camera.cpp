@@ -1,5 +1,6 @@
 #include "Orvane/Camera.h"
 
+#include "camera/CameraControl.h"
 #include "system/CameraCore.h"
 
 namespace Orvane {
@@ -14,5 +15,25 @@ GenICam::gcstring CameraBase::GetVendorName() const { return m_core->Info().vend
 GenICam::gcstring CameraBase::GetModelName() const { return m_core->Info().modelName; }
 GenICam::gcstring CameraBase::GetTransport() const { return m_core->Info().transport; }
 GenICam::gcstring CameraBase::GetAddress() const { return m_core->Info().address; }
+
+void CameraBase::Init() { m_core->Control().Init(); }
+void CameraBase::DeInit() { m_core->Control().DeInit(); }
+bool CameraBase::IsInitialized() const { return m_core->IsInitialized(); }
+bool CameraBase::IsValid() const { return m_core->Control().IsValid(); }
+bool CameraBase::IsStreaming() const { return m_core->Control().IsStreaming(); }
+GenApi::INodeMap& CameraBase::GetNodeMap() const { return m_core->Control().NodeMap(); }
+GenApi::INodeMap& CameraBase::GetTLDeviceNodeMap() const { return m_core->Control().TLDeviceNodeMap(); }
+GenApi::INodeMap& CameraBase::GetTLStreamNodeMap(uint64_t streamIndex) const {
+    return m_core->Control().TLStreamNodeMap(streamIndex);
+}
+GenApi::EAccessMode CameraBase::GetAccessMode() const { return m_core->Control().AccessMode(); }
+void CameraBase::ReadPort(uint64_t address, void* buffer, uint64_t length) const {
+    m_core->Control().ReadPort(address, buffer, length);
+}
+void CameraBase::WritePort(uint64_t address, const void* buffer, uint64_t length) {
+    m_core->Control().WritePort(address, buffer, length);
+}
+GenICam::gcstring CameraBase::GetGuiXml() const { return m_core->Control().GuiXml(); }
+unsigned int CameraBase::DiscoverMaxPacketSize() { return m_core->Control().DiscoverMaxPacketSize(); }
 
 } // namespace Orvane

@@ -1,10 +1,27 @@
 #include "system/CameraCore.h"
 
+#include "camera/CameraControl.h"
+
 namespace Orvane {
 namespace internal {
 
 CameraCore::CameraCore(DeviceInfo info) : m_info(std::move(info)) {}
 CameraCore::~CameraCore() = default;
+
+CameraControl& CameraCore::Control() {
+    if (CameraControl* c = m_controlPtr.load()) return *c;
+    std::lock_guard<std::mutex> lock(m_controlMutex);
+    if (!m_control) {
+        m_control = std::make_unique<CameraControl>(*this);
+        m_controlPtr.store(m_control.get());
+    }
+    return *m_control;
+}
+
+bool CameraCore::IsInitialized() const {
+    const CameraControl* c = m_controlPtr.load();
+    return c && c->IsInitialized();
+}
 
 DeviceInfo CameraCore::Info() const {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -17,7 +34,10 @@ void CameraCore::UpdateInfo(const DeviceInfo& info) {
 }
 
 DeviceAccessStatus CameraCore::AccessStatus() const {
-    if (IsInitialized()) return AccessStatusOpenReadWrite;
+    if (IsInitialized()) {
+        const CameraControl* c = m_controlPtr.load();
+        return c->AccessMode() == GenApi::RO ? AccessStatusOpenReadOnly : AccessStatusOpenReadWrite;
+    }
     return Info().transport == "Virtual" ? AccessStatusReadWrite : AccessStatusUnknown;
 }
 

@@ -5,6 +5,7 @@
 #define ORVANE_SYSTEM_CAMERA_CORE_H
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 
 #include "system/DeviceInfo.h"
@@ -23,6 +24,8 @@ enum DeviceAccessStatus {
     AccessStatusOpenReadOnly = 6
 };
 
+class CameraControl;
+
 class CameraCore {
 public:
     explicit CameraCore(DeviceInfo info);
@@ -37,13 +40,20 @@ public:
     void SetPresent(bool present) { m_present.store(present); }
 
     // Whether the SDK holds the device open (initialised).
-    virtual bool IsInitialized() const { return false; }
+    virtual bool IsInitialized() const;
     virtual DeviceAccessStatus AccessStatus() const;
+
+    // The camera's control side (Init, node maps, port access), created on
+    // first use and kept for the camera's life.
+    CameraControl& Control();
 
 private:
     mutable std::mutex m_mutex;  // guards m_info
     DeviceInfo m_info;
     std::atomic<bool> m_present{true};
+    std::mutex m_controlMutex;   // serialises the creation of m_control
+    std::unique_ptr<CameraControl> m_control;
+    std::atomic<CameraControl*> m_controlPtr{nullptr};  // m_control once created, read without locking
 };
 
 } // namespace internal

@@ -111,7 +111,7 @@ void InterfaceCore::BuildNodeMap() {
 
     std::vector<std::string> enumeration = {"DeviceUpdateList", "DeviceCount", "DeviceSelector", "DeviceID",
                                             "DeviceVendorName", "DeviceModelName", "DeviceSerialNumber",
-                                            "DeviceAccessStatus", "DeviceUserID"};
+                                            "DeviceAccessStatus", "DeviceUserID", "DeviceAddress"};
     if (gige) enumeration.insert(enumeration.end(), {"GevDeviceIPAddress", "GevDeviceMACAddress"});
     m.AddCategory(MakeInfo("DeviceEnumeration", "Devices found on this interface."), enumeration);
     m.AddCommand(MakeInfo("DeviceUpdateList", "Rediscovers the devices of this interface."),
@@ -140,6 +140,13 @@ void InterfaceCore::BuildNodeMap() {
     deviceString("DeviceModelName", "Model of the selected device.", &DeviceInfo::modelName);
     deviceString("DeviceSerialNumber", "Serial number of the selected device.", &DeviceInfo::serialNumber);
     deviceString("DeviceUserID", "User-defined name of the selected device.", &DeviceInfo::userId);
+    {
+        NodeInfo info = MakeInfo("DeviceAddress",
+                                 "Where the selected device is reached: its IP address (GigE Vision), its bus "
+                                 "address (USB3 Vision), or \"local\" (virtual cameras).");
+        info.nameSpace = Custom;
+        m.AddString(info, {[this] { return SelectedDevice().address; }, nullptr, 256, deviceAvailable});
+    }
     const std::vector<std::pair<std::string, int64_t>> access = {
         {"Unknown", AccessStatusUnknown}, {"ReadWrite", AccessStatusReadWrite},
         {"ReadOnly", AccessStatusReadOnly}, {"NoAccess", AccessStatusNoAccess},

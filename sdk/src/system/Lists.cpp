@@ -8,7 +8,7 @@
 namespace Orvane {
 
 namespace {
-[[noreturn]] void BadIndex(const char* list, unsigned index, size_t size) {
+[[noreturn]] void BadIndex(const char* list, size_t index, size_t size) {
     ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, std::string(list) + ": index " + std::to_string(index) +
                                            " is out of range, the list has " + std::to_string(size) + " entries");
 }
@@ -18,8 +18,8 @@ InterfaceList::InterfaceList() = default;
 InterfaceList::~InterfaceList() = default;
 InterfaceList::InterfaceList(const InterfaceList&) = default;
 InterfaceList& InterfaceList::operator=(const InterfaceList&) = default;
-unsigned int InterfaceList::GetSize() const { return static_cast<unsigned>(m_items.size()); }
-InterfacePtr InterfaceList::GetByIndex(unsigned int index) const {
+size_t InterfaceList::GetSize() const { return m_items.size(); }
+InterfacePtr InterfaceList::GetByIndex(size_t index) const {
     if (index >= m_items.size()) BadIndex("InterfaceList", index, m_items.size());
     return m_items[index];
 }
@@ -30,9 +30,9 @@ CameraList::CameraList() = default;
 CameraList::~CameraList() = default;
 CameraList::CameraList(const CameraList&) = default;
 CameraList& CameraList::operator=(const CameraList&) = default;
-unsigned int CameraList::GetSize() const { return static_cast<unsigned>(m_items.size()); }
+size_t CameraList::GetSize() const { return m_items.size(); }
 
-CameraPtr CameraList::GetByIndex(unsigned int index) const {
+CameraPtr CameraList::GetByIndex(size_t index) const {
     if (index >= m_items.size()) BadIndex("CameraList", index, m_items.size());
     return m_items[index];
 }
@@ -51,7 +51,7 @@ CameraPtr CameraList::GetByDeviceID(const std::string& deviceID) const {
 
 void CameraList::Clear() { m_items.clear(); }
 
-void CameraList::RemoveByIndex(unsigned int index) {
+void CameraList::RemoveByIndex(size_t index) {
     if (index >= m_items.size()) BadIndex("CameraList", index, m_items.size());
     m_items.erase(m_items.begin() + index);
 }

@@ -137,14 +137,14 @@ CameraList SystemCore::Cameras(bool updateInterfaces, bool updateCameras) {
     if (updateCameras) UpdateCameras(updateInterfaces);
     const InterfaceList interfaces = Interfaces(updateInterfaces);
     CameraList cameras;
-    for (unsigned i = 0; i < interfaces.GetSize(); ++i) cameras.Append(interfaces.GetByIndex(i)->Core().Cameras());
+    for (size_t i = 0; i < interfaces.GetSize(); ++i) cameras.Append(interfaces.GetByIndex(i)->Core().Cameras());
     return cameras;
 }
 
 CameraChanges SystemCore::UpdateCameras(bool updateInterfaces) {
     const InterfaceList interfaces = Interfaces(updateInterfaces);
     CameraChanges all;
-    for (unsigned i = 0; i < interfaces.GetSize(); ++i) {
+    for (size_t i = 0; i < interfaces.GetSize(); ++i) {
         CameraChanges c = interfaces.GetByIndex(i)->Core().Update();
         all.arrived.insert(all.arrived.end(), c.arrived.begin(), c.arrived.end());
         all.removed.insert(all.removed.end(), c.removed.begin(), c.removed.end());

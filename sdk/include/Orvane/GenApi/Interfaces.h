@@ -34,6 +34,7 @@ public:
 
 class ORVANE_API INode : public virtual IBase {
 public:
+    ~INode() override;
     virtual GenICam::gcstring GetName(bool FullQualified = false) const = 0;
     virtual ENameSpace GetNameSpace() const = 0;
     virtual EVisibility GetVisibility() const = 0;
@@ -77,6 +78,7 @@ public:
 
 class ORVANE_API IValue : public virtual IBase {
 public:
+    ~IValue() override;
     virtual INode* GetNode() = 0;
     virtual GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) = 0;
     virtual void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) = 0;
@@ -85,6 +87,7 @@ public:
 
 class ORVANE_API IInteger : public virtual IValue {
 public:
+    ~IInteger() override;
     virtual void SetValue(int64_t Value, bool Verify = true) = 0;
     virtual int64_t GetValue(bool Verify = false, bool IgnoreCache = false) = 0;
     virtual int64_t GetMin() = 0;
@@ -104,6 +107,7 @@ public:
 
 class ORVANE_API IFloat : public virtual IValue {
 public:
+    ~IFloat() override;
     virtual void SetValue(double Value, bool Verify = true) = 0;
     virtual double GetValue(bool Verify = false, bool IgnoreCache = false) = 0;
     virtual double GetMin() = 0;
@@ -126,6 +130,7 @@ public:
 
 class ORVANE_API IString : public virtual IValue {
 public:
+    ~IString() override;
     virtual void SetValue(const GenICam::gcstring& Value, bool Verify = true) = 0;
     virtual GenICam::gcstring GetValue(bool Verify = false, bool IgnoreCache = false) = 0;
     virtual int64_t GetMaxLength() = 0;
@@ -137,6 +142,7 @@ public:
 
 class ORVANE_API IBoolean : public virtual IValue {
 public:
+    ~IBoolean() override;
     virtual void SetValue(bool Value, bool Verify = true) = 0;
     virtual bool GetValue(bool Verify = false, bool IgnoreCache = false) const = 0;
 
@@ -147,6 +153,7 @@ public:
 
 class ORVANE_API ICommand : public virtual IValue {
 public:
+    ~ICommand() override;
     virtual void Execute(bool Verify = true) = 0;
     // True once the device has finished the last Execute.
     virtual bool IsDone(bool Verify = true) = 0;
@@ -155,13 +162,15 @@ public:
 
 class ORVANE_API IEnumeration : public virtual IValue {
 public:
+    ~IEnumeration() override;
     // Symbolic names of the entries that are available now.
     virtual void GetSymbolics(StringList_t& Symbolics) = 0;
     // Every entry node, in the order the node map declares them.
     virtual void GetEntries(NodeList_t& Entries) = 0;
     virtual void SetIntValue(int64_t Value, bool Verify = true) = 0;
     virtual int64_t GetIntValue(bool Verify = false, bool IgnoreCache = false) = 0;
-    // The entry of this symbolic name, or null.
+    // The entry of this symbolic name (or of this entry node name,
+    // "EnumEntry_<Enumeration>_<Entry>"), or null.
     virtual IEnumEntry* GetEntryByName(const GenICam::gcstring& Symbolic) = 0;
     // The entry of this integer value, or null.
     virtual IEnumEntry* GetEntry(int64_t IntValue) = 0;
@@ -172,6 +181,7 @@ public:
 
 class ORVANE_API IEnumEntry : public virtual IValue {
 public:
+    ~IEnumEntry() override;
     virtual int64_t GetValue() = 0;
     virtual GenICam::gcstring GetSymbolic() const = 0;
     virtual double GetNumericValue() = 0;
@@ -180,11 +190,13 @@ public:
 
 class ORVANE_API ICategory : public virtual IValue {
 public:
+    ~ICategory() override;
     virtual void GetFeatures(FeatureList_t& Features) = 0;
 };
 
 class ORVANE_API IRegister : public virtual IValue {
 public:
+    ~IRegister() override;
     virtual void Set(const uint8_t* pBuffer, int64_t Length, bool Verify = true) = 0;
     virtual void Get(uint8_t* pBuffer, int64_t Length, bool Verify = false, bool IgnoreCache = false) = 0;
     virtual int64_t GetLength() = 0;
@@ -193,6 +205,7 @@ public:
 
 class ORVANE_API IPort : public virtual IBase {
 public:
+    ~IPort() override;
     virtual void Read(void* pBuffer, int64_t Address, int64_t Length) = 0;
     virtual void Write(const void* pBuffer, int64_t Address, int64_t Length) = 0;
 };

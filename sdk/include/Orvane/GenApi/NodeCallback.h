@@ -18,7 +18,7 @@ namespace GenApi {
 class ORVANE_API CNodeCallback {
 public:
     CNodeCallback(INode* pNode, ECallbackType CallbackType) : m_pNode(pNode), m_CallbackType(CallbackType) {}
-    virtual ~CNodeCallback() {}
+    virtual ~CNodeCallback();
     virtual void operator()(ECallbackType CallbackType) const = 0;
     virtual void Destroy() = 0;
     INode* GetNode() const { return m_pNode; }

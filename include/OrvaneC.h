@@ -1,0 +1,178 @@
+/*
+ * Orvane C library: the one header a C program includes.
+ *
+ *   #include <OrvaneC.h>      cc app.c $(pkg-config --cflags --libs orvane-c)
+ *
+ * Every function returns an orvError: 0 on success, else an error code. On
+ * failure nothing is written to out-pointers, and the details (message, file,
+ * line, function) of the last failure of a system/list/camera/image function
+ * are read with the orvErrorGetLast* functions. Failures of node functions
+ * (OrvaneGenApiC.h) are seen in their return codes and in the log only.
+ *
+ * Text results go into caller buffers: pass a buffer and a size_t holding its
+ * size; on return the size_t holds the text's length plus one. A null buffer
+ * asks for that length. A buffer too small gives ORVANE_ERR_BUFFER_TOO_SMALL.
+ *
+ * Handles obtained from Get functions of lists, Create functions and image
+ * retrieval belong to the caller, who gives them back with the matching
+ * Release or Destroy. Node map and node handles belong to their parent.
+ *
+ * Compiles as C99 and as C++.
+ */
+#ifndef ORVANE_C_H
+#define ORVANE_C_H
+
+#include "OrvaneCDefs.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Last error (the system, list, interface, camera and image functions) -- */
+ORVANE_C_API orvError orvErrorGetLast(orvError* error);
+ORVANE_C_API orvError orvErrorGetLastMessage(char* buffer, size_t* length);
+ORVANE_C_API orvError orvErrorGetLastBuildDate(char* buffer, size_t* length);
+ORVANE_C_API orvError orvErrorGetLastBuildTime(char* buffer, size_t* length);
+ORVANE_C_API orvError orvErrorGetLastFileName(char* buffer, size_t* length);
+ORVANE_C_API orvError orvErrorGetLastFullMessage(char* buffer, size_t* length);
+ORVANE_C_API orvError orvErrorGetLastFunctionName(char* buffer, size_t* length);
+/* Does not check its pointer. */
+ORVANE_C_API orvError orvErrorGetLastLineNumber(int64_t* lineNumber);
+
+/* System ----------------------------------------------------------------- */
+/* Each call gives a new handle to the process-wide system. */
+ORVANE_C_API orvError orvSystemGetInstance(orvSystem* system);
+ORVANE_C_API orvError orvSystemReleaseInstance(orvSystem system);
+/* Replaces the list's contents with the current interfaces / cameras. */
+ORVANE_C_API orvError orvSystemGetInterfaces(orvSystem system, orvInterfaceList list);
+ORVANE_C_API orvError orvSystemGetCameras(orvSystem system, orvCameraList list);
+ORVANE_C_API orvError orvSystemGetCamerasEx(orvSystem system, bool8_t updateInterfaces, bool8_t updateCameras,
+                                            orvCameraList list);
+ORVANE_C_API orvError orvSystemSetLoggingLevel(orvSystem system, orvLogLevel level);
+ORVANE_C_API orvError orvSystemGetLoggingLevel(orvSystem system, orvLogLevel* level);
+/* Does not check its out-pointer. */
+ORVANE_C_API orvError orvSystemIsInUse(orvSystem system, bool8_t* isInUse);
+/* Does not check its out-pointer. */
+ORVANE_C_API orvError orvSystemUpdateCameras(orvSystem system, bool8_t* changed);
+ORVANE_C_API orvError orvSystemUpdateCamerasEx(orvSystem system, bool8_t updateInterfaces, bool8_t* changed);
+/* Does not check its out-pointer. */
+ORVANE_C_API orvError orvSystemGetLibraryVersion(orvSystem system, orvLibraryVersion* version);
+/* The system's transport-layer node map; the handle belongs to the system handle. */
+ORVANE_C_API orvError orvSystemGetTLNodeMap(orvSystem system, orvNodeMapHandle* nodeMap);
+
+/* Interface lists -------------------------------------------------------- */
+ORVANE_C_API orvError orvInterfaceListCreateEmpty(orvInterfaceList* list);
+ORVANE_C_API orvError orvInterfaceListDestroy(orvInterfaceList list);
+ORVANE_C_API orvError orvInterfaceListGetSize(orvInterfaceList list, size_t* size);
+/* A new interface handle on every call; release it with orvInterfaceRelease. */
+ORVANE_C_API orvError orvInterfaceListGet(orvInterfaceList list, size_t index, orvInterface* interfaceHandle);
+ORVANE_C_API orvError orvInterfaceListClear(orvInterfaceList list);
+
+/* Camera lists ----------------------------------------------------------- */
+ORVANE_C_API orvError orvCameraListCreateEmpty(orvCameraList* list);
+ORVANE_C_API orvError orvCameraListDestroy(orvCameraList list);
+ORVANE_C_API orvError orvCameraListGetSize(orvCameraList list, size_t* size);
+/* A new camera handle on every call; release it with orvCameraRelease. */
+ORVANE_C_API orvError orvCameraListGet(orvCameraList list, size_t index, orvCamera* camera);
+ORVANE_C_API orvError orvCameraListClear(orvCameraList list);
+ORVANE_C_API orvError orvCameraListRemove(orvCameraList list, size_t index);
+ORVANE_C_API orvError orvCameraListAppend(orvCameraList list, orvCameraList other);
+/* Does not check its out-pointer. An unknown serial number gives a handle to
+ * no camera, on which every camera function fails. */
+ORVANE_C_API orvError orvCameraListGetBySerial(orvCameraList list, const char* serial, orvCamera* camera);
+ORVANE_C_API orvError orvCameraListRemoveBySerial(orvCameraList list, const char* serial);
+
+/* Image lists ------------------------------------------------------------ */
+ORVANE_C_API orvError orvImageListCreateEmpty(orvImageList* list);
+ORVANE_C_API orvError orvImageListDestroy(orvImageList list);
+ORVANE_C_API orvError orvImageListGetSize(orvImageList list, size_t* size);
+/* A new image handle of the generic image kind (ORV_HANDLE_IMAGE) on every
+ * call. Neither orvImageDestroy nor orvImageRelease accepts that kind, so the
+ * handle (a small record holding one reference to the image) stays allocated
+ * for the life of the process: take images out of a list sparingly. */
+ORVANE_C_API orvError orvImageListGet(orvImageList list, size_t index, orvImage* image);
+ORVANE_C_API orvError orvImageListClear(orvImageList list);
+ORVANE_C_API orvError orvImageListRemove(orvImageList list, size_t index);
+ORVANE_C_API orvError orvImageListAppend(orvImageList list, orvImageList other);
+/* Does not check its out-pointer. The handle is of the generic kind, as
+ * orvImageListGet gives. */
+ORVANE_C_API orvError orvImageListGetByPixelFormat(orvImageList list, orvPixelFormat pixelFormat, orvImage* image);
+ORVANE_C_API orvError orvImageListRemoveByPixelFormat(orvImageList list, orvPixelFormat pixelFormat);
+/* Hands every camera image of the list back to its stream and empties it. */
+ORVANE_C_API orvError orvImageListRelease(orvImageList list);
+
+/* Interfaces ------------------------------------------------------------- */
+ORVANE_C_API orvError orvInterfaceUpdateCameras(orvInterface interfaceHandle, bool8_t* changed);
+ORVANE_C_API orvError orvInterfaceGetCameras(orvInterface interfaceHandle, orvCameraList list);
+ORVANE_C_API orvError orvInterfaceGetCamerasEx(orvInterface interfaceHandle, bool8_t updateCameras, orvCameraList list);
+/* The interface's transport-layer node map; the handle belongs to the interface handle. */
+ORVANE_C_API orvError orvInterfaceGetTLNodeMap(orvInterface interfaceHandle, orvNodeMapHandle* nodeMap);
+ORVANE_C_API orvError orvInterfaceIsInUse(orvInterface interfaceHandle, bool8_t* isInUse);
+/* Frees the handle, its node map handle and the node handles cached under it. */
+ORVANE_C_API orvError orvInterfaceRelease(orvInterface interfaceHandle);
+
+/* Images ----------------------------------------------------------------- */
+/* Images made here belong to the caller, who frees them with orvImageDestroy.
+ * With a data pointer the image uses the caller's memory (no copy) while it
+ * lives; without one it owns a new zeroed buffer. */
+ORVANE_C_API orvError orvImageCreateEmpty(orvImage* image);
+ORVANE_C_API orvError orvImageCreateEx(orvImage* image, size_t width, size_t height, size_t offsetX, size_t offsetY,
+                                       orvPixelFormat pixelFormat, void* data);
+ORVANE_C_API orvError orvImageCreateEx2(orvImage* image, size_t width, size_t height, size_t offsetX, size_t offsetY,
+                                        orvPixelFormat pixelFormat, void* data, orvTLPayloadType payloadType,
+                                        size_t dataSize);
+/* A new image copied from source. */
+ORVANE_C_API orvError orvImageCreate(orvImage source, orvImage* image);
+ORVANE_C_API orvError orvImageDestroy(orvImage image);
+/* Gives a camera's image back to its stream and frees the handle. */
+ORVANE_C_API orvError orvImageRelease(orvImage image);
+ORVANE_C_API orvError orvImageReset(orvImage image, size_t width, size_t height, size_t offsetX, size_t offsetY,
+                                    orvPixelFormat pixelFormat);
+ORVANE_C_API orvError orvImageResetEx(orvImage image, size_t width, size_t height, size_t offsetX, size_t offsetY,
+                                      orvPixelFormat pixelFormat, void* data);
+ORVANE_C_API orvError orvImageDeepCopy(orvImage source, orvImage destination);
+ORVANE_C_API orvError orvImageGetColorProcessing(orvImage image, orvColorProcessingAlgorithm* algorithm);
+ORVANE_C_API orvError orvImageGetID(orvImage image, uint64_t* id);
+ORVANE_C_API orvError orvImageGetData(orvImage image, void** data);
+ORVANE_C_API orvError orvImageGetPrivateData(orvImage image, void** privateData);
+ORVANE_C_API orvError orvImageGetBufferSize(orvImage image, size_t* size);
+ORVANE_C_API orvError orvImageGetWidth(orvImage image, size_t* width);
+ORVANE_C_API orvError orvImageGetHeight(orvImage image, size_t* height);
+ORVANE_C_API orvError orvImageGetOffsetX(orvImage image, size_t* offsetX);
+ORVANE_C_API orvError orvImageGetOffsetY(orvImage image, size_t* offsetY);
+ORVANE_C_API orvError orvImageGetPaddingX(orvImage image, size_t* paddingX);
+ORVANE_C_API orvError orvImageGetPaddingY(orvImage image, size_t* paddingY);
+ORVANE_C_API orvError orvImageGetFrameID(orvImage image, uint64_t* frameId);
+ORVANE_C_API orvError orvImageGetTimeStamp(orvImage image, uint64_t* timeStamp);
+ORVANE_C_API orvError orvImageGetPayloadType(orvImage image, size_t* payloadType);
+ORVANE_C_API orvError orvImageGetTLPayloadType(orvImage image, orvTLPayloadType* payloadType);
+ORVANE_C_API orvError orvImageGetPixelFormat(orvImage image, orvPixelFormat* pixelFormat);
+ORVANE_C_API orvError orvImageGetTLPixelFormat(orvImage image, uint64_t* pixelFormat);
+ORVANE_C_API orvError orvImageGetTLPixelFormatNamespace(orvImage image, orvPixelFormatNamespace* pixelFormatNamespace);
+ORVANE_C_API orvError orvImageIsIncomplete(orvImage image, bool8_t* isIncomplete);
+ORVANE_C_API orvError orvImageGetStatus(orvImage image, orvImageStatus* status);
+ORVANE_C_API orvError orvImageGetValidPayloadSize(orvImage image, size_t* size);
+ORVANE_C_API orvError orvImageGetChunkLayoutID(orvImage image, uint64_t* id);
+ORVANE_C_API orvError orvImageHasCRC(orvImage image, bool8_t* hasCRC);
+ORVANE_C_API orvError orvImageCheckCRC(orvImage image, bool8_t* crcOk);
+ORVANE_C_API orvError orvImageGetBitsPerPixel(orvImage image, size_t* bitsPerPixel);
+ORVANE_C_API orvError orvImageGetSize(orvImage image, size_t* size);
+ORVANE_C_API orvError orvImageGetStride(orvImage image, size_t* stride);
+ORVANE_C_API orvError orvImageGetPixelFormatName(orvImage image, char* buffer, size_t* length);
+/* Takes a status value, not an image; a null buffer asks for the length. */
+ORVANE_C_API orvError orvImageGetStatusDescription(orvImageStatus status, char* buffer, size_t* length);
+
+/* Cameras ---------------------------------------------------------------- */
+/* Text results: the buffer and its length are both checked. */
+ORVANE_C_API orvError orvCameraGetDeviceID(orvCamera camera, char* buffer, size_t* length);
+ORVANE_C_API orvError orvCameraGetUniqueID(orvCamera camera, char* buffer, size_t* length);
+/* Frees the handle with its node map handles and the node handles under them. */
+ORVANE_C_API orvError orvCameraRelease(orvCamera camera);
+
+#ifdef __cplusplus
+}
+#endif
+
+#include "OrvaneGenApiC.h"
+
+#endif

@@ -1,0 +1,140 @@
+// Orvane::Image: one image, either received from a camera's stream or made by
+// the caller. Images are shared through ImagePtr.
+//
+// Memory: an image made with Create(width, height, ..., format) owns a buffer
+// it allocates; one made with a data pointer borrows the caller's memory (no
+// copy: the caller keeps it alive and unchanged while the image uses it); one
+// received from a stream shares the stream's buffer until Release hands it
+// back. Create(image) and DeepCopy always copy.
+#ifndef ORVANE_IMAGE_H
+#define ORVANE_IMAGE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "Orvane/BasePtr.h"
+#include "Orvane/GenICam/gcstring.h"
+#include "Orvane/ImageDefs.h"
+#include "Orvane/PixelFormatEnums.h"
+
+namespace Orvane {
+
+class Image;
+typedef BasePtr<Image> ImagePtr;
+
+namespace internal {
+class ImageAccess;
+class ImageBufferOwner;
+}
+
+class ORVANE_API Image {
+public:
+    // An empty image (no data, width and height 0).
+    static ImagePtr Create();
+    // An image owning a new zeroed buffer for width x height pixels of the format.
+    static ImagePtr Create(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat);
+    // An image over the caller's data (borrowed, not copied); a null pointer
+    // allocates an owned buffer instead.
+    static ImagePtr Create(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat,
+                           void* pData);
+    // The same with the payload type and the size of the data; dataSize must
+    // cover the image, and the bytes beyond it are the image's chunk data.
+    static ImagePtr Create(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat,
+                           void* pData, TLPayloadType payloadType, size_t dataSize);
+    // An independent copy of another image (data and metadata).
+    static ImagePtr Create(const ImagePtr& image);
+
+    virtual ~Image();
+    Image(const Image&) = delete;
+    Image& operator=(const Image&) = delete;
+
+    // Re-shapes the image: a new owned zeroed buffer, or the caller's data.
+    void Reset(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat);
+    void Reset(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat, void* pData);
+    void Reset(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat, void* pData,
+               TLPayloadType payloadType, size_t dataSize);
+    // Makes this image an owned copy of the source's data and metadata.
+    void DeepCopy(const ImagePtr& source);
+    // Hands a stream image's buffer back to its stream; the image is empty
+    // afterwards. Does nothing for images the caller made.
+    void Release();
+
+    ColorProcessingAlgorithm GetColorProcessing() const;
+    // The SDK's number for this image: stream images count from 1 per
+    // acquisition; images the caller made have 0.
+    uint64_t GetID() const;
+    // First byte of the image data (null for an empty image).
+    void* GetData() const;
+    // A pointer the image's producer attached (null unless set).
+    void* GetPrivateData() const;
+    void SetPrivateData(void* privateData);
+    // Bytes of the memory holding the image and its chunk data.
+    size_t GetBufferSize() const;
+    size_t GetWidth() const;
+    size_t GetHeight() const;
+    size_t GetOffsetX() const;
+    size_t GetOffsetY() const;
+    // Bytes of padding at the end of each line / after the last line.
+    size_t GetPaddingX() const;
+    size_t GetPaddingY() const;
+    // The device's frame (block) id.
+    uint64_t GetFrameID() const;
+    // Device timestamp in nanoseconds.
+    uint64_t GetTimeStamp() const;
+    // The transport's payload type code (GigE Vision: 0x0001 image, 0x4001
+    // image with extended chunks, ...).
+    size_t GetPayloadType() const;
+    TLPayloadType GetTLPayloadType() const;
+    PixelFormatEnums GetPixelFormat() const;
+    // The transport layer's pixel format code (PFNC for GigE and USB3 Vision).
+    uint64_t GetTLPixelFormat() const;
+    PixelFormatNamespaceID GetTLPixelFormatNamespace() const;
+    const char* GetPixelFormatName() const;
+    bool IsIncomplete() const;
+    ImageStatus GetStatus() const;
+    static const char* GetImageStatusDescription(ImageStatus status);
+    // Bytes of payload actually received.
+    size_t GetValidPayloadSize() const;
+    uint64_t GetChunkLayoutID() const;
+    // Whether the chunk data carries a CRC of the image, and whether it matches.
+    bool HasCRC() const;
+    bool CheckCRC() const;
+    size_t GetBitsPerPixel() const;
+    // Bytes of the image data: stride times height (packed formats: the
+    // packed size), without chunk data.
+    size_t GetSize() const;
+    // Bytes from one line to the next (packed formats whose lines do not end
+    // on a byte: the bytes of one line, rounded up).
+    size_t GetStride() const;
+    // Bytes after the image data, up to GetBufferSize(): the chunk data.
+    const uint8_t* GetChunkBytes(size_t* size) const;
+
+private:
+    friend class internal::ImageAccess;
+    Image();
+    void Shape(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat, void* pData,
+               TLPayloadType payloadType, size_t dataSize);
+    void CheckData(const char* function) const;
+
+    size_t m_width = 0, m_height = 0, m_offsetX = 0, m_offsetY = 0, m_paddingX = 0, m_paddingY = 0;
+    PixelFormatEnums m_pixelFormat = UNKNOWN_PIXELFORMAT;
+    uint64_t m_tlPixelFormat = 0;
+    PixelFormatNamespaceID m_pixelFormatNamespace = PixelFormatNamespace_Unknown;
+    size_t m_payloadType = 0;
+    TLPayloadType m_tlPayloadType = PayloadType_Unknown;
+    uint64_t m_id = 0, m_frameId = 0, m_timestamp = 0, m_chunkLayoutId = 0;
+    ImageStatus m_status = IMAGE_STATUS_OK;
+    size_t m_validPayloadSize = 0;
+    ColorProcessingAlgorithm m_colorProcessing = COLOR_PROCESSING_NONE;
+    uint8_t* m_data = nullptr;
+    size_t m_bufferSize = 0;
+    size_t m_imageSize = 0;
+    void* m_privateData = nullptr;
+    std::shared_ptr<void> m_storage;                        // keeps the memory alive (owned or stream buffer)
+    std::shared_ptr<internal::ImageBufferOwner> m_owner;    // stream images: where Release hands the buffer back
+};
+
+} // namespace Orvane
+
+#endif

@@ -1,0 +1,40 @@
+// Orvane::ImageList: an ordered set of images (for example one image per
+// stream from GetNextImageSync), saved to and loaded from image list files.
+#ifndef ORVANE_IMAGE_LIST_H
+#define ORVANE_IMAGE_LIST_H
+
+#include <vector>
+
+#include "Orvane/Image.h"
+
+namespace Orvane {
+
+class ORVANE_API ImageList {
+public:
+    ImageList();
+    virtual ~ImageList();
+    ImageList(const ImageList&);
+    ImageList& operator=(const ImageList&);
+
+    size_t GetSize() const;
+    // Raises ORVANE_ERR_OUT_OF_RANGE for an index at or beyond GetSize().
+    ImagePtr GetByIndex(size_t index) const;
+    ImagePtr operator[](size_t index) const { return GetByIndex(index); }
+    // The first image of this pixel format; raises ORVANE_ERR_NO_DATA when none has it.
+    ImagePtr GetByPixelFormat(PixelFormatEnums pixelFormat) const;
+    void RemoveByIndex(size_t index);
+    // Removes every image of this pixel format; raises ORVANE_ERR_NO_DATA when none has it.
+    void RemoveByPixelFormat(PixelFormatEnums pixelFormat);
+    void PushBack(const ImagePtr& image);
+    void Append(const ImageList& other);
+    void Clear();
+    // Hands every stream image back to its stream (Image::Release) and empties the list.
+    void Release();
+
+private:
+    std::vector<ImagePtr> m_images;
+};
+
+} // namespace Orvane
+
+#endif

@@ -1,0 +1,247 @@
+#include "camera/CameraControl.h"
+
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "core/Raise.h"
+#include "system/CameraCore.h"
+
+namespace Orvane {
+namespace internal {
+
+using namespace GenApi;
+using GenApi::impl::NodeMapBase;
+
+namespace {
+
+// The MTU of the host interface that holds `address` (dotted IPv4), or 0.
+int InterfaceMtu(const std::string& address) {
+    ifaddrs* list = nullptr;
+    if (getifaddrs(&list) != 0) return 0;
+    std::string name;
+    for (ifaddrs* i = list; i; i = i->ifa_next) {
+        if (!i->ifa_addr || i->ifa_addr->sa_family != AF_INET) continue;
+        char text[INET_ADDRSTRLEN] = {0};
+        inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(i->ifa_addr)->sin_addr, text, sizeof text);
+        if (address == text) {
+            name = i->ifa_name;
+            break;
+        }
+    }
+    freeifaddrs(list);
+    if (name.empty()) return 0;
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    if (fd < 0) return 0;
+    ifreq request;
+    std::memset(&request, 0, sizeof request);
+    std::strncpy(request.ifr_name, name.c_str(), IFNAMSIZ - 1);
+    const int mtu = ioctl(fd, SIOCGIFMTU, &request) == 0 ? request.ifr_mtu : 0;
+    close(fd);
+    return mtu;
+}
+
+std::string InterfaceAddressOf(ArvGvDevice* gv) {
+    GSocketAddress* socketAddress = arv_gv_device_get_interface_address(gv);
+    if (!G_IS_INET_SOCKET_ADDRESS(socketAddress)) return "";
+    GInetAddress* address = g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(socketAddress));
+    char* text = g_inet_address_to_string(address);
+    std::string result = text ? text : "";
+    g_free(text);
+    return result;
+}
+
+[[noreturn]] void RaisePortError(const std::string& camera, const char* function, const char* what, uint64_t address,
+                                 GError* error) {
+    const int code = error && error->domain == ARV_DEVICE_ERROR && error->code == ARV_DEVICE_ERROR_TIMEOUT
+                         ? ORVANE_ERR_TIMEOUT
+                         : ORVANE_ERR_IO;
+    std::string message = error && error->message ? error->message : "the device refused the access";
+    if (error) g_error_free(error);
+    char at[32];
+    std::snprintf(at, sizeof at, "0x%llx", static_cast<unsigned long long>(address));
+    Raise(__LINE__, __FILE__, function, code, "camera " + camera + ": " + what + " at " + at + " failed: " + message);
+}
+
+} // namespace
+
+CameraControl::CameraControl(CameraCore& core) : m_core(core), m_tlDevice("TLDevice"), m_tlStream("TLStream") {
+    BuildTLDeviceNodeMap();
+    BuildTLStreamNodeMap();
+}
+
+CameraControl::~CameraControl() {
+    try {
+        DeInit();
+    } catch (...) {
+        // Closing never throws past the camera's destruction.
+    }
+}
+
+void CameraControl::Init() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_session) return;
+    const DeviceInfo info = m_core.Info();
+    if (!m_core.IsPresent())
+        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
+    m_session = std::shared_ptr<DeviceSession>(DeviceSession::Open(info));
+    m_initialized.store(true);
+}
+
+void CameraControl::DeInit() {
+    AcquisitionHooks* hooks = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_session) return;
+        hooks = m_hooks;
+    }
+    // Without m_mutex: stopping may write features through the node map.
+    if (hooks && hooks->IsStreaming()) hooks->Stop();
+    std::shared_ptr<DeviceSession> closing;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_initialized.store(false);
+        closing.swap(m_session);
+    }
+    // The device closes here unless another operation still holds the session.
+}
+
+std::shared_ptr<DeviceSession> CameraControl::Session() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_session;
+}
+
+bool CameraControl::IsValid() const {
+    if (!m_core.IsPresent()) return false;
+    const std::shared_ptr<DeviceSession> session = Session();
+    return !(session && session->ControlLost());
+}
+
+bool CameraControl::IsStreaming() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_hooks && m_hooks->IsStreaming();
+}
+
+void CameraControl::SetAcquisitionHooks(AcquisitionHooks* hooks) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_hooks = hooks;
+}
+
+std::shared_ptr<DeviceSession> CameraControl::RequireSession(const char* function) const {
+    std::shared_ptr<DeviceSession> session = Session();
+    if (!session)
+        Raise(__LINE__, __FILE__, function, ORVANE_ERR_CAMERA_NOT_INITIALIZED,
+              "camera " + m_core.Info().deviceId + " is not initialized (call Init first)");
+    return session;
+}
+
+INodeMap& CameraControl::NodeMap() { return RequireSession("GetNodeMap")->NodeMap(); }
+
+INodeMap& CameraControl::TLStreamNodeMap(uint64_t streamIndex) {
+    if (streamIndex != 0)
+        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_core.Info().deviceId + " has one stream (index 0); stream " +
+                                               std::to_string(streamIndex) + " does not exist");
+    return m_tlStream;
+}
+
+EAccessMode CameraControl::AccessMode() const {
+    if (!m_core.IsPresent()) return NA;
+    const std::shared_ptr<DeviceSession> session = Session();
+    if (!session) return RW;  // what Init would get; transports tell nothing more before opening
+    if (session->ControlLost()) return NA;
+    return session->IsController() ? RW : RO;
+}
+
+void CameraControl::ReadPort(uint64_t address, void* buffer, uint64_t length) {
+    const std::shared_ptr<DeviceSession> held = RequireSession("ReadPort");
+    DeviceSession& session = *held;
+    if (length == 0) return;
+    if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: the buffer is null");
+    if (length > std::numeric_limits<guint32>::max())
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: " + std::to_string(length) + " bytes is more than one access can carry");
+    NodeMapBase::MapLock mapLock(session.NodeMap());
+    GError* error = nullptr;
+    if (!arv_device_read_memory(session.Device(), address, static_cast<guint32>(length), buffer, &error))
+    {
+        const std::string what = "reading " + std::to_string(length) + " bytes";
+        RaisePortError(m_core.Info().deviceId, "ReadPort", what.c_str(), address, error);
+    }
+    if (error) g_error_free(error);
+}
+
+void CameraControl::WritePort(uint64_t address, const void* buffer, uint64_t length) {
+    const std::shared_ptr<DeviceSession> held = RequireSession("WritePort");
+    DeviceSession& session = *held;
+    if (length == 0) return;
+    if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "WritePort: the buffer is null");
+    if (length > std::numeric_limits<guint32>::max())
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "WritePort: " + std::to_string(length) + " bytes is more than one access can carry");
+    if (!session.IsController())
+        ORV_RAISE(ORVANE_ERR_ACCESS_DENIED, "camera " + m_core.Info().deviceId +
+                                                " is open in monitor mode (another host controls it): writes are refused");
+    NodeMapBase::MapLock mapLock(session.NodeMap());
+    GError* error = nullptr;
+    const bool ok = arv_device_write_memory(session.Device(), address, static_cast<guint32>(length),
+                                            const_cast<void*>(buffer), &error);
+    // Whatever the write reached, no cached feature value can be trusted.
+    session.NodeMap().InvalidateNodes();
+    if (!ok) {
+        const std::string what = "writing " + std::to_string(length) + " bytes";
+        RaisePortError(m_core.Info().deviceId, "WritePort", what.c_str(), address, error);
+    }
+    if (error) g_error_free(error);
+}
+
+std::string CameraControl::GuiXml() const {
+    const std::shared_ptr<DeviceSession> held = RequireSession("GetGuiXml");
+    DeviceSession& session = *held;
+    NodeMapBase::MapLock mapLock(session.NodeMap());
+    size_t size = 0;
+    const char* xml = arv_device_get_genicam_xml(session.Device(), &size);
+    return xml ? std::string(xml, size) : std::string();
+}
+
+unsigned CameraControl::DiscoverMaxPacketSize() {
+    const std::shared_ptr<DeviceSession> held = RequireSession("DiscoverMaxPacketSize");
+    DeviceSession& session = *held;
+    ArvGvDevice* gv = session.GvDevice();
+    if (!gv) return 0;  // no packets on this transport
+    impl::ArvNodeMap& map = session.NodeMap();
+    NodeMapBase::MapLock mapLock(map);
+    GError* error = nullptr;
+    unsigned size = 0;
+    ArvGcNode* test = arv_device_get_feature(session.Device(), "GevSCPSFireTestPacket");
+    if (ARV_IS_GC_COMMAND(test) || ARV_IS_GC_BOOLEAN(test)) {
+        // The device can send test packets: Aravis finds the largest size
+        // that arrives unfragmented, and sets it.
+        size = arv_gv_device_auto_packet_size(gv, &error);
+    } else {
+        // No test packets: keep the size the device uses (known to work), but
+        // never above what the host interface's MTU carries (IP and UDP
+        // headers take 28 bytes).
+        size = arv_gv_device_get_packet_size(gv, &error);
+        const int mtu = InterfaceMtu(InterfaceAddressOf(gv));
+        if (!error && mtu > 28 && size > static_cast<unsigned>(mtu - 28)) {
+            size = static_cast<unsigned>(mtu - 28);
+            arv_gv_device_set_packet_size(gv, static_cast<gint>(size), &error);
+            if (!error) size = arv_gv_device_get_packet_size(gv, &error);
+        }
+    }
+    map.InvalidateNodes();
+    if (error) {
+        const std::string message = error->message ? error->message : "";
+        g_error_free(error);
+        ORV_RAISE(ORVANE_ERR_IO, "camera " + m_core.Info().deviceId + ": packet size discovery failed: " + message);
+    }
+    return size;
+}
+
+} // namespace internal
+} // namespace Orvane

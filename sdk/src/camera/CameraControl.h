@@ -1,0 +1,97 @@
+// CameraControl: the control side of one camera (Init/DeInit, its three node
+// maps, port access). Owned by the camera's CameraCore, created on first use,
+// alive as long as the camera object.
+//
+// Node maps: the device node map exists between Init and DeInit (a new object
+// after each Init); the transport-layer device and stream node maps exist for
+// the camera's whole life and serve before Init.
+//
+// Locking: m_mutex guards the session pointer and serialises Init and DeInit;
+// it is never held while a node map's lock is taken (DeInit may stop an
+// acquisition that writes features). Other operations take a reference to the
+// session under m_mutex and work on it after releasing m_mutex, so a
+// concurrent DeInit closes the device only when they are done. Node map
+// operations take their map's own lock only. The device node map dies with
+// the session: do not use it after DeInit.
+//
+// Acquisition: the acquisition code registers an AcquisitionHooks object;
+// IsStreaming asks it and DeInit stops a running stream through it first.
+#ifndef ORVANE_CAMERA_CAMERA_CONTROL_H
+#define ORVANE_CAMERA_CAMERA_CONTROL_H
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "Orvane/GenApi/Interfaces.h"
+#include "camera/DeviceSession.h"
+#include "camera/StreamSettings.h"
+#include "genapi/NativeNodeMap.h"
+
+namespace Orvane {
+namespace internal {
+
+class CameraCore;
+
+// Implemented by the acquisition code of a camera. Called without the
+// camera's control mutex; Stop must not call Init or DeInit. The hooks object
+// must outlive its registration (SetAcquisitionHooks(nullptr) before it dies).
+class AcquisitionHooks {
+public:
+    virtual ~AcquisitionHooks() = default;
+    virtual bool IsStreaming() const = 0;
+    // Ends a running acquisition (DeInit calls it before closing the device).
+    virtual void Stop() = 0;
+};
+
+class CameraControl {
+public:
+    explicit CameraControl(CameraCore& core);
+    ~CameraControl();
+
+    void Init();
+    void DeInit();
+    bool IsInitialized() const { return m_initialized.load(); }
+    // False once discovery no longer finds the device or control is lost.
+    bool IsValid() const;
+    bool IsStreaming() const;
+
+    GenApi::INodeMap& NodeMap();
+    GenApi::INodeMap& TLDeviceNodeMap() { return m_tlDevice; }
+    GenApi::INodeMap& TLStreamNodeMap(uint64_t streamIndex);
+    GenApi::EAccessMode AccessMode() const;
+    void ReadPort(uint64_t address, void* buffer, uint64_t length);
+    void WritePort(uint64_t address, const void* buffer, uint64_t length);
+    std::string GuiXml() const;
+    unsigned DiscoverMaxPacketSize();
+
+    // For the acquisition code ------------------------------------------------
+    // The open session, or null before Init. Holding the reference keeps the
+    // device open past a DeInit until it is dropped.
+    std::shared_ptr<DeviceSession> Session() const;
+    StreamState& Stream() { return m_stream; }
+    // Registers (or, with null, removes) the acquisition's hooks.
+    void SetAcquisitionHooks(AcquisitionHooks* hooks);
+
+private:
+    void BuildTLDeviceNodeMap();
+    void BuildTLStreamNodeMap();
+    // The open session, or ORVANE_ERR_CAMERA_NOT_INITIALIZED.
+    std::shared_ptr<DeviceSession> RequireSession(const char* function) const;
+
+    CameraCore& m_core;
+    mutable std::mutex m_mutex;
+    std::shared_ptr<DeviceSession> m_session;
+    std::atomic<bool> m_initialized{false};
+    AcquisitionHooks* m_hooks = nullptr;
+    StreamState m_stream;
+    GenApi::impl::NativeNodeMap m_tlDevice;
+    GenApi::impl::NativeNodeMap m_tlStream;
+};
+
+} // namespace internal
+} // namespace Orvane
+
+#endif

@@ -1,0 +1,393 @@
+#include "genapi/ArvNodeMap.h"
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "core/Raise.h"
+#include "genapi/ArvNodes.h"
+#include "genapi/XmlSideTable.h"
+
+namespace Orvane {
+namespace GenApi {
+namespace impl {
+
+namespace {
+
+// One feature element of the document, as found by the walk.
+struct Item {
+    ArvDomNode* element;
+    ArvDomNode* structReg;  // the StructReg enclosing a StructEntry, else null
+};
+
+// What the build learns about each node.
+struct Built {
+    Node* node = nullptr;
+    ArvDomNode* element = nullptr;
+    ArvDomNode* structReg = nullptr;
+    std::vector<Node*> reads;         // nodes read to compute this one
+    std::vector<Node*> accessInputs;  // pIsImplemented, pIsAvailable, pIsLocked targets
+    std::vector<Node*> valueTargets;  // pValue, pValueIndexed, pValueDefault targets
+    std::vector<Node*> features;      // a category's pFeature targets
+    Node* value = nullptr;            // the pValue target
+    int explicitCaching = -1;         // the XML's Cachable
+    enum Kind { Leaf, Computed, Never } kind = Computed;
+};
+
+std::string Copy(const char* s) { return s ? s : ""; }
+
+bool StartsWith(const std::string& s, const char* prefix) { return s.rfind(prefix, 0) == 0; }
+
+void Collect(ArvDomNode* parent, ArvDomNode* structReg, std::vector<Item>& out) {
+    for (ArvDomNode* c = arv_dom_node_get_first_child(parent); c; c = arv_dom_node_get_next_sibling(c)) {
+        if (ARV_IS_GC_PROPERTY_NODE(c)) continue;
+        if (ARV_IS_GC_FEATURE_NODE(c)) {
+            if (ARV_IS_GC_ENUM_ENTRY(c)) continue;  // made with their enumeration
+            const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(c));
+            ArvDomNode* inner = ARV_IS_GC_STRUCT_REG_NODE(c) ? c : nullptr;
+            if (name) out.push_back({c, ARV_IS_GC_STRUCT_ENTRY_NODE(c) ? structReg : nullptr});
+            if (!ARV_IS_GC_ENUMERATION(c)) Collect(c, inner, out);
+            continue;
+        }
+        Collect(c, structReg, out);  // groups and other containers
+    }
+}
+
+NodeInfo InfoOf(ArvGcFeatureNode* f, const std::string& name, const XmlNodeExtra* extra) {
+    NodeInfo info;
+    info.name = name;
+    info.nameSpace = arv_gc_feature_node_get_name_space(f) == ARV_GC_NAME_SPACE_STANDARD ? Standard : Custom;
+    switch (arv_gc_feature_node_get_visibility(f)) {
+    case ARV_GC_VISIBILITY_INVISIBLE: info.visibility = Invisible; break;
+    case ARV_GC_VISIBILITY_GURU: info.visibility = Guru; break;
+    case ARV_GC_VISIBILITY_EXPERT: info.visibility = Expert; break;
+    default: info.visibility = Beginner; break;
+    }
+    info.toolTip = Copy(arv_gc_feature_node_get_tooltip(f));
+    info.description = Copy(arv_gc_feature_node_get_description(f));
+    info.displayName = Copy(arv_gc_feature_node_get_display_name(f));
+    if (extra) {
+        info.nameSpace = extra->standardNameSpace ? Standard : Custom;
+        info.docuURL = extra->docuURL;
+        info.eventID = extra->eventID;
+        info.deprecated = extra->deprecated;
+        info.streamable = extra->streamable;
+        info.pollingTime = extra->pollingTime;
+    }
+    return info;
+}
+
+ArvGcPropertyNode* CommandValueOf(ArvDomNode* element) {
+    for (ArvDomNode* c = arv_dom_node_get_first_child(element); c; c = arv_dom_node_get_next_sibling(c)) {
+        if (!ARV_IS_GC_PROPERTY_NODE(c)) continue;
+        const ArvGcPropertyNodeType t = arv_gc_property_node_get_node_type(ARV_GC_PROPERTY_NODE(c));
+        if (t == ARV_GC_PROPERTY_NODE_TYPE_COMMAND_VALUE || t == ARV_GC_PROPERTY_NODE_TYPE_P_COMMAND_VALUE)
+            return ARV_GC_PROPERTY_NODE(c);
+    }
+    return nullptr;
+}
+
+} // namespace
+
+ArvNodeMap::ArvNodeMap(ArvDevice* device, std::string deviceName)
+    : NodeMapBase(std::move(deviceName)), m_device(device), m_gc(nullptr) {
+    if (!ARV_IS_DEVICE(device)) ORV_RAISE(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "no device to build a node map for");
+    g_object_ref(m_device);
+    m_gc = arv_device_get_genicam(m_device);
+    if (!m_gc) {
+        g_object_unref(m_device);
+        ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "the device has no GenICam description");
+    }
+    // Aravis's own caches and checks stay off: Orvane verifies, and cached
+    // registers go stale behind selectors.
+    arv_gc_set_register_cache_policy(m_gc, ARV_REGISTER_CACHE_POLICY_DISABLE);
+    arv_gc_set_range_check_policy(m_gc, ARV_RANGE_CHECK_POLICY_DISABLE);
+    arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
+    try {
+        Build();
+    } catch (...) {
+        g_object_unref(m_device);
+        throw;
+    }
+}
+
+ArvNodeMap::~ArvNodeMap() { g_object_unref(m_device); }
+
+Node* ArvNodeMap::NodeOf(ArvGcNode* node) const {
+    auto it = m_byArv.find(node);
+    return it == m_byArv.end() ? nullptr : it->second;
+}
+
+void ArvNodeMap::Build() {
+    MapLock lock(*this);
+    size_t xmlSize = 0;
+    const char* xml = arv_device_get_genicam_xml(m_device, &xmlSize);
+    const XmlSideTable side(xml, xmlSize);
+
+    std::vector<Item> items;
+    Collect(ARV_DOM_NODE(arv_dom_document_get_document_element(ARV_DOM_DOCUMENT(m_gc))), nullptr, items);
+
+    std::vector<Built> built;
+    built.reserve(items.size() * 2);
+    std::unordered_map<std::string, bool> seenNames;
+
+    auto add = [&](std::unique_ptr<Node> node, bool hidden, ArvDomNode* element, ArvDomNode* structReg,
+                   Built::Kind kind, int explicitCaching) -> Node* {
+        Node* raw = hidden ? AddHidden(std::move(node)) : Add(std::move(node));
+        m_byArv.emplace(ARV_GC_NODE(element), raw);
+        Built b;
+        b.node = raw;
+        b.element = element;
+        b.structReg = structReg;
+        b.kind = kind;
+        b.explicitCaching = explicitCaching;
+        built.push_back(std::move(b));
+        return raw;
+    };
+
+    // Nodes ----------------------------------------------------------------
+    for (const Item& item : items) {
+        ArvGcFeatureNode* f = ARV_GC_FEATURE_NODE(item.element);
+        const std::string name = arv_gc_feature_node_get_name(f);
+        if (!seenNames.emplace(name, true).second) continue;  // a duplicate name: the first declaration wins
+        const XmlNodeExtra* extra = side.Find(name);
+        // Aravis adds "Arv..." nodes of its own to GigE Vision and fake maps.
+        const bool hidden = StartsWith(name, "Arv") && !extra;
+        const int caching = extra ? extra->cachable : -1;
+        NodeInfo info = InfoOf(f, name, extra);
+
+        if (ARV_IS_GC_CATEGORY(f)) {
+            add(std::make_unique<ArvCategoryNode>(*this, std::move(info), f), hidden, item.element, nullptr,
+                Built::Never, caching);
+        } else if (ARV_IS_GC_ENUMERATION(f)) {
+            auto* e = static_cast<ArvEnumerationNode*>(add(std::make_unique<ArvEnumerationNode>(*this, std::move(info), f),
+                                                           hidden, item.element, nullptr, Built::Computed, caching));
+            // Entries in XML order (Aravis's own list is reversed).
+            for (ArvDomNode* c = arv_dom_node_get_first_child(item.element); c; c = arv_dom_node_get_next_sibling(c)) {
+                if (!ARV_IS_GC_ENUM_ENTRY(c)) continue;
+                ArvGcFeatureNode* ef = ARV_GC_FEATURE_NODE(c);
+                const char* symbolic = arv_gc_feature_node_get_name(ef);
+                if (!symbolic) continue;
+                const std::string entryName = "EnumEntry_" + name + "_" + symbolic;
+                if (!seenNames.emplace(entryName, true).second) continue;
+                GError* error = nullptr;
+                const int64_t value = arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(c), &error);
+                if (error) {
+                    g_error_free(error);
+                    continue;  // an entry without a value cannot be selected
+                }
+                const XmlNodeExtra* entryExtra = side.Find(entryName);
+                NodeInfo ei = InfoOf(ef, entryName, entryExtra);
+                if (ei.displayName.empty()) ei.displayName = symbolic;
+                ei.feature = false;
+                auto entry = std::make_unique<ArvEnumEntryNode>(*this, std::move(ei), ef, symbolic, value);
+                if (entryExtra) {
+                    entry->SetSelfClearing(entryExtra->selfClearing);
+                    if (entryExtra->hasNumericValue) entry->SetNumericValue(entryExtra->numericValue);
+                }
+                auto* raw = static_cast<ArvEnumEntryNode*>(
+                    add(std::move(entry), hidden, c, nullptr, Built::Never, entryExtra ? entryExtra->cachable : -1));
+                e->AddEntry(*raw);
+            }
+        } else if (ARV_IS_GC_COMMAND(f)) {
+            add(std::make_unique<ArvCommandNode>(*this, std::move(info), f, CommandValueOf(item.element)), hidden,
+                item.element, nullptr, Built::Never, caching);
+        } else if (ARV_IS_GC_BOOLEAN(f)) {
+            add(std::make_unique<ArvBooleanNode>(*this, std::move(info), f), hidden, item.element, nullptr,
+                Built::Computed, caching);
+        } else if (ARV_IS_GC_PORT(f)) {
+            add(std::make_unique<ArvPortNode>(*this, std::move(info), f), hidden, item.element, nullptr, Built::Never,
+                caching);
+        } else if (ARV_IS_GC_FLOAT(f)) {
+            add(std::make_unique<ArvFloatNode>(*this, std::move(info), f), hidden, item.element, nullptr,
+                ARV_IS_GC_REGISTER(f) ? Built::Leaf : Built::Computed, caching);
+        } else if (ARV_IS_GC_STRING(f)) {
+            add(std::make_unique<ArvStringNode>(*this, std::move(info), f), hidden, item.element, nullptr,
+                ARV_IS_GC_REGISTER(f) ? Built::Leaf : Built::Computed, caching);
+        } else if (ARV_IS_GC_INTEGER(f)) {
+            const bool leaf = ARV_IS_GC_REGISTER(f) || ARV_IS_GC_STRUCT_ENTRY_NODE(f);
+            add(std::make_unique<ArvIntegerNode>(*this, std::move(info), f), hidden, item.element, item.structReg,
+                leaf ? Built::Leaf : Built::Computed, caching);
+        } else if (ARV_IS_GC_REGISTER(f)) {
+            add(std::make_unique<ArvRegisterNode>(*this, std::move(info), f), hidden, item.element, nullptr,
+                Built::Leaf, caching);
+        }
+    }
+
+    std::unordered_map<Node*, size_t> index;
+    for (size_t i = 0; i < built.size(); ++i) index.emplace(built[i].node, i);
+
+    // Links ----------------------------------------------------------------
+    auto linkFrom = [&](Built& b, ArvDomNode* element) {
+        for (ArvDomNode* c = arv_dom_node_get_first_child(element); c; c = arv_dom_node_get_next_sibling(c)) {
+            if (!ARV_IS_GC_PROPERTY_NODE(c)) continue;
+            ArvGcPropertyNode* p = ARV_GC_PROPERTY_NODE(c);
+            const ArvGcPropertyNodeType t = arv_gc_property_node_get_node_type(p);
+            if (t <= ARV_GC_PROPERTY_NODE_TYPE_P_UNKNONW || t == ARV_GC_PROPERTY_NODE_TYPE_P_PORT) continue;
+            Node* target = NodeOf(arv_gc_property_node_get_linked_node(p));
+            if (!target || target == b.node) continue;
+            switch (t) {
+            case ARV_GC_PROPERTY_NODE_TYPE_P_FEATURE: b.features.push_back(target); break;
+            case ARV_GC_PROPERTY_NODE_TYPE_P_SELECTED: b.node->AddSelected(*target); break;
+            case ARV_GC_PROPERTY_NODE_TYPE_P_INVALIDATOR: b.node->AddDependency(*target, ctInvalidatingChildren); break;
+            default:
+                b.node->AddDependency(*target, ctReadingChildren);
+                b.reads.push_back(target);
+                if (t == ARV_GC_PROPERTY_NODE_TYPE_P_IS_IMPLEMENTED || t == ARV_GC_PROPERTY_NODE_TYPE_P_IS_AVAILABLE ||
+                    t == ARV_GC_PROPERTY_NODE_TYPE_P_IS_LOCKED)
+                    b.accessInputs.push_back(target);
+                if (t == ARV_GC_PROPERTY_NODE_TYPE_P_VALUE) {
+                    if (!b.value) b.value = target;
+                    b.valueTargets.push_back(target);
+                }
+                if (t == ARV_GC_PROPERTY_NODE_TYPE_P_VALUE_INDEXED || t == ARV_GC_PROPERTY_NODE_TYPE_P_VALUE_DEFAULT)
+                    b.valueTargets.push_back(target);
+                break;
+            }
+        }
+    };
+    std::unordered_map<ArvDomNode*, std::vector<Node*>> structs;
+    for (Built& b : built) {
+        linkFrom(b, b.element);
+        if (b.structReg) {
+            linkFrom(b, b.structReg);  // a struct entry reads through its StructReg
+            structs[b.structReg].push_back(b.node);
+        }
+        if (const XmlNodeExtra* extra = side.Find(b.node->Info().name))
+            for (const std::string& offset : extra->offsetNodes)
+                if (Node* target = FindNode(offset)) {
+                    b.node->AddDependency(*target, ctReadingChildren);
+                    b.reads.push_back(target);
+                }
+        if (auto* category = dynamic_cast<ArvCategoryNode*>(b.node))
+            for (Node* f : b.features)
+                if (NodeFromBase(f)) category->AddFeature(*f);
+        if (b.value)
+            if (auto* linked = dynamic_cast<ArvLinked*>(b.node)) linked->Link().valueNode = b.value;
+    }
+    // Entries of one StructReg share its register: a write of one changes the others.
+    for (auto& s : structs)
+        for (Node* a : s.second)
+            for (Node* b : s.second)
+                if (a != b) a->AddDependency(*b, ctInvalidatingChildren);
+    // Registers at fixed addresses that overlap (two views of one register, a
+    // StructReg and an IntReg at the same address) change together.
+    struct Span {
+        uint64_t begin, end;
+        Node* node;
+    };
+    std::vector<Span> spans;
+    for (Built& b : built) {
+        if (b.kind != Built::Leaf) continue;
+        ArvDomNode* reg = b.structReg ? b.structReg : b.element;
+        if (!ARV_IS_GC_REGISTER(reg) || !b.reads.empty()) continue;  // addresses computed from other nodes vary
+        GError* error = nullptr;
+        const guint64 address = arv_gc_register_get_address(ARV_GC_REGISTER(reg), &error);
+        if (error) {
+            g_error_free(error);
+            continue;
+        }
+        const guint64 length = arv_gc_register_get_length(ARV_GC_REGISTER(reg), &error);
+        if (error) {
+            g_error_free(error);
+            continue;
+        }
+        spans.push_back({address, address + std::max<guint64>(length, 1), b.node});
+    }
+    std::sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) { return a.begin < b.begin; });
+    for (size_t i = 0; i < spans.size(); ++i)
+        for (size_t j = i + 1; j < spans.size() && spans[j].begin < spans[i].end; ++j) {
+            spans[i].node->AddDependency(*spans[j].node, ctInvalidatingChildren);
+            spans[j].node->AddDependency(*spans[i].node, ctInvalidatingChildren);
+        }
+    // A write goes down the whole pValue chain.
+    for (Built& b : built) {
+        std::vector<Node*> stack(b.valueTargets.begin(), b.valueTargets.end());
+        for (size_t guard = 0; !stack.empty() && guard < built.size() * 4; ++guard) {
+            Node* t = stack.back();
+            stack.pop_back();
+            if (t == b.node) continue;
+            const size_t before = b.node->WriteTargets().size();
+            b.node->AddWriteTarget(*t);
+            if (b.node->WriteTargets().size() == before) continue;
+            const Built& tb = built[index.at(t)];
+            stack.insert(stack.end(), tb.valueTargets.begin(), tb.valueTargets.end());
+        }
+    }
+
+    // Features: what the Root category reaches ---------------------------------
+    for (Built& b : built) b.node->MutableInfo().feature = false;
+    if (Node* root = FindNode("Root")) {
+        std::vector<Node*> queue{root};
+        root->MutableInfo().feature = true;
+        for (size_t i = 0; i < queue.size(); ++i) {
+            const Built& b = built[index.at(queue[i])];
+            for (Node* f : b.features)
+                if (!f->Info().feature) {
+                    f->MutableInfo().feature = true;
+                    queue.push_back(f);
+                }
+        }
+    }
+
+    // Caching modes and what may be cached -----------------------------------
+    enum State : char { Unknown, Busy, Done };
+    std::vector<State> state(built.size(), Unknown);
+    std::vector<ECachingMode> mode(built.size(), NoCache);
+    std::function<ECachingMode(size_t)> caching = [&](size_t i) -> ECachingMode {
+        if (state[i] == Done) return mode[i];
+        if (state[i] == Busy) return NoCache;  // a cycle: be safe
+        state[i] = Busy;
+        const Built& b = built[i];
+        ECachingMode m = WriteThrough;
+        if (b.explicitCaching >= 0) {
+            m = static_cast<ECachingMode>(b.explicitCaching);
+        } else if (b.kind == Built::Never) {
+            m = NoCache;
+        } else if (b.kind == Built::Computed) {
+            for (Node* r : b.reads)
+                if (caching(index.at(r)) == NoCache) m = NoCache;
+        }
+        // A register behind a pIndex or pAddress that cannot be cached cannot be either.
+        if (b.kind == Built::Leaf && m != NoCache)
+            for (Node* r : b.reads)
+                if (caching(index.at(r)) == NoCache) m = NoCache;
+        if (b.kind == Built::Never && b.explicitCaching >= 0) m = NoCache;
+        mode[i] = m;
+        state[i] = Done;
+        return m;
+    };
+    for (size_t i = 0; i < built.size(); ++i) {
+        const ECachingMode m = caching(i);
+        const Built& b = built[i];
+        if (b.explicitCaching >= 0) b.node->MutableInfo().cachingMode = static_cast<ECachingMode>(b.explicitCaching);
+        else b.node->MutableInfo().cachingMode = m;
+    }
+    std::vector<State> accessState(built.size(), Unknown);
+    std::vector<bool> accessCacheable(built.size(), false);
+    std::function<bool(size_t)> accessOk = [&](size_t i) -> bool {
+        if (accessState[i] == Done) return accessCacheable[i];
+        if (accessState[i] == Busy) return false;
+        accessState[i] = Busy;
+        const Built& b = built[i];
+        bool ok = true;
+        for (Node* a : b.accessInputs)
+            if (mode[index.at(a)] == NoCache) ok = false;
+        if (b.value && !accessOk(index.at(b.value))) ok = false;
+        accessCacheable[i] = ok;
+        accessState[i] = Done;
+        return ok;
+    };
+    for (size_t i = 0; i < built.size(); ++i) {
+        auto* linked = dynamic_cast<ArvLinked*>(built[i].node);
+        if (!linked) continue;
+        linked->Link().accessCacheable = accessOk(i);
+        linked->Link().valueCacheable = built[i].kind != Built::Never && mode[i] != NoCache;
+    }
+    InvalidateDependencyGraph();
+}
+
+} // namespace impl
+} // namespace GenApi
+} // namespace Orvane

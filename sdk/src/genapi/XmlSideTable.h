@@ -1,0 +1,49 @@
+// XmlSideTable: what a device's GenICam XML says about its nodes beyond what
+// Aravis's parser keeps (caching mode, polling time, deprecation, DocuURL,
+// EventID, IsSelfClearing, NumericValue, the pOffset of an indexed register),
+// read once from the XML text with libxml2.
+#ifndef ORVANE_GENAPI_XML_SIDE_TABLE_H
+#define ORVANE_GENAPI_XML_SIDE_TABLE_H
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Orvane {
+namespace GenApi {
+namespace impl {
+
+struct XmlNodeExtra {
+    bool standardNameSpace = false;  // NameSpace="Standard" (GenICam's default is Custom)
+    int cachable = -1;          // ECachingMode, -1 when the XML gives none
+    int64_t pollingTime = -1;   // milliseconds, -1 when absent
+    bool deprecated = false;
+    bool streamable = false;
+    bool selfClearing = false;  // enumeration entries
+    bool hasNumericValue = false;
+    double numericValue = 0.0;  // enumeration entries
+    std::string docuURL;
+    std::string eventID;
+    std::vector<std::string> offsetNodes;  // nodes named by pOffset attributes
+};
+
+class XmlSideTable {
+public:
+    // Parses `xml`; text that is no XML leaves the table empty.
+    XmlSideTable(const char* xml, size_t size);
+
+    // The entry of a node by name; enumeration entries are keyed
+    // "EnumEntry_<Enumeration>_<Entry>". Null when the XML has no such node.
+    const XmlNodeExtra* Find(const std::string& name) const;
+    size_t Size() const { return m_nodes.size(); }
+
+private:
+    std::unordered_map<std::string, XmlNodeExtra> m_nodes;
+};
+
+} // namespace impl
+} // namespace GenApi
+} // namespace Orvane
+
+#endif

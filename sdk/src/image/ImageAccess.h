@@ -1,0 +1,55 @@
+// Internal access to Orvane::Image for the SDK's producers of images (the
+// acquisition code, image list files): metadata the public API only reads,
+// and stream buffers that Release hands back.
+#ifndef ORVANE_IMAGE_IMAGE_ACCESS_H
+#define ORVANE_IMAGE_IMAGE_ACCESS_H
+
+#include <cstdint>
+#include <memory>
+
+#include "Orvane/Image.h"
+
+namespace Orvane {
+namespace internal {
+
+// Where a stream image's buffer goes back when the image is released. The
+// owner (the stream) outlives nothing: it must accept returns after the
+// acquisition ended (and then simply drop the buffer).
+class ImageBufferOwner {
+public:
+    virtual ~ImageBufferOwner() = default;
+    // Called once per stream image, by Image::Release, with the storage the
+    // image held.
+    virtual void ReturnBuffer(std::shared_ptr<void> storage) = 0;
+};
+
+struct ImageMetadata {
+    size_t width = 0, height = 0, offsetX = 0, offsetY = 0, paddingX = 0, paddingY = 0;
+    PixelFormatEnums pixelFormat = UNKNOWN_PIXELFORMAT;
+    uint64_t tlPixelFormat = 0;
+    PixelFormatNamespaceID pixelFormatNamespace = PixelFormatNamespace_PFNC_32Bit;
+    size_t payloadType = 0;
+    TLPayloadType tlPayloadType = PayloadType_Image;
+    uint64_t id = 0, frameId = 0, timestamp = 0, chunkLayoutId = 0;
+    ImageStatus status = IMAGE_STATUS_OK;
+    size_t validPayloadSize = 0;
+    ColorProcessingAlgorithm colorProcessing = COLOR_PROCESSING_NONE;
+};
+
+class ImageAccess {
+public:
+    // A new empty image (for pools of stream images).
+    static ImagePtr NewImage();
+    // Points the image at a stream buffer: data of bufferSize bytes kept alive
+    // by storage; Release returns storage to owner. The image size follows
+    // from the metadata (never more than bufferSize).
+    static void Attach(Image& image, const ImageMetadata& metadata, uint8_t* data, size_t bufferSize,
+                       std::shared_ptr<void> storage, std::shared_ptr<ImageBufferOwner> owner);
+    static ImageMetadata Metadata(const Image& image);
+    static void SetMetadata(Image& image, const ImageMetadata& metadata);
+};
+
+} // namespace internal
+} // namespace Orvane
+
+#endif

@@ -1,0 +1,212 @@
+// Camera control on the SDK's virtual cameras, through the public API only:
+// life cycle, the three node maps, port access, and GenApi behaviour of the
+// device node map.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <future>
+#include <string>
+
+#include "Orvane/Camera.h"
+#include "Orvane/CameraList.h"
+#include "Orvane/GenApi/GenApi.h"
+#include "Orvane/System.h"
+
+using namespace Orvane;
+using namespace Orvane::GenApi;
+
+namespace {
+
+template <class F>
+int CodeOf(F&& f) {
+    try {
+        f();
+    } catch (const Exception& e) {
+        return e.GetError();
+    }
+    return 0;
+}
+
+class VirtualCameraTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        system = System::GetInstance();
+        CameraList cameras = system->GetCameras();
+        ASSERT_GE(cameras.GetSize(), 1u);
+        camera = cameras.GetBySerial("VC0001");
+        ASSERT_TRUE(camera);
+    }
+    void TearDown() override {
+        if (camera) camera->DeInit();
+        camera = nullptr;
+        system->ReleaseInstance();
+    }
+
+    SystemPtr system;
+    CameraPtr camera;
+};
+
+TEST_F(VirtualCameraTest, LifeCycleKeepsNodeMapsStablePerInit) {
+    EXPECT_FALSE(camera->IsInitialized());
+    EXPECT_TRUE(camera->IsValid());
+    EXPECT_FALSE(camera->IsStreaming());
+    EXPECT_EQ(camera->GetAccessMode(), RW);
+    EXPECT_EQ(CodeOf([&] { camera->GetNodeMap(); }), ORVANE_ERR_CAMERA_NOT_INITIALIZED);
+    uint8_t byte = 0;
+    EXPECT_EQ(CodeOf([&] { camera->ReadPort(0x1000, &byte, 1); }), ORVANE_ERR_CAMERA_NOT_INITIALIZED);
+    EXPECT_EQ(CodeOf([&] { camera->GetGuiXml(); }), ORVANE_ERR_CAMERA_NOT_INITIALIZED);
+
+    INodeMap* tlDevice = &camera->GetTLDeviceNodeMap();
+    INodeMap* tlStream = &camera->GetTLStreamNodeMap(0);
+    EXPECT_EQ(CStringPtr(tlDevice->GetNode("DeviceSerialNumber"))->GetValue(), "VC0001");
+
+    camera->Init();
+    EXPECT_TRUE(camera->IsInitialized());
+    INodeMap* map = &camera->GetNodeMap();
+    EXPECT_EQ(&camera->GetNodeMap(), map);
+    camera->Init();  // a no-op
+    EXPECT_EQ(&camera->GetNodeMap(), map);
+    EXPECT_EQ(camera->GetAccessMode(), RW);
+    EXPECT_EQ(CEnumerationPtr(tlDevice->GetNode("DeviceAccessStatus"))->ToString(), "OpenReadWrite");
+    CIntegerPtr(map->GetNode("Width"))->SetValue(256);
+
+    camera->DeInit();
+    EXPECT_FALSE(camera->IsInitialized());
+    EXPECT_EQ(CodeOf([&] { camera->GetNodeMap(); }), ORVANE_ERR_CAMERA_NOT_INITIALIZED);
+    camera->DeInit();  // a no-op
+    EXPECT_EQ(&camera->GetTLDeviceNodeMap(), tlDevice);
+    EXPECT_EQ(&camera->GetTLStreamNodeMap(), tlStream);
+    EXPECT_EQ(CEnumerationPtr(tlDevice->GetNode("DeviceAccessStatus"))->ToString(), "ReadWrite");
+
+    camera->Init();
+    // A fresh device: the virtual camera starts from its defaults again.
+    EXPECT_EQ(CIntegerPtr(camera->GetNodeMap().GetNode("Width"))->GetValue(), 512);
+}
+
+TEST_F(VirtualCameraTest, FullWalkReadsEveryReadableFeature) {
+    camera->Init();
+    INodeMap& map = camera->GetNodeMap();
+    int read = 0, categories = 0;
+    std::function<void(INode*)> walk = [&](INode* node) {
+        ASSERT_NE(node, nullptr);
+        if (node->GetPrincipalInterfaceType() == intfICategory) {
+            ++categories;
+            FeatureList_t features;
+            CCategoryPtr(node)->GetFeatures(features);
+            for (IValue* f : features) walk(f->GetNode());
+            return;
+        }
+        const EAccessMode mode = node->GetAccessMode();
+        if (mode != RO && mode != RW) return;
+        auto* value = dynamic_cast<IValue*>(node);
+        ASSERT_NE(value, nullptr) << node->GetName();
+        EXPECT_NO_THROW(value->ToString()) << node->GetName();
+        ++read;
+    };
+    walk(map.GetNode("Root"));
+    EXPECT_GE(categories, 5);
+    EXPECT_GE(read, 20);
+    EXPECT_EQ(CStringPtr(map.GetNode("DeviceID"))->GetValue(), "VC0001");
+}
+
+TEST_F(VirtualCameraTest, WidthChangeNotifiesPayloadSizeOnceOutsideTheLock) {
+    camera->Init();
+    INodeMap& map = camera->GetNodeMap();
+    CIntegerPtr width(map.GetNode("Width"));
+    CIntegerPtr height(map.GetNode("Height"));
+    CIntegerPtr payload(map.GetNode("PayloadSize"));
+    CEnumerationPtr(map.GetNode("PixelFormat"))->FromString("Mono8");
+    height->SetValue(100);
+    std::atomic<int> calls{0};
+    std::atomic<bool> unlocked{false};
+    int64_t seen = 0;
+    auto* cb = new FunctionNodeCallback(payload->GetNode(), [&](INode* n) {
+        ++calls;
+        seen = CIntegerPtr(n)->GetValue();
+        unlocked = std::async(std::launch::async, [&] {
+                       if (!map.TryLock()) return false;
+                       map.Unlock();
+                       return true;
+                   }).get();
+    });
+    const CallbackHandleType h = payload->GetNode()->RegisterCallback(cb);
+    width->SetValue(320);
+    EXPECT_EQ(calls.load(), 1);
+    EXPECT_EQ(seen, 32000);
+    EXPECT_TRUE(unlocked.load());
+    EXPECT_EQ(CodeOf([&] { width->SetValue(100000); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    EXPECT_EQ(calls.load(), 1);
+    EXPECT_EQ(width->GetValue(false, true), 320);
+    payload->GetNode()->DeregisterCallback(h);
+    cb->Destroy();
+}
+
+TEST_F(VirtualCameraTest, PortAccessReachesDeviceMemoryAndFeatures) {
+    camera->Init();
+    INodeMap& map = camera->GetNodeMap();
+    const uint8_t out[6] = {9, 8, 7, 6, 5, 4};
+    camera->WritePort(0x1000, out, sizeof out);
+    uint8_t in[6] = {0};
+    camera->ReadPort(0x1000, in, sizeof in);
+    EXPECT_EQ(std::memcmp(in, out, sizeof out), 0);
+    CIntegerPtr width(map.GetNode("Width"));
+    EXPECT_EQ(width->GetValue(), 512);
+    const uint8_t be[4] = {0, 0, 0x01, 0x40};  // Width register, big-endian 320
+    camera->WritePort(0x100, be, 4);
+    EXPECT_EQ(width->GetValue(), 320);
+    EXPECT_EQ(CodeOf([&] { camera->ReadPort(0x1000, nullptr, 4); }), ORVANE_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(CodeOf([&] { camera->ReadPort(0x1000, in, uint64_t(1) << 33); }), ORVANE_ERR_INVALID_ARGUMENT);
+    const std::string xml = camera->GetGuiXml().str();
+    EXPECT_NE(xml.find("<RegisterDescription"), std::string::npos);
+    EXPECT_EQ(camera->DiscoverMaxPacketSize(), 0u);
+}
+
+TEST_F(VirtualCameraTest, TransportLayerDeviceNodeMapTellsTheTruth) {
+    INodeMap& tl = camera->GetTLDeviceNodeMap();
+    EXPECT_EQ(CStringPtr(tl.GetNode("DeviceID"))->GetValue(), camera->GetDeviceID());
+    EXPECT_EQ(CStringPtr(tl.GetNode("DeviceVendorName"))->GetValue(), "Orvane");
+    EXPECT_EQ(CStringPtr(tl.GetNode("DeviceModelName"))->GetValue(), "Orvane Virtual Camera");
+    EXPECT_EQ(CStringPtr(tl.GetNode("DeviceDisplayName"))->GetValue(), "Orvane Orvane Virtual Camera (VC0001)");
+    EXPECT_EQ(CEnumerationPtr(tl.GetNode("DeviceType"))->ToString(), "Custom");
+    EXPECT_EQ(CEnumerationPtr(tl.GetNode("GenICamXMLLocation"))->ToString(), "Host");
+    EXPECT_EQ(CStringPtr(tl.GetNode("DeviceDriverVersion"))->GetValue().str().rfind("Aravis 0.8.", 0), 0u);
+    // GigE Vision features do not exist on a virtual camera.
+    EXPECT_EQ(tl.GetNode("GevDeviceIPAddress"), nullptr);
+    EXPECT_EQ(tl.GetNode("GevDeviceDiscoverMaximumPacketSize"), nullptr);
+}
+
+TEST_F(VirtualCameraTest, TransportLayerStreamNodeMapStoresBufferSettings) {
+    EXPECT_EQ(CodeOf([&] { camera->GetTLStreamNodeMap(1); }), ORVANE_ERR_OUT_OF_RANGE);
+    INodeMap& s = camera->GetTLStreamNodeMap();
+    CEnumerationPtr handling(s.GetNode("StreamBufferHandlingMode"));
+    NodeList_t entries;
+    handling->GetEntries(entries);
+    ASSERT_EQ(entries.size(), 4u);
+    EXPECT_EQ(entries[0]->GetName(), "EnumEntry_StreamBufferHandlingMode_OldestFirst");
+    EXPECT_EQ(entries[1]->GetName(), "EnumEntry_StreamBufferHandlingMode_OldestFirstOverwrite");
+    EXPECT_EQ(entries[2]->GetName(), "EnumEntry_StreamBufferHandlingMode_NewestOnly");
+    EXPECT_EQ(entries[3]->GetName(), "EnumEntry_StreamBufferHandlingMode_NewestFirst");
+    handling->FromString("NewestOnly");
+    EXPECT_EQ(handling->ToString(), "NewestOnly");
+    CIntegerPtr manual(s.GetNode("StreamBufferCountManual"));
+    CIntegerPtr result(s.GetNode("StreamBufferCountResult"));
+    manual->SetValue(25);
+    EXPECT_EQ(result->GetValue(), 25);
+    CEnumerationPtr(s.GetNode("StreamBufferCountMode"))->FromString("Auto");
+    EXPECT_EQ(result->GetValue(), 10);
+    EXPECT_EQ(CodeOf([&] { manual->SetValue(0); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    EXPECT_EQ(CodeOf([&] { manual->SetValue(1001); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    EXPECT_EQ(manual->GetValue(), 25);
+    EXPECT_FALSE(CBooleanPtr(s.GetNode("StreamIsGrabbing"))->GetValue());
+    EXPECT_EQ(CIntegerPtr(s.GetNode("StreamDeliveredFrameCount"))->GetValue(), 0);
+    EXPECT_EQ(CStringPtr(s.GetNode("StreamID"))->GetValue(), "Stream0");
+    EXPECT_EQ(s.GetNode("StreamPacketResendEnable"), nullptr);  // GigE Vision only
+    // Settings belong to the camera, not to one Init.
+    camera->Init();
+    camera->DeInit();
+    EXPECT_EQ(handling->ToString(), "NewestOnly");
+}
+
+} // namespace

@@ -1,0 +1,134 @@
+/* orvctl: list, inspect, configure and stream Orvane cameras from the shell. */
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "orvctl.h"
+
+static const OrvctlCommand kCommands[] = {
+    {"list", "list every interface and its cameras", "orvctl [options] list", orvctlList},
+};
+
+static const size_t kCommandCount = sizeof kCommands / sizeof kCommands[0];
+
+static void usage(FILE* out) {
+    size_t i;
+    fprintf(out,
+            "usage: orvctl [options] <command> [arguments]\n"
+            "\n"
+            "Lists, inspects, configures and streams machine-vision cameras through Orvane.\n"
+            "\n"
+            "Commands:\n");
+    for (i = 0; i < kCommandCount; ++i) fprintf(out, "  %-10s %s\n", kCommands[i].name, kCommands[i].summary);
+    fprintf(out,
+            "\n"
+            "Options:\n"
+            "  --transport LIST       transports to discover, comma-separated: virtual, gige, usb3, all\n"
+            "                         (default: $ORVANE_TRANSPORTS, else virtual). GigE Vision discovery\n"
+            "                         broadcasts on every network adapter.\n"
+            "  --virtual-cameras N    number of built-in virtual cameras (default: $ORVANE_VIRTUAL_CAMERAS, else 1)\n"
+            "  -h, --help             this text; `orvctl help <command>` explains a command\n"
+            "\n"
+            "Exit status: 0 success, 1 a camera or SDK operation failed, 2 bad usage.\n");
+}
+
+static const OrvctlCommand* findCommand(const char* name) {
+    size_t i;
+    for (i = 0; i < kCommandCount; ++i)
+        if (strcmp(kCommands[i].name, name) == 0) return &kCommands[i];
+    return NULL;
+}
+
+/* Applies --transport and --virtual-cameras through the system's
+ * transport-layer node map. */
+static int applyOptions(orvSystem system, const OrvctlOptions* options) {
+    orvNodeMapHandle map = NULL;
+    if (!orvctlCheck(orvSystemGetTLNodeMap(system, &map), "reading the system's node map")) return 0;
+    if (options->transports) {
+        const char* names[3] = {"EnumerateVirtualInterfaces", "EnumerateGEVInterfaces", "EnumerateUSBInterfaces"};
+        const char* keys[3] = {"virtual", "gige", "usb3"};
+        bool8_t enable[3] = {0, 0, 0};
+        char list[128];
+        char* item;
+        char* rest = NULL;
+        int k;
+        snprintf(list, sizeof list, "%s", options->transports);
+        for (item = strtok_r(list, ",", &rest); item; item = strtok_r(NULL, ",", &rest)) {
+            int known = 0;
+            if (strcmp(item, "all") == 0) {
+                enable[0] = enable[1] = enable[2] = 1;
+                continue;
+            }
+            for (k = 0; k < 3; ++k)
+                if (strcmp(item, keys[k]) == 0) enable[k] = known = 1;
+            if (!known) {
+                fprintf(stderr, "orvctl: unknown transport '%s' (virtual, gige, usb3, all)\n", item);
+                return -1;
+            }
+        }
+        for (k = 0; k < 3; ++k) {
+            orvNodeHandle node = NULL;
+            if (!orvctlCheck(orvNodeMapGetNode(map, names[k], &node), "selecting transports") || !node ||
+                !orvctlCheck(orvBooleanSetValue(node, enable[k]), "selecting transports"))
+                return 0;
+        }
+    }
+    if (options->virtualCameras >= 0) {
+        orvNodeHandle node = NULL;
+        if (!orvctlCheck(orvNodeMapGetNode(map, "VirtualCameraCount", &node), "setting the virtual camera count") ||
+            !node || !orvctlCheck(orvIntegerSetValue(node, options->virtualCameras), "setting the virtual camera count"))
+            return 0;
+    }
+    return 1;
+}
+
+int main(int argc, char** argv) {
+    OrvctlOptions options = {NULL, -1};
+    const OrvctlCommand* command;
+    orvSystem system = NULL;
+    int i = 1, status, applied;
+
+    for (; i < argc && argv[i][0] == '-'; ++i) {
+        if (strcmp(argv[i], "-h") == 0 || strcmp(argv[i], "--help") == 0) {
+            usage(stdout);
+            return 0;
+        } else if (strcmp(argv[i], "--transport") == 0 && i + 1 < argc) {
+            options.transports = argv[++i];
+        } else if (strcmp(argv[i], "--virtual-cameras") == 0 && i + 1 < argc) {
+            char* end = NULL;
+            long n = strtol(argv[++i], &end, 10);
+            if (!*argv[i] || *end || n < 0 || n > 64) {
+                fprintf(stderr, "orvctl: --virtual-cameras takes a number from 0 to 64\n");
+                return 2;
+            }
+            options.virtualCameras = (int)n;
+        } else {
+            fprintf(stderr, "orvctl: unknown option '%s'\n\n", argv[i]);
+            usage(stderr);
+            return 2;
+        }
+    }
+    if (i >= argc) {
+        usage(stderr);
+        return 2;
+    }
+    if (strcmp(argv[i], "help") == 0) {
+        if (i + 1 < argc && (command = findCommand(argv[i + 1])) != NULL) {
+            printf("%s\n\n%s\n", command->summary, command->usage);
+            return 0;
+        }
+        usage(stdout);
+        return 0;
+    }
+    command = findCommand(argv[i]);
+    if (!command) {
+        fprintf(stderr, "orvctl: unknown command '%s'\n\n", argv[i]);
+        usage(stderr);
+        return 2;
+    }
+    if (!orvctlCheck(orvSystemGetInstance(&system), "starting the SDK")) return 1;
+    applied = applyOptions(system, &options);
+    status = applied > 0 ? command->run(system, argc - i - 1, argv + i + 1) : applied < 0 ? 2 : 1;
+    orvSystemReleaseInstance(system);
+    return status;
+}

@@ -1,0 +1,43 @@
+/* orvctl: the Orvane command-line tool. Shared declarations of its commands
+ * and helpers. Written in C against OrvaneC.h alone. */
+#ifndef ORVCTL_H
+#define ORVCTL_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "OrvaneC.h"
+
+/* Options common to every command. */
+typedef struct {
+    const char* transports;  /* comma list: virtual, gige, usb3, all; NULL keeps the default */
+    int virtualCameras;      /* -1 keeps the default */
+} OrvctlOptions;
+
+/* A command: name, one-line summary, usage text, and its entry point, which
+ * receives the arguments after the command name and returns the exit status. */
+typedef struct {
+    const char* name;
+    const char* summary;
+    const char* usage;
+    int (*run)(orvSystem system, int argc, char** argv);
+} OrvctlCommand;
+
+/* Reports a failed C call in words (with the last-error details where the
+ * library keeps them) and returns 0 so callers can write
+ * `if (check(err, "what")) ...` style guards; returns 1 on success. */
+int orvctlCheck(orvError error, const char* what);
+const char* orvctlErrorName(orvError error);
+
+/* Node helpers on a node map: each returns 0 and prints nothing when the node
+ * is missing or unreadable (the caller decides what to show). */
+int orvctlGetString(orvNodeMapHandle map, const char* name, char* out, size_t size);
+int orvctlGetInteger(orvNodeMapHandle map, const char* name, int64_t* value);
+int orvctlSetInteger(orvNodeMapHandle map, const char* name, int64_t value);
+/* Any readable node as text ("-" when absent or unreadable). */
+void orvctlNodeText(orvNodeHandle node, char* out, size_t size);
+
+/* The commands. */
+int orvctlList(orvSystem system, int argc, char** argv);
+
+#endif
