@@ -166,23 +166,3 @@ TEST(ConvertErrors, JpegPayloads) {
     const Bytes cut(jpeg.begin(), jpeg.end() - 20);
     EXPECT_NO_THROW(Conv(cut, w, h, PixelFormat_JPEGColor8, PixelFormat_RGB8, w * h * 3));
 }
-
-TEST(ConvertThreads, ResultsDoNotDependOnTheThreadCount) {
-    const size_t w = 320, h = 257;  // odd height: bands of different sizes
-    const Bytes bayer = Random(w * h, 3);
-    const Bytes mono12p = Random(w * h * 3 / 2, 4);
-    struct Case { PixelFormatEnums from, to; size_t bytes; ColorProcessingAlgorithm a; const Bytes* src; };
-    const Case cases[] = {
-        {PixelFormat_BayerRG8, PixelFormat_BGR8, w * h * 3, COLOR_PROCESSING_BILINEAR, &bayer},
-        {PixelFormat_BayerGB8, PixelFormat_RGB16, w * h * 6, COLOR_PROCESSING_DIRECTIONAL, &bayer},
-        {PixelFormat_BayerBG8, PixelFormat_YUV422_8, w * h * 2, COLOR_PROCESSING_EDGE_AWARE, &bayer},
-        {PixelFormat_Mono12p, PixelFormat_Mono16, w * h * 2, COLOR_PROCESSING_DEFAULT, &mono12p},
-        {PixelFormat_Mono12p, PixelFormat_RGBa8, w * h * 4, COLOR_PROCESSING_DEFAULT, &mono12p},
-    };
-    for (const Case& c : cases) {
-        const Bytes one = Conv(*c.src, w, h, c.from, c.to, c.bytes, c.a, 1);
-        EXPECT_EQ(Conv(*c.src, w, h, c.from, c.to, c.bytes, c.a, 2), one);
-        EXPECT_EQ(Conv(*c.src, w, h, c.from, c.to, c.bytes, c.a, 3), one);
-        EXPECT_EQ(Conv(*c.src, w, h, c.from, c.to, c.bytes, c.a, 0), one);
-    }
-}
