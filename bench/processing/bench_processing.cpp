@@ -166,32 +166,49 @@ BENCHMARK(BM_StatisticsBGR8_OpenCV)->Arg(1)->Arg(2)->ArgName("threads")->Unit(be
 BENCHMARK(BM_StatisticsBGR8_Orvane)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_StatisticsBGR8AllChannels_Orvane)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// Collects real times to print reference / Orvane ratios after the run.
+// Collects times to print reference / Orvane ratios after the run. Names are
+// BM_<case>_<implementation>[/arguments]; every implementation other than
+// Orvane is the reference of the same case and arguments. Both real time and
+// CPU time of the calling thread are compared (on a loaded machine CPU time is
+// the steadier measure of one thread's work).
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& r : runs)
-            if (r.run_type == Run::RT_Iteration) times_[r.benchmark_name()] = r.GetAdjustedRealTime();
+        for (const Run& r : runs) {
+            if (r.run_type != Run::RT_Iteration) continue;
+            const std::string name = r.benchmark_name();
+            const std::string::size_type slash = name.find('/');
+            const std::string head = name.substr(0, slash), args = slash == std::string::npos ? "" : name.substr(slash);
+            const std::string::size_type us = head.rfind('_');
+            Entry& e = entries_[head.substr(0, us) + args];
+            const bool orvane = head.substr(us + 1) == "Orvane";
+            (orvane ? e.orvane : e.reference) = {r.GetAdjustedRealTime(), r.GetAdjustedCPUTime(), true};
+            if (!orvane) e.referenceName = head.substr(us + 1);
+        }
         ConsoleReporter::ReportRuns(runs);
     }
     void Finalize() override {
         ConsoleReporter::Finalize();
-        std::printf("\n%-44s %12s %12s %8s\n", "comparison", "reference", "orvane", "ratio");
-        for (const auto& [name, t] : times_) {
-            const std::string::size_type pos = name.find("_Orvane");
-            if (pos == std::string::npos) continue;
-            for (const auto& [refName, refTime] : times_) {
-                if (refName == name || refName.compare(0, pos, name, 0, pos) != 0) continue;
-                if (refName.substr(refName.find('/') == std::string::npos ? refName.size() : refName.find('/')) !=
-                    name.substr(name.find('/') == std::string::npos ? name.size() : name.find('/')))
-                    continue;
-                std::printf("%-44s %10.3f ms %10.3f ms %7.2fx\n", refName.c_str(), refTime, t, refTime / t);
-            }
+        std::printf("\n%-48s %-10s %10s %10s %7s %10s %10s %7s\n", "case", "reference", "ref real", "orv real",
+                    "ratio", "ref cpu", "orv cpu", "ratio");
+        for (const auto& [name, e] : entries_) {
+            if (!e.orvane.set || !e.reference.set) continue;
+            std::printf("%-48s %-10s %8.2fms %8.2fms %6.2fx %8.2fms %8.2fms %6.2fx\n", name.c_str(),
+                        e.referenceName.c_str(), e.reference.real, e.orvane.real, e.reference.real / e.orvane.real,
+                        e.reference.cpu, e.orvane.cpu, e.reference.cpu / e.orvane.cpu);
         }
     }
 
 private:
-    std::map<std::string, double> times_;
+    struct Time {
+        double real = 0, cpu = 0;
+        bool set = false;
+    };
+    struct Entry {
+        Time orvane, reference;
+        std::string referenceName;
+    };
+    std::map<std::string, Entry> entries_;
 };
 
 } // namespace
