@@ -175,8 +175,11 @@ class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& r : runs) {
-            if (r.run_type != Run::RT_Iteration) continue;
-            const std::string name = r.benchmark_name();
+            // Single runs, or the median of repetitions when there are some.
+            const bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
+            if (r.run_type != Run::RT_Iteration && !median) continue;
+            std::string name = r.benchmark_name();
+            if (median) name = name.substr(0, name.rfind("_median"));
             const std::string::size_type slash = name.find('/');
             const std::string head = name.substr(0, slash), args = slash == std::string::npos ? "" : name.substr(slash);
             const std::string::size_type us = head.rfind('_');

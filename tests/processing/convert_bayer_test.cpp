@@ -231,7 +231,7 @@ TEST(ConvertBayer, FastBilinearRowEqualsTheGenericPath) {
 }
 
 TEST(ConvertBayer, AllDepthsAndPackingsAgree) {
-    const size_t w = 22, h = 6;
+    const size_t w = 70, h = 6;  // wide enough for the vector kernels
     std::vector<uint16_t> v12 = Words(Random(w * h * 2, 9));
     for (auto& v : v12) v &= 0x0FFF;
     const Bytes mono12 = FromWords(v12);

@@ -166,3 +166,25 @@ TEST(Statistics, ConvertedSources) {
     EXPECT_EQ(f.first, ORVANE_ERR_NOT_SUPPORTED);
     EXPECT_EQ(f.second, "Statistics of Coord3D_ABC8 are not supported");
 }
+
+TEST(Statistics, PairCountingPathsMatchAStraightforwardCount) {
+    // Odd widths leave one pixel per row outside the pairs.
+    const size_t w = 97, h = 13;
+    const Bytes rgb = Random(w * h * 3, 31);
+    const StatisticsResult s = Stats(rgb, w, h, PixelFormat_RGB8, 1u << kStatRed | 1u << kStatGreen | 1u << kStatBlue);
+    for (int c = 0; c < 3; ++c) {
+        std::array<unsigned, 256> hist{};
+        for (size_t i = 0; i < w * h; ++i) ++hist[rgb[3 * i + c]];
+        EXPECT_EQ(s[kStatRed + c].histogram, hist) << c;
+    }
+    const Bytes grey = Random(w * h, 32);
+    std::array<unsigned, 256> hist{};
+    for (uint8_t v : grey) ++hist[v];
+    EXPECT_EQ(Stats(grey, w, h, PixelFormat_Mono8, 1u << kStatGrey)[kStatGrey].histogram, hist);
+    // Smooth data: long runs of equal values.
+    Bytes runs(w * h);
+    for (size_t i = 0; i < runs.size(); ++i) runs[i] = static_cast<uint8_t>(i / 50);
+    const ChannelStatistics g = Stats(runs, w, h, PixelFormat_Mono8, 1u << kStatGrey)[kStatGrey];
+    EXPECT_EQ(g.numPixelValues, (runs.size() - 1) / 50 + 1);
+    EXPECT_EQ(g.histogram[0], 50u);
+}

@@ -30,7 +30,20 @@ struct Reading {
 struct Partial {
     std::vector<uint32_t> counts[4];  // grey, red, green, blue
     std::vector<uint32_t> hsl[3];     // hue, saturation, lightness
+    // 8-bit fast paths count pairs of values (65536 counters each) and fold them at the end:
+    // one increment serves two values, and equal neighbours do not wait on each other.
+    std::vector<uint32_t> pairs[2];
 };
+
+// Adds the two marginals of a pair table: first[a] and second[b] gain pairs[a | b << 8].
+void FoldPairs(const std::vector<uint32_t>& pairs, uint32_t* first, uint32_t* second) {
+    for (unsigned b = 0; b < 256; ++b)
+        for (unsigned a = 0; a < 256; ++a) {
+            const uint32_t n = pairs[a | b << 8];
+            first[a] += n;
+            second[b] += n;
+        }
+}
 
 inline unsigned Luma(unsigned r, unsigned g, unsigned b) { return (4899u * r + 9617u * g + 1868u * b + 8192u) >> 14; }
 
@@ -54,22 +67,36 @@ inline void Hsl(unsigned r, unsigned g, unsigned b, unsigned& h, unsigned& s, un
     h = ((static_cast<unsigned>(t) * 512 + 6 * d) / (12 * d)) & 0xFF;
 }
 
+// Red and green of each pixel as one pair, blue of two neighbouring pixels as another.
 template <unsigned Channels, int R, int B>
-void CountRgb8(const uint8_t* px, size_t width, uint32_t* red, uint32_t* green, uint32_t* blue) {
-    for (size_t x = 0; x < width; ++x, px += Channels) {
+void CountRgb8(const uint8_t* px, size_t width, uint32_t* rg, uint32_t* bb, uint32_t* red, uint32_t* green,
+               uint32_t* blue) {
+    size_t x = 0;
+    for (; x + 2 <= width; x += 2, px += 2 * Channels) {
+        ++rg[px[R] | px[1] << 8];
+        ++rg[px[Channels + R] | px[Channels + 1] << 8];
+        ++bb[px[B] | px[Channels + B] << 8];
+    }
+    if (x < width) {
         ++red[px[R]];
         ++green[px[1]];
         ++blue[px[B]];
     }
 }
 
-// Red, green and blue counts of an 8-bit row with constant channel positions.
-void CountRgb8(const uint8_t* px, size_t width, const Reading& rd, uint32_t* red, uint32_t* green, uint32_t* blue) {
+void CountRgb8(const uint8_t* px, size_t width, const Reading& rd, uint32_t* rg, uint32_t* bb, uint32_t* red,
+               uint32_t* green, uint32_t* blue) {
     const bool bgr = rd.r == 2;
     if (rd.channels == 3) {
-        if (bgr) CountRgb8<3, 2, 0>(px, width, red, green, blue); else CountRgb8<3, 0, 2>(px, width, red, green, blue);
+        if (bgr)
+            CountRgb8<3, 2, 0>(px, width, rg, bb, red, green, blue);
+        else
+            CountRgb8<3, 0, 2>(px, width, rg, bb, red, green, blue);
     } else {
-        if (bgr) CountRgb8<4, 2, 0>(px, width, red, green, blue); else CountRgb8<4, 0, 2>(px, width, red, green, blue);
+        if (bgr)
+            CountRgb8<4, 2, 0>(px, width, rg, bb, red, green, blue);
+        else
+            CountRgb8<4, 0, 2>(px, width, rg, bb, red, green, blue);
     }
 }
 
@@ -88,6 +115,12 @@ void CountRows(const uint8_t* data, const ImageLayout& l, const Reading& rd, uns
     uint32_t* red = p.counts[1].data();
     uint32_t* green = p.counts[2].data();
     uint32_t* blue = p.counts[3].data();
+    const bool rgbPairs = sizeof(T) == 1 && rd.colour && wantRgb && !wantGrey && !wantHsl;
+    if (!rd.colour) p.pairs[0].assign(sizeof(T) == 1 ? 65536 : size, 0);
+    if (rgbPairs) {
+        p.pairs[0].assign(65536, 0);
+        p.pairs[1].assign(65536, 0);
+    }
     std::vector<T> row(sizeof(T) == 1 ? 0 : l.width * rd.channels);
     for (size_t y = first; y < end; ++y) {
         // 16-bit rows may be unaligned: copy them; 8-bit rows are read in place.
@@ -98,14 +131,24 @@ void CountRows(const uint8_t* data, const ImageLayout& l, const Reading& rd, uns
             px = row.data();
         }
         if (!rd.colour) {
-            for (size_t x = 0; x < l.width; ++x) {
-                const unsigned v = (static_cast<unsigned>(px[x]) >> rd.shift) & valueMask;
-                ++grey[v];
+            size_t x = 0;
+            if (sizeof(T) == 1) {
+                uint32_t* pairs = p.pairs[0].data();
+                for (; x + 2 <= l.width; x += 2) ++pairs[px[x] | px[x + 1] << 8];
+            } else {
+                // Two sets of counters (even and odd pixels) keep equal neighbours independent.
+                uint32_t* odd = p.pairs[0].data();
+                for (; x + 2 <= l.width; x += 2) {
+                    ++grey[(static_cast<unsigned>(px[x]) >> rd.shift) & valueMask];
+                    ++odd[(static_cast<unsigned>(px[x + 1]) >> rd.shift) & valueMask];
+                }
             }
+            for (; x < l.width; ++x) ++grey[(static_cast<unsigned>(px[x]) >> rd.shift) & valueMask];
             continue;
         }
         if (sizeof(T) == 1 && wantRgb && !wantGrey && !wantHsl) {
-            CountRgb8(reinterpret_cast<const uint8_t*>(px), l.width, rd, red, green, blue);
+            CountRgb8(reinterpret_cast<const uint8_t*>(px), l.width, rd, p.pairs[0].data(), p.pairs[1].data(), red,
+                      green, blue);
             continue;
         }
         for (size_t x = 0; x < l.width; ++x, px += rd.channels) {
@@ -126,6 +169,16 @@ void CountRows(const uint8_t* data, const ImageLayout& l, const Reading& rd, uns
                 ++p.hsl[2][li];
             }
         }
+    }
+    if (!rd.colour) {
+        if (sizeof(T) == 1)
+            FoldPairs(p.pairs[0], grey, grey);
+        else
+            for (size_t v = 0; v < size; ++v) grey[v] += p.pairs[0][v];
+    }
+    if (rgbPairs) {
+        FoldPairs(p.pairs[0], red, green);
+        FoldPairs(p.pairs[1], blue, blue);
     }
 }
 
