@@ -1,11 +1,11 @@
 // Orvane::ImageProcessor: converts images between pixel formats (including
 // Bayer demosaicing and JPEG decompression) and applies gamma.
 //
-// Conversion: see the supported pairs and the arithmetic (precision, colour
-// formulas, demosaicing algorithms and their border rule) in the SDK's
-// documentation of processing; in short, 10 to 16-bit sources keep their top
-// bits in 8-bit destinations and are scaled to the full 16-bit range in 16-bit
-// ones. Unsupported pairs raise ORVANE_ERR_NOT_SUPPORTED
+// Conversion: the supported pairs and the arithmetic (precision, colour
+// formulas, demosaicing algorithms and their border rule) are defined in
+// docs/image-processing.md; in short, 10 to 16-bit sources keep their top bits
+// in 8-bit destinations and are scaled to the full 16-bit range (bit
+// replication) in 16-bit ones. Unsupported pairs raise ORVANE_ERR_NOT_SUPPORTED
 // ("Conversion from <source> to <destination> is not supported").
 //
 // Threads: each call splits the image rows over GetNumDecompressionThreads()

@@ -1,5 +1,5 @@
 // Orvane::ImageStatistics: per-channel statistics of an image, filled by
-// Image::CalculateStatistics.
+// Image::CalculateStatistics (definitions: docs/image-processing.md).
 //
 // Channels: grey, red, green, blue, hue, saturation and lightness. For each
 // enabled channel an image gives
