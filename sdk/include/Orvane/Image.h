@@ -21,6 +21,7 @@
 namespace Orvane {
 
 class Image;
+class ImageStatistics;
 typedef BasePtr<Image> ImagePtr;
 
 namespace internal {
@@ -109,6 +110,9 @@ public:
     size_t GetStride() const;
     // Bytes after the image data, up to GetBufferSize(): the chunk data.
     const uint8_t* GetChunkBytes(size_t* size) const;
+    // Fills the enabled channels of statistics from this image (see
+    // ImageStatistics.h), using as many threads as the hardware has.
+    void CalculateStatistics(ImageStatistics& statistics) const;
 
 private:
     friend class internal::ImageAccess;
