@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "Orvane/Image.h"
 
@@ -45,6 +46,9 @@ public:
     // from the metadata (never more than bufferSize).
     static void Attach(Image& image, const ImageMetadata& metadata, uint8_t* data, size_t bufferSize,
                        std::shared_ptr<void> storage, std::shared_ptr<ImageBufferOwner> owner);
+    // Makes the image own these bytes: its data (imageSize bytes) followed by
+    // its chunk data.
+    static void Adopt(Image& image, const ImageMetadata& metadata, std::vector<uint8_t>&& bytes, size_t imageSize);
     static ImageMetadata Metadata(const Image& image);
     static void SetMetadata(Image& image, const ImageMetadata& metadata);
 };
