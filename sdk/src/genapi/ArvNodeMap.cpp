@@ -588,6 +588,11 @@ void ArvNodeMap::DetachChunkData() {
     ClearChunkPorts();
 }
 
+bool ArvNodeMap::HasChunkData() const {
+    MapLock lock(*this);
+    return m_chunkAttached;
+}
+
 bool ArvNodeMap::FindChunk(uint64_t chunkId, const uint8_t** data, size_t* size) const {
     MapLock lock(*this);
     const std::pair<size_t, size_t> range = PortRange(m_chunkPorts, chunkId);

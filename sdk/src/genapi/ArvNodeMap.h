@@ -118,7 +118,7 @@ public:
     void DetachChunkData();
     // Whether chunk data is attached, and the data of one chunk in it (false
     // when absent or when the description has no port for that ID).
-    bool HasChunkData() const { return m_chunkAttached; }
+    bool HasChunkData() const;
     bool FindChunk(uint64_t chunkId, const uint8_t** data, size_t* size) const;
     // Whether the description has a chunk port for this ID.
     bool HasChunkPort(uint64_t chunkId) const;
