@@ -136,17 +136,19 @@ typedef int32_t orvPixelFormat;
 enum { ORV_UNKNOWN_PIXELFORMAT = -1 };
 
 /* How a transport numbers an image's pixel format code. */
-typedef enum _orvPixelFormatNamespace {
+typedef int32_t orvPixelFormatNamespace;
+enum {
     ORV_PIXELFORMAT_NAMESPACE_UNKNOWN = 0,
     ORV_PIXELFORMAT_NAMESPACE_GEV = 1,
     ORV_PIXELFORMAT_NAMESPACE_IIDC = 2,
     ORV_PIXELFORMAT_NAMESPACE_PFNC_16BIT = 3,
     ORV_PIXELFORMAT_NAMESPACE_PFNC_32BIT = 4,
     ORV_PIXELFORMAT_NAMESPACE_CUSTOM = 1000
-} orvPixelFormatNamespace;
+};
 
 /* What a buffer carries. */
-typedef enum _orvTLPayloadType {
+typedef int32_t orvTLPayloadType;
+enum {
     ORV_PAYLOAD_TYPE_UNKNOWN = 0,
     ORV_PAYLOAD_TYPE_IMAGE = 1,
     ORV_PAYLOAD_TYPE_RAW_DATA = 2,
@@ -158,10 +160,11 @@ typedef enum _orvTLPayloadType {
     ORV_PAYLOAD_TYPE_CHUNK_ONLY = 8,
     ORV_PAYLOAD_TYPE_DEVICE_SPECIFIC = 9,
     ORV_PAYLOAD_TYPE_MULTI_PART = 10
-} orvTLPayloadType;
+};
 
 /* Why an image is incomplete (orvImageGetStatusDescription explains each). */
-typedef enum _orvImageStatus {
+typedef int32_t orvImageStatus;
+enum {
     ORV_IMAGE_STATUS_OK = 0,
     ORV_IMAGE_STATUS_INCOMPLETE = 1,
     ORV_IMAGE_STATUS_MISSING_PACKETS = 2,
@@ -172,10 +175,11 @@ typedef enum _orvImageStatus {
     ORV_IMAGE_STATUS_CRC_FAILED = 7,
     ORV_IMAGE_STATUS_CHUNK_INVALID = 8,
     ORV_IMAGE_STATUS_UNKNOWN_ERROR = 9
-} orvImageStatus;
+};
 
 /* Demosaicing algorithms for Bayer sources. */
-typedef enum _orvColorProcessingAlgorithm {
+typedef int32_t orvColorProcessingAlgorithm;
+enum {
     ORV_COLOR_PROCESSING_DEFAULT = 0,
     ORV_COLOR_PROCESSING_NONE = 1,
     ORV_COLOR_PROCESSING_NEAREST_NEIGHBOR = 2,
@@ -183,10 +187,11 @@ typedef enum _orvColorProcessingAlgorithm {
     ORV_COLOR_PROCESSING_EDGE_AWARE = 4,
     ORV_COLOR_PROCESSING_GRADIENT_CORRECTED = 5,
     ORV_COLOR_PROCESSING_DIRECTIONAL = 6
-} orvColorProcessingAlgorithm;
+};
 
 /* Channels of image statistics. */
-typedef enum _orvStatisticsChannel {
+typedef int32_t orvStatisticsChannel;
+enum {
     ORV_STATISTICS_CHANNEL_GREY = 0,
     ORV_STATISTICS_CHANNEL_RED = 1,
     ORV_STATISTICS_CHANNEL_GREEN = 2,
@@ -194,7 +199,7 @@ typedef enum _orvStatisticsChannel {
     ORV_STATISTICS_CHANNEL_HUE = 4,
     ORV_STATISTICS_CHANNEL_SATURATION = 5,
     ORV_STATISTICS_CHANNEL_LIGHTNESS = 6
-} orvStatisticsChannel;
+};
 
 /* Called when a node (or a node it depends on) changed. The handle is valid
  * only during the call. Runs on the thread that made the change, after the

@@ -23,7 +23,8 @@ extern "C" {
 /* File formats. ORV_FILE_FORMAT_FROM_EXT (4294967295 as a 32-bit value) takes the
  * format from the file name's extension: .pgm .ppm .bmp .jpg/.jpeg .jp2/.j2k
  * .tif/.tiff .png .raw (case-insensitive). */
-typedef enum _orvImageFileFormat {
+typedef int32_t orvImageFileFormat;
+enum {
     ORV_FILE_FORMAT_FROM_EXT = -1,
     ORV_FILE_FORMAT_PGM = 0,      /* portable graymap, binary (P5) or ASCII (P2) */
     ORV_FILE_FORMAT_PPM = 1,      /* portable pixmap, binary (P6) or ASCII (P3) */
@@ -33,7 +34,7 @@ typedef enum _orvImageFileFormat {
     ORV_FILE_FORMAT_TIFF = 5,     /* TIFF */
     ORV_FILE_FORMAT_PNG = 6,      /* PNG */
     ORV_FILE_FORMAT_RAW = 7       /* the pixel bytes alone, no header */
-} orvImageFileFormat;
+};
 
 /* PNG row filters (orvPNGOption.filter). */
 typedef enum _orvPNGFilter {
