@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "Orvane/Image.h"
+#include "image/ChunkDecoder.h"
 
 namespace Orvane {
 namespace internal {
@@ -40,11 +41,19 @@ class ImageAccess {
 public:
     // A new empty image (for pools of stream images).
     static ImagePtr NewImage();
-    // Points the image at a stream buffer: data of bufferSize bytes kept alive
-    // by storage; Release returns storage to owner. The image size follows
-    // from the metadata (never more than bufferSize).
+    // An Image held inside another object (the acquisition's pooled image
+    // leases): constructed and destroyed with its holder.
+    struct Embedded {
+        Image image;
+    };
+    // Points the image at a stream buffer: data of bufferSize bytes (the
+    // payload: image data, then chunk data) kept alive by storage; Release
+    // returns storage to owner. The image size follows from the metadata
+    // (never more than bufferSize). decoder, when given, decodes the chunk
+    // data on demand (GetChunkData, HasCRC, CheckCRC).
     static void Attach(Image& image, const ImageMetadata& metadata, uint8_t* data, size_t bufferSize,
-                       std::shared_ptr<void> storage, std::shared_ptr<ImageBufferOwner> owner);
+                       std::shared_ptr<void> storage, std::shared_ptr<ImageBufferOwner> owner,
+                       std::shared_ptr<const ChunkDecoder> decoder = nullptr);
     static ImageMetadata Metadata(const Image& image);
     static void SetMetadata(Image& image, const ImageMetadata& metadata);
 };
