@@ -163,9 +163,32 @@ ORVANE_C_API orvError orvImageGetPixelFormatName(orvImage image, char* buffer, s
 ORVANE_C_API orvError orvImageGetStatusDescription(orvImageStatus status, char* buffer, size_t* length);
 
 /* Cameras ---------------------------------------------------------------- */
+/* Opens the device for control (a no-op when it is open already). */
+ORVANE_C_API orvError orvCameraInit(orvCamera camera);
+/* Closes the device. The device node map handle and the node handles under it
+ * are freed; the transport-layer node map handles stay valid. */
+ORVANE_C_API orvError orvCameraDeInit(orvCamera camera);
+/* The camera's node maps. Each handle belongs to the camera handle and is the
+ * same on every call (the device node map's only until orvCameraDeInit). The
+ * device node map needs orvCameraInit; the transport-layer ones do not. */
+ORVANE_C_API orvError orvCameraGetNodeMap(orvCamera camera, orvNodeMapHandle* nodeMap);
+ORVANE_C_API orvError orvCameraGetTLDeviceNodeMap(orvCamera camera, orvNodeMapHandle* nodeMap);
+ORVANE_C_API orvError orvCameraGetTLStreamNodeMap(orvCamera camera, orvNodeMapHandle* nodeMap);
+/* ORV_ACCESS_MODE_RW when controlling the device, RO in monitor mode, NA when
+ * it is gone. */
+ORVANE_C_API orvError orvCameraGetAccessMode(orvCamera camera, int32_t* accessMode);
+/* Raw device memory; the buffer is not checked (the SDK reports a null one). */
+ORVANE_C_API orvError orvCameraReadPort(orvCamera camera, uint64_t address, void* buffer, uint64_t length);
+ORVANE_C_API orvError orvCameraWritePort(orvCamera camera, uint64_t address, void* buffer, uint64_t length);
 /* Text results: the buffer and its length are both checked. */
 ORVANE_C_API orvError orvCameraGetDeviceID(orvCamera camera, char* buffer, size_t* length);
 ORVANE_C_API orvError orvCameraGetUniqueID(orvCamera camera, char* buffer, size_t* length);
+ORVANE_C_API orvError orvCameraGetGuiXml(orvCamera camera, char* buffer, size_t* length);
+/* A null isStreaming is reported as a null handle (ORVANE_ERR_INVALID_HANDLE). */
+ORVANE_C_API orvError orvCameraIsStreaming(orvCamera camera, bool8_t* isStreaming);
+ORVANE_C_API orvError orvCameraIsValid(orvCamera camera, bool8_t* isValid);
+ORVANE_C_API orvError orvCameraIsInitialized(orvCamera camera, bool8_t* isInitialized);
+ORVANE_C_API orvError orvCameraDiscoverMaxPacketSize(orvCamera camera, unsigned int* packetSize);
 /* Frees the handle with its node map handles and the node handles under them. */
 ORVANE_C_API orvError orvCameraRelease(orvCamera camera);
 

@@ -13,7 +13,20 @@ step() {
 }
 
 echo "Orvane demo on the built-in virtual camera"
+# A step whose failure the demo expects (a refused value, explained).
+refused() {
+  echo
+  echo "\$ orvctl $*    # refused on purpose"
+  if "$orvctl" "$@"; then echo "demo: expected a refusal" >&2; exit 1; fi
+}
+
 step list
 step --virtual-cameras 3 list
+step info VC0001
+step features VC0001
+step get VC0001 Width
+step set VC0001 Width 640
+refused set VC0001 Width 5000
+step features VC0001 --tl stream
 echo
 echo "Demo finished."

@@ -26,10 +26,10 @@ struct Setup {
         map = &camera->GetNodeMap();
         gc = camera->Core().Control().Session()->NodeMap().Gc();
         width = CIntegerPtr(map->GetNode("Width"));
-        exposure = CFloatPtr(map->GetNode("ExposureTimeAbs"));
+        exposure = CFloatPtr(map->GetNode("ExposureTime"));
         format = CEnumerationPtr(map->GetNode("PixelFormat"));
         arvWidth = ARV_GC_INTEGER(arv_gc_get_node(gc, "Width"));
-        arvExposure = ARV_GC_FLOAT(arv_gc_get_node(gc, "ExposureTimeAbs"));
+        arvExposure = ARV_GC_FLOAT(arv_gc_get_node(gc, "ExposureTime"));
         arvFormat = ARV_GC_ENUMERATION(arv_gc_get_node(gc, "PixelFormat"));
     }
     SystemPtr system;
@@ -90,12 +90,12 @@ void OrvaneEnumerationGetIntValueIgnoreCache(benchmark::State& state) {
 
 void OrvaneGetNode(benchmark::State& state) {
     INodeMap* map = S().map;
-    const GenICam::gcstring name("ExposureTimeAbs");
+    const GenICam::gcstring name("ExposureTime");
     for (auto _ : state) benchmark::DoNotOptimize(map->GetNode(name));
 }
 void AravisGetNode(benchmark::State& state) {
     ArvGc* gc = S().gc;
-    for (auto _ : state) benchmark::DoNotOptimize(arv_gc_get_node(gc, "ExposureTimeAbs"));
+    for (auto _ : state) benchmark::DoNotOptimize(arv_gc_get_node(gc, "ExposureTime"));
 }
 
 } // namespace

@@ -23,7 +23,7 @@ TEST(GenApiArvThreads, FourThreadsShareOneNodeMap) {
     INodeMap& map = camera->GetNodeMap();
     std::atomic<bool> stop{false};
     std::atomic<long> operations{0}, failures{0}, callbacks{0};
-    const char* const names[] = {"Width", "Height", "PixelFormat", "ExposureTimeAbs", "PayloadSize", "GainRaw",
+    const char* const names[] = {"Width", "Height", "PixelFormat", "ExposureTime", "PayloadSize", "Gain",
                                  "OffsetX", "TriggerMode", "DeviceID", "AcquisitionMode"};
 
     auto worker = [&](int id) {
@@ -39,7 +39,7 @@ TEST(GenApiArvThreads, FourThreadsShareOneNodeMap) {
                     dynamic_cast<IValue*>(node)->ToString();
                 }
                 CIntegerPtr width(map.GetNode("Width"));
-                CFloatPtr exposure(map.GetNode("ExposureTimeAbs"));
+                CFloatPtr exposure(map.GetNode("ExposureTime"));
                 CEnumerationPtr format(map.GetNode("PixelFormat"));
                 switch (id) {
                 case 0: width->SetValue(64 + (n % 64) * 8); break;

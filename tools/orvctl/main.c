@@ -7,6 +7,20 @@
 
 static const OrvctlCommand kCommands[] = {
     {"list", "list every interface and its cameras", "orvctl [options] list", orvctlList},
+    {"info", "show a camera's identity, transport, access mode and node map sizes", "orvctl [options] info SERIAL",
+     orvctlInfo},
+    {"features", "print a camera's feature tree with each feature's type, access mode and value",
+     "orvctl [options] features SERIAL [--tl device|stream] [beginner|expert|guru|all]\n\n"
+     "Without --tl the camera's own (device) features are shown; the camera is initialised for it.\n"
+     "--tl device / --tl stream show the transport layer's device or stream features instead.\n"
+     "The last argument limits the visibility shown (default guru: everything but invisible features).",
+     orvctlFeatures},
+    {"get", "print one feature's value", "orvctl [options] get SERIAL FEATURE [--tl device|stream]", orvctlGet},
+    {"set", "write one feature (a command runs with the value 'execute')",
+     "orvctl [options] set SERIAL FEATURE VALUE [--tl device|stream]\n\n"
+     "The value is text as `get` prints it: a number, an enumeration entry's name, true/false, ...\n"
+     "A refused value is explained: the feature's range, increment, entries or access mode.",
+     orvctlSet},
 };
 
 static const size_t kCommandCount = sizeof kCommands / sizeof kCommands[0];

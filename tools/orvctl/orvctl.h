@@ -37,7 +37,28 @@ int orvctlSetInteger(orvNodeMapHandle map, const char* name, int64_t value);
 /* Any readable node as text ("-" when absent or unreadable). */
 void orvctlNodeText(orvNodeHandle node, char* out, size_t size);
 
+/* A camera chosen by serial number, with its handles. */
+typedef struct {
+    orvCameraList list;
+    orvCamera camera;
+    orvNodeMapHandle tlDevice;
+    orvNodeMapHandle device;  /* after orvctlInitCamera */
+    int initialised;
+} OrvctlCamera;
+
+/* Finds the camera with this serial number; 0 (with a message) when none. */
+int orvctlOpenCamera(orvSystem system, const char* serial, OrvctlCamera* out);
+/* Initialises it and fetches its device node map. */
+int orvctlInitCamera(OrvctlCamera* camera);
+void orvctlCloseCamera(OrvctlCamera* camera);
+/* The device node map (tl NULL) or the transport-layer "device" or "stream" map. */
+orvNodeMapHandle orvctlSelectMap(OrvctlCamera* camera, const char* tl);
+
 /* The commands. */
 int orvctlList(orvSystem system, int argc, char** argv);
+int orvctlInfo(orvSystem system, int argc, char** argv);
+int orvctlFeatures(orvSystem system, int argc, char** argv);
+int orvctlGet(orvSystem system, int argc, char** argv);
+int orvctlSet(orvSystem system, int argc, char** argv);
 
 #endif

@@ -174,6 +174,7 @@ void CameraControl::ReadPort(uint64_t address, void* buffer, uint64_t length) {
     if (length > std::numeric_limits<guint32>::max())
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: " + std::to_string(length) + " bytes is more than one access can carry");
     NodeMapBase::MapLock mapLock(session.NodeMap());
+    session.NotifyRead();  // values computed on demand (clocks, status) are refreshed first
     GError* error = nullptr;
     if (!arv_device_read_memory(session.Device(), address, static_cast<guint32>(length), buffer, &error))
     {
@@ -204,6 +205,8 @@ void CameraControl::WritePort(uint64_t address, const void* buffer, uint64_t len
         RaisePortError(m_core.Info().deviceId, "WritePort", what.c_str(), address, error);
     }
     if (error) g_error_free(error);
+    // The device reacts to the write as to a feature's (a command, a rule).
+    session.NotifyWrite(address, length);
 }
 
 std::string CameraControl::GuiXml() const {

@@ -1,7 +1,11 @@
 #include "camera/DeviceSession.h"
 
+#include <algorithm>
+
+#include "Orvane/Logging.h"
 #include "camera/VirtualDevice.h"
 #include "core/Raise.h"
+#include "virtual/VirtualCameraRuntime.h"
 
 namespace Orvane {
 namespace internal {
@@ -65,17 +69,38 @@ std::unique_ptr<DeviceSession> DeviceSession::Open(const DeviceInfo& info) {
     } else {
         ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, "camera " + info.deviceId + ": unknown transport '" + info.transport + "'");
     }
-    return std::unique_ptr<DeviceSession>(new DeviceSession(device, info.transport));
+    return std::unique_ptr<DeviceSession>(new DeviceSession(device, info));
 }
 
-DeviceSession::DeviceSession(ArvDevice* device, std::string transport)
-    : m_device(device), m_transport(std::move(transport)), m_controlLost(new std::atomic<bool>(false)) {
+// The node map's device observer: passes its accesses to the behaviours.
+class DeviceSession::Observer : public GenApi::impl::ArvNodeMap::DeviceObserver {
+public:
+    explicit Observer(DeviceSession& session) : m_session(session) {}
+    void AfterWrite(uint64_t address, uint64_t length) override { m_session.NotifyWrite(address, length); }
+    void BeforeRead() override { m_session.NotifyRead(); }
+
+private:
+    DeviceSession& m_session;
+};
+
+DeviceSession::DeviceSession(ArvDevice* device, const DeviceInfo& info)
+    : m_device(device), m_transport(info.transport), m_controlLost(new std::atomic<bool>(false)) {
     m_controlLostHandler = g_signal_connect_data(m_device, "control-lost", G_CALLBACK(OnControlLost), m_controlLost,
                                                  FreeFlag, GConnectFlags(0));
     if (ArvGvDevice* gv = GvDevice()) m_controller = arv_gv_device_is_controller(gv);
     try {
         m_nodeMap = std::make_unique<GenApi::impl::ArvNodeMap>(m_device, "Device");
+        m_observer = std::make_unique<Observer>(*this);
+        m_nodeMap->SetDeviceObserver(m_observer.get());
+        if (m_transport == "Virtual") {
+            m_runtime = std::make_shared<VirtualCameraRuntime>(*this, info.serialNumber);
+            AddBehaviour(m_runtime, true);
+            m_runtime->PowerUp();
+        }
     } catch (...) {
+        m_behaviours.clear();
+        m_runtime.reset();
+        m_nodeMap.reset();
         g_signal_handler_disconnect(m_device, m_controlLostHandler);
         g_object_unref(m_device);
         throw;
@@ -83,11 +108,73 @@ DeviceSession::DeviceSession(ArvDevice* device, std::string transport)
 }
 
 DeviceSession::~DeviceSession() {
+    m_nodeMap->SetDeviceObserver(nullptr);
+    m_behaviours.clear();
+    m_runtime.reset();
     m_nodeMap.reset();
     // Disconnecting frees the flag (FreeFlag). A GigE Vision device gives
     // control back when Aravis finalises it.
     g_signal_handler_disconnect(m_device, m_controlLostHandler);
     g_object_unref(m_device);
+}
+
+void DeviceSession::AddBehaviour(std::shared_ptr<DeviceBehaviour> behaviour, bool last) {
+    if (!behaviour) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "AddBehaviour: no behaviour");
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    if (last) {
+        m_behaviours.push_back(std::move(behaviour));
+    } else {
+        m_behaviours.insert(m_behaviours.begin() + static_cast<std::ptrdiff_t>(m_firstLast), std::move(behaviour));
+        ++m_firstLast;
+    }
+}
+
+void DeviceSession::RemoveBehaviour(const DeviceBehaviour* behaviour) {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    for (size_t i = 0; i < m_behaviours.size(); ++i) {
+        if (m_behaviours[i].get() != behaviour) continue;
+        m_behaviours.erase(m_behaviours.begin() + static_cast<std::ptrdiff_t>(i));
+        if (i < m_firstLast) --m_firstLast;
+        return;
+    }
+}
+
+namespace {
+
+template <class Call>
+void RunBehaviours(const std::vector<std::shared_ptr<DeviceBehaviour>>& list, Call&& call) {
+    if (list.empty()) return;
+    // A behaviour may add or remove behaviours: run over a copy.
+    const std::vector<std::shared_ptr<DeviceBehaviour>> behaviours = list;
+    for (const auto& b : behaviours) {
+        try {
+            call(*b);
+        } catch (const std::exception& e) {
+            LoggerWrapper::LoggingError((std::string("device behaviour failed: ") + e.what()).c_str(), "DeviceSession");
+        }
+    }
+}
+
+} // namespace
+
+void DeviceSession::NotifyWrite(uint64_t address, uint64_t length) {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    RunBehaviours(m_behaviours, [&](DeviceBehaviour& b) { b.OnWrite(address, length); });
+}
+
+void DeviceSession::NotifyRead() {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    RunBehaviours(m_behaviours, [&](DeviceBehaviour& b) { b.OnRead(); });
+}
+
+void DeviceSession::ClaimCommandRegister(uint64_t address) {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    if (!IsCommandRegisterClaimed(address)) m_claimed.push_back(address);
+}
+
+bool DeviceSession::IsCommandRegisterClaimed(uint64_t address) const {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    return std::find(m_claimed.begin(), m_claimed.end(), address) != m_claimed.end();
 }
 
 ArvFakeCamera* DeviceSession::FakeCamera() const {

@@ -1,6 +1,8 @@
 #include "genapi/ArvNodeMap.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -31,6 +33,7 @@ struct Built {
     std::vector<Node*> valueTargets;  // pValue, pValueIndexed, pValueDefault targets
     std::vector<Node*> features;      // a category's pFeature targets
     Node* value = nullptr;            // the pValue target
+    ArvPortNode* port = nullptr;      // the chunk or event port of a register (pPort), else null
     int explicitCaching = -1;         // the XML's Cachable
     enum Kind { Leaf, Computed, Never } kind = Computed;
 };
@@ -197,8 +200,17 @@ void ArvNodeMap::Build() {
             add(std::make_unique<ArvBooleanNode>(*this, std::move(info), f), hidden, item.element, nullptr,
                 Built::Computed, caching);
         } else if (ARV_IS_GC_PORT(f)) {
-            add(std::make_unique<ArvPortNode>(*this, std::move(info), f), hidden, item.element, nullptr, Built::Never,
-                caching);
+            auto* port = static_cast<ArvPortNode*>(add(std::make_unique<ArvPortNode>(*this, std::move(info), f), hidden,
+                                                       item.element, nullptr, Built::Never, caching));
+            // A ChunkID or an EventID makes it a port over data the map is given.
+            if (extra && !extra->chunkID.empty()) {
+                port->SetSource(ArvPortNode::Source::Chunk, std::strtoull(extra->chunkID.c_str(), nullptr, 16),
+                                &m_chunkAttached);
+                m_chunkPorts.push_back(port);
+            } else if (extra && !extra->eventID.empty()) {
+                port->SetSource(ArvPortNode::Source::Event, std::strtoull(extra->eventID.c_str(), nullptr, 16), nullptr);
+                m_eventPorts.push_back(port);
+            }
         } else if (ARV_IS_GC_FLOAT(f)) {
             add(std::make_unique<ArvFloatNode>(*this, std::move(info), f), hidden, item.element, nullptr,
                 ARV_IS_GC_REGISTER(f) ? Built::Leaf : Built::Computed, caching);
@@ -224,9 +236,20 @@ void ArvNodeMap::Build() {
             if (!ARV_IS_GC_PROPERTY_NODE(c)) continue;
             ArvGcPropertyNode* p = ARV_GC_PROPERTY_NODE(c);
             const ArvGcPropertyNodeType t = arv_gc_property_node_get_node_type(p);
-            if (t <= ARV_GC_PROPERTY_NODE_TYPE_P_UNKNONW || t == ARV_GC_PROPERTY_NODE_TYPE_P_PORT) continue;
+            if (t <= ARV_GC_PROPERTY_NODE_TYPE_P_UNKNONW) continue;
             Node* target = NodeOf(arv_gc_property_node_get_linked_node(p));
             if (!target || target == b.node) continue;
+            if (t == ARV_GC_PROPERTY_NODE_TYPE_P_PORT) {
+                // Only chunk and event ports take part in the graph: attaching
+                // data to them changes what their registers read. (A device
+                // port's writes drop every cached value anyway.)
+                auto* port = dynamic_cast<ArvPortNode*>(target);
+                if (port && port->DataSource() != ArvPortNode::Source::Device) {
+                    b.node->AddDependency(*port, ctReadingChildren);
+                    b.port = port;
+                }
+                continue;
+            }
             switch (t) {
             case ARV_GC_PROPERTY_NODE_TYPE_P_FEATURE: b.features.push_back(target); break;
             case ARV_GC_PROPERTY_NODE_TYPE_P_SELECTED: b.node->AddSelected(*target); break;
@@ -316,6 +339,99 @@ void ArvNodeMap::Build() {
         }
     }
 
+    // Chunk and event ports: who reads through them, who the map serves --------
+    std::sort(m_chunkPorts.begin(), m_chunkPorts.end(),
+              [](const ArvPortNode* a, const ArvPortNode* b) { return a->DataId() < b->DataId(); });
+    std::sort(m_eventPorts.begin(), m_eventPorts.end(),
+              [](const ArvPortNode* a, const ArvPortNode* b) { return a->DataId() < b->DataId(); });
+    m_chunkHadData.assign(m_chunkPorts.size(), 0);
+    {
+        enum State : char { Unknown, Busy, Done };
+        std::vector<State> state(built.size(), Unknown);
+        std::vector<ArvPortNode*> through(built.size(), nullptr);
+        std::function<ArvPortNode*(size_t)> dataPort = [&](size_t i) -> ArvPortNode* {
+            if (state[i] == Done) return through[i];
+            if (state[i] == Busy) return nullptr;
+            state[i] = Busy;
+            ArvPortNode* p = built[i].port;
+            for (Node* r : built[i].reads)
+                if (!p) p = dataPort(index.at(r));
+            through[i] = p;
+            state[i] = Done;
+            return p;
+        };
+        for (size_t i = 0; i < built.size(); ++i) {
+            ArvPortNode* p = dataPort(i);
+            if (!p) continue;
+            auto* linked = dynamic_cast<ArvLinked*>(built[i].node);
+            if (linked) linked->Link().dataPort = p;
+        }
+        // Registers on those ports: the map decodes them as the XML lays them out.
+        for (Built& b : built) {
+            if (!b.port || b.kind != Built::Leaf) continue;
+            auto* linked = dynamic_cast<ArvLinked*>(b.node);
+            const XmlNodeExtra* extra = side.Find(b.node->Info().name);
+            if (!linked || !extra) continue;
+            PortRegisterLayout layout;
+            layout.bigEndian = extra->bigEndian;
+            layout.isSigned = extra->isSigned;
+            if (extra->element == "IntReg") {
+                layout.kind = PortRegisterLayout::Integer;
+            } else if (extra->element == "MaskedIntReg" || extra->element == "StructEntry") {
+                layout.kind = PortRegisterLayout::MaskedInteger;
+                layout.lsb = extra->lsb;
+                layout.msb = extra->msb;
+                if (b.structReg) {
+                    const char* regName = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(b.structReg));
+                    if (const XmlNodeExtra* reg = regName ? side.Find(regName) : nullptr) layout.bigEndian = reg->bigEndian;
+                    continue;  // a struct entry's register is its StructReg: not served (rare on data ports)
+                }
+            } else if (extra->element == "FloatReg") {
+                layout.kind = PortRegisterLayout::Float;
+            } else if (extra->element == "StringReg") {
+                layout.kind = PortRegisterLayout::String;
+            } else if (extra->element == "Register") {
+                layout.kind = PortRegisterLayout::Bytes;
+            } else {
+                continue;
+            }
+            linked->Link().portRegister = true;
+            linked->Link().portLayout = layout;
+        }
+        // Integers, floats and enumerations that only pass such a register's value on.
+        std::vector<State> servedState(built.size(), Unknown);
+        std::function<bool(size_t)> served = [&](size_t i) -> bool {
+            auto* linked = dynamic_cast<ArvLinked*>(built[i].node);
+            if (!linked) return false;
+            if (linked->Link().portRegister) return true;
+            if (servedState[i] == Done) return linked->Link().servedBy != nullptr;
+            if (servedState[i] == Busy) return false;
+            servedState[i] = Busy;
+            const Built& b = built[i];
+            ArvDomNode* e = b.element;
+            const bool passThrough = ARV_IS_GC_INTEGER_NODE(e) || ARV_IS_GC_FLOAT_NODE(e) || ARV_IS_GC_ENUMERATION(e);
+            if (passThrough && b.value && b.port == nullptr && served(index.at(b.value))) linked->Link().servedBy = b.value;
+            servedState[i] = Done;
+            return linked->Link().servedBy != nullptr;
+        };
+        for (size_t i = 0; i < built.size(); ++i) served(i);
+    }
+    // The registers each node's writes reach, for the device observer.
+    for (Built& b : built) {
+        auto* linked = dynamic_cast<ArvLinked*>(b.node);
+        if (!linked) continue;
+        std::vector<ArvGcRegister*>& regs = linked->Link().writeRegisters;
+        auto addLeaf = [&](const Built& t) {
+            if (t.kind != Built::Leaf || t.port) return;
+            ArvDomNode* reg = t.structReg ? t.structReg : t.element;
+            if (!ARV_IS_GC_REGISTER(reg)) return;
+            ArvGcRegister* r = ARV_GC_REGISTER(reg);
+            if (std::find(regs.begin(), regs.end(), r) == regs.end()) regs.push_back(r);
+        };
+        addLeaf(b);
+        for (Node* t : b.node->WriteTargets()) addLeaf(built[index.at(t)]);
+    }
+
     // Features: what the Root category reaches ---------------------------------
     for (Built& b : built) b.node->MutableInfo().feature = false;
     if (Node* root = FindNode("Root")) {
@@ -386,6 +502,174 @@ void ArvNodeMap::Build() {
         linked->Link().valueCacheable = built[i].kind != Built::Never && mode[i] != NoCache;
     }
     InvalidateDependencyGraph();
+}
+
+// Chunk and event data ---------------------------------------------------------
+
+namespace {
+
+uint32_t BigEndian32(const uint8_t* p) {
+    return (uint32_t(p[0]) << 24) | (uint32_t(p[1]) << 16) | (uint32_t(p[2]) << 8) | uint32_t(p[3]);
+}
+
+} // namespace
+
+std::pair<size_t, size_t> ArvNodeMap::PortRange(const std::vector<ArvPortNode*>& ports, uint64_t id) const {
+    auto lo = std::lower_bound(ports.begin(), ports.end(), id,
+                               [](const ArvPortNode* p, uint64_t v) { return p->DataId() < v; });
+    auto hi = lo;
+    while (hi != ports.end() && (*hi)->DataId() == id) ++hi;
+    return {static_cast<size_t>(lo - ports.begin()), static_cast<size_t>(hi - ports.begin())};
+}
+
+void ArvNodeMap::ClearChunkPorts() {
+    m_chunkAttached = false;
+    for (ArvPortNode* port : m_chunkPorts) {
+        if (!port->HasData()) continue;
+        port->ClearData();
+        NotifyChanged(*port);
+    }
+}
+
+void ArvNodeMap::AttachChunkData(const void* data, size_t size) {
+    MapLock lock(*this);
+    if (!data && size > 0)
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "chunk data of " + std::to_string(size) +
+                                                   " bytes without a buffer");
+    const uint8_t* bytes = static_cast<const uint8_t*>(data);
+    for (size_t i = 0; i < m_chunkPorts.size(); ++i) {
+        m_chunkHadData[i] = m_chunkPorts[i]->HasData();
+        m_chunkPorts[i]->ClearData();
+    }
+    m_chunkAttached = false;
+    // From the end backwards: each step consumes a trailer and its data, so
+    // the walk ends after at most size / 8 steps.
+    size_t end = size;
+    char failure[192] = {0};
+    while (end > 0) {
+        if (end < 8) {
+            std::snprintf(failure, sizeof failure,
+                          "the layout is truncated: %zu bytes are left before byte %zu, a chunk trailer needs 8", end, end);
+            break;
+        }
+        const size_t trailer = end - 8;
+        const uint32_t id = BigEndian32(bytes + trailer);
+        const uint32_t length = BigEndian32(bytes + trailer + 4);
+        if (length > trailer) {
+            std::snprintf(failure, sizeof failure,
+                          "chunk 0x%08X (trailer at byte %zu) claims %u data bytes, only %zu bytes precede its trailer",
+                          id, trailer, length, trailer);
+            break;
+        }
+        const size_t start = trailer - length;
+        const std::pair<size_t, size_t> range = PortRange(m_chunkPorts, id);
+        for (size_t k = range.first; k < range.second; ++k)
+            if (!m_chunkPorts[k]->HasData()) m_chunkPorts[k]->SetData(bytes + start, length);  // nearest the end wins
+        end = start;
+    }
+    if (failure[0]) {
+        for (ArvPortNode* port : m_chunkPorts) port->ClearData();
+        for (size_t i = 0; i < m_chunkPorts.size(); ++i)
+            if (m_chunkHadData[i]) NotifyChanged(*m_chunkPorts[i]);
+        ORV_RAISE(ORVANE_ERR_INVALID_BUFFER, "chunk data of " + std::to_string(size) +
+                                                  " bytes refused: " + failure);
+    }
+    m_chunkAttached = true;
+    for (size_t i = 0; i < m_chunkPorts.size(); ++i)
+        if (m_chunkHadData[i] || m_chunkPorts[i]->HasData()) NotifyChanged(*m_chunkPorts[i]);
+}
+
+void ArvNodeMap::DetachChunkData() {
+    MapLock lock(*this);
+    ClearChunkPorts();
+}
+
+bool ArvNodeMap::FindChunk(uint64_t chunkId, const uint8_t** data, size_t* size) const {
+    MapLock lock(*this);
+    const std::pair<size_t, size_t> range = PortRange(m_chunkPorts, chunkId);
+    for (size_t k = range.first; k < range.second; ++k) {
+        if (!m_chunkPorts[k]->HasData()) continue;
+        if (data) *data = m_chunkPorts[k]->Data();
+        if (size) *size = m_chunkPorts[k]->DataSize();
+        return true;
+    }
+    return false;
+}
+
+bool ArvNodeMap::HasChunkPort(uint64_t chunkId) const {
+    const std::pair<size_t, size_t> range = PortRange(m_chunkPorts, chunkId);
+    return range.first != range.second;
+}
+
+bool ArvNodeMap::HasEventPort(uint64_t eventId) const {
+    const std::pair<size_t, size_t> range = PortRange(m_eventPorts, eventId);
+    return range.first != range.second;
+}
+
+void ArvNodeMap::AttachEventData(uint64_t eventId, const void* data, size_t size) {
+    MapLock lock(*this);
+    char id[24];
+    std::snprintf(id, sizeof id, "0x%llX", static_cast<unsigned long long>(eventId));
+    if (!data && size > 0)
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, std::string("event ") + id + " data of " +
+                                                   std::to_string(size) + " bytes without a buffer");
+    const std::pair<size_t, size_t> range = PortRange(m_eventPorts, eventId);
+    if (range.first == range.second)
+        ORV_RAISE(ORVANE_ERR_INVALID_ID, std::string("the description has no port for event ") + id);
+    for (size_t k = range.first; k < range.second; ++k) {
+        m_eventPorts[k]->SetData(static_cast<const uint8_t*>(data), size);
+        NotifyChanged(*m_eventPorts[k]);
+    }
+}
+
+void ArvNodeMap::DetachEventData(uint64_t eventId) {
+    MapLock lock(*this);
+    const std::pair<size_t, size_t> range = PortRange(m_eventPorts, eventId);
+    for (size_t k = range.first; k < range.second; ++k) {
+        if (!m_eventPorts[k]->HasData()) continue;
+        m_eventPorts[k]->ClearData();
+        NotifyChanged(*m_eventPorts[k]);
+    }
+}
+
+// Device observer -----------------------------------------------------------
+
+void ArvNodeMap::SetDeviceObserver(DeviceObserver* observer) {
+    MapLock lock(*this);
+    m_observer = observer;
+}
+
+void ArvNodeMap::WatchReads(Node& node) {
+    MapLock lock(*this);
+    std::vector<Node*> queue{&node};
+    std::unordered_map<Node*, bool> seen{{&node, true}};
+    for (size_t i = 0; i < queue.size(); ++i) {
+        if (auto* linked = dynamic_cast<ArvLinked*>(queue[i])) linked->Link().watchReads = true;
+        for (Node* d : queue[i]->Dependents())
+            if (seen.emplace(d, true).second) queue.push_back(d);
+    }
+}
+
+void ArvNodeMap::NotifyNodeWrite(const ArvLink& link) {
+    if (!m_observer) return;
+    for (ArvGcRegister* reg : link.writeRegisters) {
+        GError* error = nullptr;
+        const guint64 address = arv_gc_register_get_address(reg, &error);
+        if (error) {
+            g_error_free(error);
+            continue;
+        }
+        const guint64 length = arv_gc_register_get_length(reg, &error);
+        if (error) {
+            g_error_free(error);
+            continue;
+        }
+        m_observer->AfterWrite(address, length);
+    }
+}
+
+void ArvNodeMap::NotifyNodeRead() {
+    if (m_observer) m_observer->BeforeRead();
 }
 
 } // namespace impl

@@ -1,7 +1,13 @@
 #include "genapi/ArvNodes.h"
 
+#include <algorithm>
 #include <cfloat>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <vector>
+
+#include "core/Raise.h"
 
 namespace Orvane {
 namespace GenApi {
@@ -83,6 +89,7 @@ EAccessMode ArvAccessMode(const ArvLink& link) {
         return NA;
     }
     if (!available) return NA;
+    if (link.dataPort && !link.dataPort->HasData()) return NA;
     EAccessMode mode;
     switch (arv_gc_feature_node_get_actual_access_mode(f)) {
     case ARV_GC_ACCESS_MODE_RO: mode = RO; break;
@@ -99,6 +106,100 @@ EAccessMode ArvAccessMode(const ArvLink& link) {
     if (link.valueNode) mode = CombineAccess(mode, link.valueNode->GetAccessMode());
     return mode;
 }
+
+std::string PortAbsence(const ArvLink& link) {
+    return link.dataPort && !link.dataPort->HasData() ? link.dataPort->Absence() : std::string();
+}
+
+namespace {
+
+// Reads the bytes of a register on a chunk or event port: its address and
+// length as Aravis evaluates them (pIndex, pLength), its data from the port.
+uint64_t PortRegisterBytes(const Node& node, const ArvLink& link, uint8_t* out, uint64_t capacity, const char* function) {
+    ArvGcRegister* reg = ARV_GC_REGISTER(link.feature);
+    GError* error = nullptr;
+    const uint64_t address = arv_gc_register_get_address(reg, &error);
+    if (error) RaiseArvError(node, function, error);
+    const uint64_t length = arv_gc_register_get_length(reg, &error);
+    if (error) RaiseArvError(node, function, error);
+    if (length == 0 || length > capacity)
+        node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY,
+                  "a register of " + std::to_string(length) + " bytes cannot hold this node's value");
+    link.dataPort->ReadData(node, out, address, length);
+    return length;
+}
+
+uint64_t Unsigned(const uint8_t* bytes, uint64_t length, bool bigEndian) {
+    uint64_t v = 0;
+    for (uint64_t i = 0; i < length; ++i) {
+        const uint64_t b = bytes[bigEndian ? i : length - 1 - i];
+        v = (v << 8) | b;
+    }
+    return v;
+}
+
+int64_t PortInteger(const Node& node, const ArvLink& link, const char* function) {
+    uint8_t bytes[8];
+    const uint64_t length = PortRegisterBytes(node, link, bytes, sizeof bytes, function);
+    const PortRegisterLayout& l = link.portLayout;
+    uint64_t v = Unsigned(bytes, length, l.bigEndian);
+    unsigned width = static_cast<unsigned>(length * 8);
+    if (l.kind == PortRegisterLayout::MaskedInteger && l.lsb >= 0 && l.msb >= 0) {
+        // Little-endian registers number bits from the least significant
+        // one; big-endian registers from the most significant one.
+        int low, high;
+        if (l.bigEndian) {
+            low = static_cast<int>(width) - 1 - l.lsb;
+            high = static_cast<int>(width) - 1 - l.msb;
+        } else {
+            low = l.lsb;
+            high = l.msb;
+        }
+        if (low < 0 || high < low || high >= static_cast<int>(width))
+            node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY,
+                      "bit field LSB " + std::to_string(l.lsb) + ", MSB " + std::to_string(l.msb) +
+                          " does not fit a register of " + std::to_string(length) + " bytes");
+        width = static_cast<unsigned>(high - low + 1);
+        v >>= low;
+        if (width < 64) v &= (uint64_t(1) << width) - 1;
+    }
+    if (l.isSigned && width < 64 && (v >> (width - 1)) & 1) v |= ~((uint64_t(1) << width) - 1);
+    return static_cast<int64_t>(v);
+}
+
+double PortFloat(const Node& node, const ArvLink& link, const char* function) {
+    uint8_t bytes[8];
+    const uint64_t length = PortRegisterBytes(node, link, bytes, sizeof bytes, function);
+    const uint64_t v = Unsigned(bytes, length, link.portLayout.bigEndian);
+    if (length == 4) {
+        const uint32_t v32 = static_cast<uint32_t>(v);
+        float f;
+        std::memcpy(&f, &v32, sizeof f);
+        return f;
+    }
+    if (length == 8) {
+        double d;
+        std::memcpy(&d, &v, sizeof d);
+        return d;
+    }
+    node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY,
+              "a float register has 4 or 8 bytes, not " + std::to_string(length));
+}
+
+// The value of the node a pass-through node reads.
+int64_t ServedInteger(const Node& node, Node* source, bool ignoreCache, const char* function) {
+    if (auto* i = dynamic_cast<IInteger*>(source)) return i->GetValue(false, ignoreCache);
+    if (auto* f = dynamic_cast<IFloat*>(source)) return static_cast<int64_t>(std::llround(f->GetValue(false, ignoreCache)));
+    node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY, "its pValue is neither an integer nor a float");
+}
+
+double ServedFloat(const Node& node, Node* source, bool ignoreCache, const char* function) {
+    if (auto* f = dynamic_cast<IFloat*>(source)) return f->GetValue(false, ignoreCache);
+    if (auto* i = dynamic_cast<IInteger*>(source)) return static_cast<double>(i->GetValue(false, ignoreCache));
+    node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY, "its pValue is neither an integer nor a float");
+}
+
+} // namespace
 
 void RaiseArvError(const Node& node, const char* function, GError* error) {
     const int code = CodeOf(error);
@@ -119,9 +220,17 @@ void ArvIntegerNode::InvalidateCache() {
 
 int64_t ArvIntegerNode::DoGetValue(bool ignoreCache) {
     if (m_valid && !ignoreCache) return m_cache;
-    GError* error = nullptr;
-    const int64_t value = arv_gc_integer_get_value(m_integer, &error);
-    if (error) RaiseArvError(*this, "GetValue", error);
+    int64_t value;
+    if (m_link.portRegister) {
+        value = PortInteger(*this, m_link, "GetValue");
+    } else if (m_link.servedBy) {
+        value = ServedInteger(*this, m_link.servedBy, ignoreCache, "GetValue");
+    } else {
+        BeforeDeviceRead();
+        GError* error = nullptr;
+        value = arv_gc_integer_get_value(m_integer, &error);
+        if (error) RaiseArvError(*this, "GetValue", error);
+    }
     m_cache = value;
     m_valid = m_link.valueCacheable;
     return value;
@@ -130,6 +239,7 @@ int64_t ArvIntegerNode::DoGetValue(bool ignoreCache) {
 void ArvIntegerNode::DoSetValue(int64_t value) {
     m_valid = false;
     ARV_DO(arv_gc_integer_set_value(m_integer, value, &error_), "SetValue");
+    AfterDeviceWrite();
 }
 
 int64_t ArvIntegerNode::DoGetMin() { return ARV_CALL(arv_gc_integer_get_min(m_integer, &error_), "GetMin"); }
@@ -164,9 +274,17 @@ void ArvFloatNode::InvalidateCache() {
 
 double ArvFloatNode::DoGetValue(bool ignoreCache) {
     if (m_valid && !ignoreCache) return m_cache;
-    GError* error = nullptr;
-    const double value = arv_gc_float_get_value(m_float, &error);
-    if (error) RaiseArvError(*this, "GetValue", error);
+    double value;
+    if (m_link.portRegister) {
+        value = PortFloat(*this, m_link, "GetValue");
+    } else if (m_link.servedBy) {
+        value = ServedFloat(*this, m_link.servedBy, ignoreCache, "GetValue");
+    } else {
+        BeforeDeviceRead();
+        GError* error = nullptr;
+        value = arv_gc_float_get_value(m_float, &error);
+        if (error) RaiseArvError(*this, "GetValue", error);
+    }
     m_cache = value;
     m_valid = m_link.valueCacheable;
     return value;
@@ -175,6 +293,7 @@ double ArvFloatNode::DoGetValue(bool ignoreCache) {
 void ArvFloatNode::DoSetValue(double value) {
     m_valid = false;
     ARV_DO(arv_gc_float_set_value(m_float, value, &error_), "SetValue");
+    AfterDeviceWrite();
 }
 
 double ArvFloatNode::DoGetMin() { return ARV_CALL(arv_gc_float_get_min(m_float, &error_), "GetMin"); }
@@ -219,10 +338,21 @@ void ArvStringNode::InvalidateCache() {
 
 std::string ArvStringNode::DoGetValue(bool ignoreCache) {
     if (m_valid && !ignoreCache) return m_cache;
-    GError* error = nullptr;
-    const char* value = arv_gc_string_get_value(m_string, &error);
-    if (error) RaiseArvError(*this, "GetValue", error);
-    m_cache = value ? value : "";
+    if (m_link.portRegister) {
+        GError* error = nullptr;
+        const uint64_t length = arv_gc_register_get_length(ARV_GC_REGISTER(m_link.feature), &error);
+        if (error) RaiseArvError(*this, "GetValue", error);
+        std::vector<uint8_t> bytes(static_cast<size_t>(length));
+        if (length > 0) PortRegisterBytes(*this, m_link, bytes.data(), length, "GetValue");
+        const auto end = std::find(bytes.begin(), bytes.end(), uint8_t(0));
+        m_cache.assign(bytes.begin(), end);
+    } else {
+        BeforeDeviceRead();
+        GError* error = nullptr;
+        const char* value = arv_gc_string_get_value(m_string, &error);
+        if (error) RaiseArvError(*this, "GetValue", error);
+        m_cache = value ? value : "";
+    }
     m_valid = m_link.valueCacheable;
     return m_cache;
 }
@@ -230,6 +360,7 @@ std::string ArvStringNode::DoGetValue(bool ignoreCache) {
 void ArvStringNode::DoSetValue(const std::string& value) {
     m_valid = false;
     ARV_DO(arv_gc_string_set_value(m_string, value.c_str(), &error_), "SetValue");
+    AfterDeviceWrite();
 }
 
 int64_t ArvStringNode::DoGetMaxLength() {
@@ -248,6 +379,7 @@ void ArvBooleanNode::InvalidateCache() {
 
 bool ArvBooleanNode::DoGetValue(bool ignoreCache) const {
     if (m_valid && !ignoreCache) return m_cache;
+    BeforeDeviceRead();
     GError* error = nullptr;
     const bool value = arv_gc_boolean_get_value(m_boolean, &error);
     if (error) RaiseArvError(*this, "GetValue", error);
@@ -259,6 +391,7 @@ bool ArvBooleanNode::DoGetValue(bool ignoreCache) const {
 void ArvBooleanNode::DoSetValue(bool value) {
     m_valid = false;
     ARV_DO(arv_gc_boolean_set_value(m_boolean, value, &error_), "SetValue");
+    AfterDeviceWrite();
 }
 
 // Command ------------------------------------------------------------------
@@ -269,6 +402,7 @@ ArvCommandNode::ArvCommandNode(NodeMapBase& map, NodeInfo info, ArvGcFeatureNode
 
 void ArvCommandNode::DoExecute() {
     ARV_DO(arv_gc_command_execute(m_command, &error_), "Execute");
+    AfterDeviceWrite();
     // A command may change anything on the device (a user set loaded, a
     // reset): no cached value survives it.
     m_map.InvalidateNodes();
@@ -297,9 +431,15 @@ void ArvEnumerationNode::InvalidateCache() {
 
 int64_t ArvEnumerationNode::DoGetIntValue(bool ignoreCache) {
     if (m_valid && !ignoreCache) return m_cache;
-    GError* error = nullptr;
-    const int64_t value = arv_gc_enumeration_get_int_value(m_enumeration, &error);
-    if (error) RaiseArvError(*this, "GetIntValue", error);
+    int64_t value;
+    if (m_link.servedBy) {
+        value = ServedInteger(*this, m_link.servedBy, ignoreCache, "GetIntValue");
+    } else {
+        BeforeDeviceRead();
+        GError* error = nullptr;
+        value = arv_gc_enumeration_get_int_value(m_enumeration, &error);
+        if (error) RaiseArvError(*this, "GetIntValue", error);
+    }
     m_cache = value;
     m_valid = m_link.valueCacheable;
     return value;
@@ -308,6 +448,7 @@ int64_t ArvEnumerationNode::DoGetIntValue(bool ignoreCache) {
 void ArvEnumerationNode::DoSetIntValue(int64_t value) {
     m_valid = false;
     ARV_DO(arv_gc_enumeration_set_int_value(m_enumeration, value, &error_), "SetIntValue");
+    AfterDeviceWrite();
 }
 
 ArvEnumEntryNode::ArvEnumEntryNode(NodeMapBase& map, NodeInfo info, ArvGcFeatureNode* feature, std::string symbolic,
@@ -324,6 +465,16 @@ ArvRegisterNode::ArvRegisterNode(NodeMapBase& map, NodeInfo info, ArvGcFeatureNo
 
 void ArvRegisterNode::DoGet(uint8_t* buffer, int64_t length, bool) {
     const int64_t full = DoGetLength();
+    if (m_link.portRegister) {
+        GError* error = nullptr;
+        const uint64_t address = arv_gc_register_get_address(m_register, &error);
+        if (error) RaiseArvError(*this, "Get", error);
+        // The whole register must be in the data, even when fewer bytes are asked for.
+        if (full > 0) m_link.dataPort->ReadData(*this, nullptr, address, static_cast<uint64_t>(full));
+        m_link.dataPort->ReadData(*this, buffer, address, static_cast<uint64_t>(std::min(length, full)));
+        return;
+    }
+    BeforeDeviceRead();
     if (length >= full) {
         ARV_DO(arv_gc_register_get(m_register, buffer, static_cast<guint64>(length), &error_), "Get");
         return;
@@ -338,6 +489,7 @@ void ArvRegisterNode::DoSet(const uint8_t* buffer, int64_t length) {
     const int64_t full = DoGetLength();
     if (length >= full) {
         ARV_DO(arv_gc_register_set(m_register, buffer, static_cast<guint64>(full), &error_), "Set");
+        AfterDeviceWrite();
         return;
     }
     // A shorter write replaces the first bytes and keeps the rest.
@@ -345,6 +497,7 @@ void ArvRegisterNode::DoSet(const uint8_t* buffer, int64_t length) {
     ARV_DO(arv_gc_register_get(m_register, all.data(), static_cast<guint64>(full), &error_), "Set");
     std::copy(buffer, buffer + length, all.begin());
     ARV_DO(arv_gc_register_set(m_register, all.data(), static_cast<guint64>(full), &error_), "Set");
+    AfterDeviceWrite();
 }
 
 int64_t ArvRegisterNode::DoGetLength() {
@@ -360,12 +513,49 @@ int64_t ArvRegisterNode::DoGetAddress() {
 ArvPortNode::ArvPortNode(NodeMapBase& map, NodeInfo info, ArvGcFeatureNode* feature)
     : ArvNode(feature, map, std::move(info)), m_port(ARV_GC_PORT(feature)) {}
 
-EAccessMode ArvPortNode::ComputeAccessMode() const { return RW; }
+EAccessMode ArvPortNode::ComputeAccessMode() const {
+    if (m_source == Source::Device) return RW;
+    return m_hasData ? RO : NA;
+}
+
+std::string ArvPortNode::Absence() const {
+    if (m_source == Source::Device || m_hasData) return "";
+    char text[96];
+    if (m_source == Source::Chunk) {
+        if (m_attached && *m_attached)
+            std::snprintf(text, sizeof text, "the attached chunk data holds no chunk 0x%08llX",
+                          static_cast<unsigned long long>(m_id));
+        else
+            std::snprintf(text, sizeof text, "no chunk data is attached (chunk 0x%08llX)",
+                          static_cast<unsigned long long>(m_id));
+    } else {
+        std::snprintf(text, sizeof text, "no data is attached for event 0x%llX", static_cast<unsigned long long>(m_id));
+    }
+    return text;
+}
+
+void ArvPortNode::ReadData(const Node& reader, uint8_t* out, uint64_t address, uint64_t length) const {
+    if (!m_hasData)
+        reader.Fail(__LINE__, "Read", ORVANE_ERR_GENICAM_ACCESS,
+                    "the node is not readable (access mode NA): " + Absence());
+    if (address > m_size || length > m_size - address) {
+        char text[160];
+        std::snprintf(text, sizeof text, "reading %llu bytes at offset %llu of %s 0x%llX: the data holds only %zu bytes",
+                      static_cast<unsigned long long>(length), static_cast<unsigned long long>(address),
+                      m_source == Source::Chunk ? "chunk" : "event", static_cast<unsigned long long>(m_id), m_size);
+        reader.Fail(__LINE__, "Read", ORVANE_ERR_INVALID_BUFFER, text);
+    }
+    if (out && length > 0) std::memcpy(out, m_data + address, static_cast<size_t>(length));
+}
 
 void ArvPortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
     NodeMapBase::MapLock lock(m_map);
     if (!pBuffer || Length < 0 || Address < 0)
         ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "null buffer or negative address or length");
+    if (m_source != Source::Device) {
+        ReadData(*this, static_cast<uint8_t*>(pBuffer), static_cast<uint64_t>(Address), static_cast<uint64_t>(Length));
+        return;
+    }
     if (Length == 0) return;
     ARV_DO(arv_gc_port_read(m_port, pBuffer, static_cast<guint64>(Address), static_cast<guint64>(Length), &error_),
            "Read");
@@ -375,11 +565,16 @@ void ArvPortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
     NodeMapBase::MapLock lock(m_map);
     if (!pBuffer || Length < 0 || Address < 0)
         ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "null buffer or negative address or length");
+    if (m_source != Source::Device)
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS,
+                      std::string("a ") + (m_source == Source::Chunk ? "chunk" : "event") + " port is read-only");
     if (Length == 0) return;
     ARV_DO(arv_gc_port_write(m_port, const_cast<void*>(pBuffer), static_cast<guint64>(Address),
                              static_cast<guint64>(Length), &error_),
            "Write");
     m_map.InvalidateNodes();
+    if (ArvNodeMap::DeviceObserver* observer = ArvMap().Observer())
+        observer->AfterWrite(static_cast<uint64_t>(Address), static_cast<uint64_t>(Length));
 }
 
 } // namespace impl

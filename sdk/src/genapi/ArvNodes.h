@@ -13,7 +13,9 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "genapi/ArvNodeMap.h"
 #include "genapi/NodeMapBase.h"
 #include "genapi/ValueNodes.h"
 
@@ -21,17 +23,41 @@ namespace Orvane {
 namespace GenApi {
 namespace impl {
 
+class ArvPortNode;
+class ArvNodeMap;
+
+// How the bytes of a register on a chunk or event port encode its value
+// (Aravis cannot read such ports: the map decodes them itself).
+struct PortRegisterLayout {
+    enum Kind : unsigned char { Integer, MaskedInteger, Float, String, Bytes };
+    Kind kind = Bytes;
+    bool bigEndian = false;
+    bool isSigned = false;
+    int lsb = -1;  // MaskedInteger: the bit field, numbered as the XML numbers it
+    int msb = -1;
+};
+
 // What every node over an Aravis feature node shares.
 struct ArvLink {
     ArvGcFeatureNode* feature = nullptr;
     Node* valueNode = nullptr;      // the pValue target: its access mode limits this node's
     bool accessCacheable = false;   // the access mode may be kept until the graph invalidates it
     bool valueCacheable = false;    // the value may be kept until the graph invalidates it
+    // Chunk and event data (ArvNodeMap::AttachChunkData, AttachEventData).
+    ArvPortNode* dataPort = nullptr;  // a chunk or event port this node reads through: NA while it holds no data
+    bool portRegister = false;        // a register on such a port: the map decodes it (portLayout)
+    PortRegisterLayout portLayout;
+    Node* servedBy = nullptr;         // a pass-through node (Integer, Float, Enumeration) whose pValue is
+                                      // served by the map: its value is read from this node
+    // The device observer (ArvNodeMap::SetDeviceObserver).
+    std::vector<ArvGcRegister*> writeRegisters;  // the registers a write of this node reaches
+    bool watchReads = false;                     // reads past the cache call the observer's BeforeRead first
 };
 
 // The GenApi access mode of an Aravis feature: NI when not implemented, NA
-// when not available, else Aravis's RO/WO/RW (imposed mode included), RW
-// lowered to RO (WO to NA) while locked, limited by the pValue target's mode.
+// when not available or when it reads through a chunk or event port that holds
+// no data, else Aravis's RO/WO/RW (imposed mode included), RW lowered to RO
+// (WO to NA) while locked, limited by the pValue target's mode.
 EAccessMode ArvAccessMode(const ArvLink& link);
 
 // Raises the SDK error for an Aravis failure on `node` and frees `error`.
@@ -44,6 +70,9 @@ public:
     virtual ArvLink& Link() = 0;
 };
 
+// Why a node reading through a chunk or event port is NA ("" when it is not).
+std::string PortAbsence(const ArvLink& link);
+
 template <class Base>
 class ArvNode : public Base, public ArvLinked {
 public:
@@ -53,9 +82,15 @@ public:
     }
     ArvLink& Link() override { return m_link; }
     bool IsAccessModeCacheable() const override { return m_link.accessCacheable; }
+    std::string AccessDetail() const override { return PortAbsence(m_link); }
 
 protected:
     EAccessMode ComputeAccessMode() const override { return ArvAccessMode(m_link); }
+    // The map the node belongs to (Aravis nodes live in ArvNodeMaps only).
+    ArvNodeMap& ArvMap() const;
+    // Device observer steps around an access that reaches the device.
+    void BeforeDeviceRead() const;
+    void AfterDeviceWrite() const;
     ArvLink m_link;
 };
 
@@ -193,21 +228,77 @@ private:
     ArvGcRegister* m_register;
 };
 
-// A port node: raw access to the device's address space. A write through it
-// may change any feature, so it drops every cached value of the map.
+// A port node. A device port gives raw access to the device's address space;
+// a write through it may change any feature, so it drops every cached value of
+// the map. A chunk port (ChunkID) or an event port (EventID) reads the data
+// the map attached for its ID (ArvNodeMap::AttachChunkData, AttachEventData):
+// RO while data is attached, NA otherwise; never writable.
 class ArvPortNode : public ArvNode<Node>, public IPort {
 public:
+    enum class Source : unsigned char { Device, Chunk, Event };
+
     ArvPortNode(NodeMapBase& map, NodeInfo info, ArvGcFeatureNode* feature);
     void Read(void* pBuffer, int64_t Address, int64_t Length) override;
     void Write(const void* pBuffer, int64_t Address, int64_t Length) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIPort; }
+    std::string AccessDetail() const override { return Absence(); }
+
+    // Data source (set once, while the map is built).
+    void SetSource(Source source, uint64_t id, const bool* attached) {
+        m_source = source;
+        m_id = id;
+        m_attached = attached;
+    }
+    Source DataSource() const { return m_source; }
+    uint64_t DataId() const { return m_id; }
+    // The attached bytes (valid while HasData()); changed by the map only.
+    bool HasData() const { return m_hasData; }
+    const uint8_t* Data() const { return m_data; }
+    size_t DataSize() const { return m_size; }
+    void SetData(const uint8_t* data, size_t size) {
+        m_data = data;
+        m_size = size;
+        m_hasData = true;
+    }
+    void ClearData() {
+        m_data = nullptr;
+        m_size = 0;
+        m_hasData = false;
+    }
+    // Why the port holds no data ("" when it does, or for a device port).
+    std::string Absence() const;
+    // Copies `length` bytes at `address` of the attached data, or raises
+    // (NA: ORVANE_ERR_GENICAM_ACCESS; outside the data: ORVANE_ERR_INVALID_BUFFER).
+    // `reader` names the node in the error.
+    void ReadData(const Node& reader, uint8_t* out, uint64_t address, uint64_t length) const;
 
 protected:
     EAccessMode ComputeAccessMode() const override;
 
 private:
     ArvGcPort* m_port;
+    Source m_source = Source::Device;
+    uint64_t m_id = 0;
+    const bool* m_attached = nullptr;  // the map's "chunk data attached" flag (chunk ports)
+    const uint8_t* m_data = nullptr;
+    size_t m_size = 0;
+    bool m_hasData = false;
 };
+
+template <class Base>
+ArvNodeMap& ArvNode<Base>::ArvMap() const {
+    return static_cast<ArvNodeMap&>(this->m_map);
+}
+
+template <class Base>
+void ArvNode<Base>::BeforeDeviceRead() const {
+    if (m_link.watchReads) ArvMap().NotifyNodeRead();
+}
+
+template <class Base>
+void ArvNode<Base>::AfterDeviceWrite() const {
+    if (!m_link.writeRegisters.empty() && ArvMap().Observer()) ArvMap().NotifyNodeWrite(m_link);
+}
 
 } // namespace impl
 } // namespace GenApi

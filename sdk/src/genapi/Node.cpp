@@ -258,15 +258,19 @@ void Node::Fail(int line, const char* function, int code, const std::string& mes
 void Node::CheckReadable(const char* function) const {
     const EAccessMode mode = GetAccessMode();
     if (mode == RO || mode == RW) return;
+    const std::string detail = mode == NA ? AccessDetail() : std::string();
     Fail(__LINE__, function, ORVANE_ERR_GENICAM_ACCESS,
-         std::string("the node is not readable (access mode ") + AccessModeName(mode) + ")");
+         std::string("the node is not readable (access mode ") + AccessModeName(mode) + ")" +
+             (detail.empty() ? "" : ": " + detail));
 }
 
 void Node::CheckWritable(const char* function) const {
     const EAccessMode mode = GetAccessMode();
     if (mode == WO || mode == RW) return;
+    const std::string detail = mode == NA ? AccessDetail() : std::string();
     Fail(__LINE__, function, ORVANE_ERR_GENICAM_ACCESS,
-         std::string("the node is not writable (access mode ") + AccessModeName(mode) + ")");
+         std::string("the node is not writable (access mode ") + AccessModeName(mode) + ")" +
+             (detail.empty() ? "" : ": " + detail));
 }
 
 } // namespace impl

@@ -113,6 +113,10 @@ public:
     // Raises ORVANE_ERR_GENICAM_ACCESS unless the node is readable/writable now.
     void CheckReadable(const char* function) const;
     void CheckWritable(const char* function) const;
+    // Why the node is not available, when it can tell more than its access
+    // mode (e.g. the chunk its value comes from is missing); "" otherwise.
+    // Appended to the access errors above.
+    virtual std::string AccessDetail() const { return ""; }
 
 protected:
     // The node's own access mode, before imposition. NI and NA come from here.

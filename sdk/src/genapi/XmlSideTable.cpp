@@ -56,6 +56,18 @@ void Fill(const xmlNode* element, XmlNodeExtra& x) {
             x.docuURL = Text(c);
         } else if (Is(c, "EventID")) {
             x.eventID = Text(c);
+        } else if (Is(c, "ChunkID")) {
+            x.chunkID = Text(c);
+        } else if (Is(c, "Endianess")) {
+            x.bigEndian = Text(c) == "BigEndian";
+        } else if (Is(c, "Sign")) {
+            x.isSigned = Text(c) == "Signed";
+        } else if (Is(c, "LSB")) {
+            x.lsb = static_cast<int>(std::strtol(Text(c).c_str(), nullptr, 0));
+        } else if (Is(c, "MSB")) {
+            x.msb = static_cast<int>(std::strtol(Text(c).c_str(), nullptr, 0));
+        } else if (Is(c, "Bit")) {
+            x.lsb = x.msb = static_cast<int>(std::strtol(Text(c).c_str(), nullptr, 0));
         } else if (Is(c, "pIndex")) {
             const std::string offset = Attribute(c, "pOffset");
             if (!offset.empty()) x.offsetNodes.push_back(offset);
@@ -84,6 +96,7 @@ XmlSideTable::XmlSideTable(const char* xml, size_t size) {
             std::string key = Is(element, "EnumEntry") ? "EnumEntry_" + parent + "_" + name : name;
             XmlNodeExtra& extra = m_nodes[key];
             extra.standardNameSpace = Attribute(element, "NameSpace") == "Standard";
+            extra.element = reinterpret_cast<const char*>(element->name);
             Fill(element, extra);
             enclosing = name;
         }

@@ -1,6 +1,7 @@
 // XmlSideTable: what a device's GenICam XML says about its nodes beyond what
-// Aravis's parser keeps (caching mode, polling time, deprecation, DocuURL,
-// EventID, IsSelfClearing, NumericValue, the pOffset of an indexed register),
+// Aravis's parser keeps or exposes (caching mode, polling time, deprecation,
+// DocuURL, EventID, IsSelfClearing, NumericValue, the pOffset of an indexed
+// register, a port's ChunkID, a register's endianness, sign and bit field),
 // read once from the XML text with libxml2.
 #ifndef ORVANE_GENAPI_XML_SIDE_TABLE_H
 #define ORVANE_GENAPI_XML_SIDE_TABLE_H
@@ -26,6 +27,12 @@ struct XmlNodeExtra {
     std::string docuURL;
     std::string eventID;
     std::vector<std::string> offsetNodes;  // nodes named by pOffset attributes
+    std::string element;        // the XML element's name: IntReg, MaskedIntReg, FloatReg, Port, ...
+    std::string chunkID;        // a port's ChunkID (hexadecimal text), empty when absent
+    bool bigEndian = false;     // Endianess (GenICam's default is LittleEndian)
+    bool isSigned = false;      // Sign (GenICam's default is Unsigned)
+    int lsb = -1;               // a MaskedIntReg's bit field (LSB, MSB, or Bit for both); -1 when absent
+    int msb = -1;
 };
 
 class XmlSideTable {
