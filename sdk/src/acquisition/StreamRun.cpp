@@ -180,6 +180,10 @@ void StreamRun::Close() {
     EndWaits();
     if (m_config.beforeDestroy) m_config.beforeDestroy();
     DestroyStream();
+    // Images may keep the run alive long after: they must not keep the
+    // device open (nor its virtual camera engine).
+    m_config.beforeDestroy = nullptr;
+    m_config.session.reset();
 }
 
 void StreamRun::RequeueLocked(StreamSlot& slot) {

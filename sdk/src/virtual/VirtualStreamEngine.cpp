@@ -6,9 +6,11 @@
 #include <limits>
 
 #include "acquisition/StreamSlot.h"
+#include "camera/DeviceSession.h"
 #include "image/ChunkLayout.h"
 #include "image/PixelFormatInfo.h"
 #include "virtual/VirtualCameraRegisters.h"
+#include "virtual/VirtualCameraRuntime.h"
 
 namespace Orvane {
 namespace internal {
@@ -30,33 +32,41 @@ uint32_t TriggerModeAddress(int s) { return reg::TriggerMode.At(s); }
 uint32_t TriggerSourceAddress(int s) { return reg::TriggerSource.At(s); }
 uint32_t TriggerSoftwareAddress(int s) { return reg::TriggerSoftware.At(s); }
 
-bool Overlaps(uint32_t address, uint32_t length, uint32_t reg, uint32_t regLength) {
-    return address < reg + regLength && reg < address + length;
+bool Overlaps(uint64_t address, uint64_t length, uint32_t reg, uint32_t regLength) {
+    return address < uint64_t(reg) + regLength && reg < address + length;
 }
+
+// The fake's frame period while AcquisitionFrameRateEnable is off, us.
+constexpr uint32_t kUnlimitedPeriodUs = 1000;
 
 } // namespace
 
-std::shared_ptr<VirtualStreamEngine> VirtualStreamEngine::Attach(ArvDevice* device) {
-    if (!ARV_IS_FAKE_DEVICE(device)) return nullptr;
-    ArvFakeCamera* camera = arv_fake_device_get_fake_camera(ARV_FAKE_DEVICE(device));
-    if (!camera) return nullptr;
-    std::shared_ptr<VirtualStreamEngine> engine(new VirtualStreamEngine(camera));
+std::shared_ptr<VirtualStreamEngine> VirtualStreamEngine::Attach(DeviceSession& session) {
+    ArvFakeCamera* camera = session.FakeCamera();
+    VirtualCameraRuntime* runtime = session.VirtualRuntime();
+    if (!camera || !runtime) return nullptr;
+    std::shared_ptr<VirtualStreamEngine> engine(new VirtualStreamEngine(session, *runtime, camera));
+    GenApi::impl::NodeMapBase::MapLock lock(session.NodeMap());
+    session.ClaimCommandRegister(reg::AcquisitionStart.address);
+    session.ClaimCommandRegister(reg::AcquisitionStop.address);
+    session.ClaimCommandRegister(reg::AcquisitionAbort.address);
+    for (int sel = 0; sel < kSelectors; ++sel) session.ClaimCommandRegister(TriggerSoftwareAddress(sel));
+    session.AddBehaviour(engine);
     arv_fake_camera_set_trigger_frequency(camera, kTriggerPollHz);
     arv_fake_camera_set_fill_pattern(camera, &VirtualStreamEngine::FillHook, engine.get());
+    engine->SyncFramePeriod();
     return engine;
 }
 
-VirtualStreamEngine::VirtualStreamEngine(ArvFakeCamera* camera)
-    : m_camera(ARV_FAKE_CAMERA(g_object_ref(camera))), m_epoch(Clock::now()) {}
+VirtualStreamEngine::VirtualStreamEngine(DeviceSession& session, VirtualCameraRuntime& runtime, ArvFakeCamera* camera)
+    : m_session(session), m_runtime(runtime), m_camera(ARV_FAKE_CAMERA(g_object_ref(camera))) {}
 
 VirtualStreamEngine::~VirtualStreamEngine() {
     arv_fake_camera_set_fill_pattern(m_camera, nullptr, nullptr);
     g_object_unref(m_camera);
 }
 
-uint64_t VirtualStreamEngine::Now() const {
-    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now() - m_epoch).count());
-}
+uint64_t VirtualStreamEngine::Now() const { return m_runtime.TimestampNs(); }
 
 bool VirtualStreamEngine::Acquiring() const {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -82,7 +92,30 @@ double VirtualStreamEngine::RegDouble(uint32_t address) const {
     return d;
 }
 
-void VirtualStreamEngine::Clear(uint32_t address) const { arv_fake_camera_write_register(m_camera, address, 0); }
+void VirtualStreamEngine::Clear(uint32_t address, const char* registerNode) const {
+    arv_fake_camera_write_register(m_camera, address, 0);
+    if (GenApi::impl::Node* node = m_session.NodeMap().FindNode(registerNode)) m_session.NodeMap().NotifyChanged(*node);
+}
+
+void VirtualStreamEngine::SyncFramePeriod() {
+    const bool enabled = Reg32(reg::AcquisitionFrameRateEnable.address) != 0;
+    const uint32_t period = Reg32(reg::AcquisitionFrameRate.address);
+    uint32_t next = period;
+    if (!enabled && m_savedFramePeriod == 0) {
+        m_savedFramePeriod = period ? period : 1000000;
+        next = kUnlimitedPeriodUs;
+    } else if (enabled && m_savedFramePeriod != 0) {
+        // Put the user's period back, unless something else (a user set)
+        // wrote a period of its own meanwhile.
+        if (period == kUnlimitedPeriodUs) next = m_savedFramePeriod;
+        m_savedFramePeriod = 0;
+    }
+    if (next != period) {
+        arv_fake_camera_write_register(m_camera, reg::AcquisitionFrameRate.address, next);
+        if (GenApi::impl::Node* node = m_session.NodeMap().FindNode("AcquisitionFrameRateReg"))
+            m_session.NodeMap().NotifyChanged(*node);
+    }
+}
 
 VirtualStreamEngine::Settings VirtualStreamEngine::ReadSettings() const {
     Settings s;
@@ -106,7 +139,7 @@ VirtualStreamEngine::Settings VirtualStreamEngine::ReadSettings() const {
             Reg32(reg::ChunkEnable.At(vcam::kChunks[i].selectorValue)) != 0)
             s.chunkMask |= uint64_t(1) << i;
     s.blackLevelRaw = Reg32(reg::BlackLevelRaw.At(value::BlackLevelSelector::All));
-    s.lineStatusAll = Reg32(reg::LineStatusAll.address);
+    s.lineStatusAll = m_runtime.LineStatusAll();
     for (int i = 0; i < 2; ++i) {
         s.counterValue[i] = Reg64(reg::CounterValue.At(i));
         s.timerValue[i] = RegDouble(reg::TimerValue.At(i));
@@ -119,6 +152,8 @@ VirtualStreamEngine::Settings VirtualStreamEngine::ReadSettings() const {
 // Host side ---------------------------------------------------------------------
 
 void VirtualStreamEngine::OpenStream() {
+    m_session.NotifyRead();  // counters, timers and lines up to date
+    SyncFramePeriod();
     const Settings settings = ReadSettings();
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -140,8 +175,8 @@ void VirtualStreamEngine::CloseStream() {
 
 // Device side ---------------------------------------------------------------------
 
-void VirtualStreamEngine::OnRegisterWrite(uint32_t address, uint32_t length) {
-    const Settings settings = ReadSettings();
+void VirtualStreamEngine::OnWrite(uint64_t address, uint64_t length) {
+    if (Overlaps(address, length, reg::AcquisitionFrameRateEnable.address, 4)) SyncFramePeriod();
     const bool start = Overlaps(address, length, reg::AcquisitionStart.address, 4) &&
                        Reg32(reg::AcquisitionStart.address) != 0;
     const bool stop = Overlaps(address, length, reg::AcquisitionStop.address, 4) &&
@@ -152,9 +187,18 @@ void VirtualStreamEngine::OnRegisterWrite(uint32_t address, uint32_t length) {
     for (int sel = 0; sel < kSelectors; ++sel)
         software[sel] = Overlaps(address, length, TriggerSoftwareAddress(sel), 4) &&
                         Reg32(TriggerSoftwareAddress(sel)) != 0;
+    bool streamOpen = false;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_settings = settings;
+        streamOpen = m_streamOpen;
+    }
+    // The snapshot only matters to a stream (OpenStream reads it afresh).
+    const bool command = start || stop || abort || software[0] || software[1] || software[2];
+    Settings settings;
+    if (streamOpen || command) settings = ReadSettings();
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_streamOpen || command) m_settings = settings;
         if (start && !m_acquiring) {
             m_acquiring = true;
             m_armed = !settings.triggerOn[value::TriggerSelector::AcquisitionStart];
@@ -165,7 +209,7 @@ void VirtualStreamEngine::OnRegisterWrite(uint32_t address, uint32_t length) {
             m_frameCredits = 0;
             m_burstCredits = 0;
             m_frameCounter = 0;
-            m_lastFrameStart = Clock::time_point{};
+            m_nextDue = Clock::time_point{};
         }
         if (stop || abort) {
             m_acquiring = false;
@@ -178,11 +222,11 @@ void VirtualStreamEngine::OnRegisterWrite(uint32_t address, uint32_t length) {
     }
     // Commands are done once acted on; AcquisitionStop and Abort also clear
     // the acquisition register.
-    if (start || stop || abort) Clear(reg::AcquisitionStart.address);
-    if (stop) Clear(reg::AcquisitionStop.address);
-    if (abort) Clear(reg::AcquisitionAbort.address);
+    if (start || stop || abort) Clear(reg::AcquisitionStart.address, "AcquisitionStartReg");
+    if (stop) Clear(reg::AcquisitionStop.address, "AcquisitionStopReg");
+    if (abort) Clear(reg::AcquisitionAbort.address, "AcquisitionAbortReg");
     for (int sel = 0; sel < kSelectors; ++sel)
-        if (software[sel]) Clear(TriggerSoftwareAddress(sel));
+        if (software[sel]) Clear(TriggerSoftwareAddress(sel), "TriggerSoftwareReg");
     m_changed.notify_all();
 }
 
@@ -249,13 +293,12 @@ void VirtualStreamEngine::Fill(ArvBuffer* buffer, guint32 pixelFormat) {
                 return;
             }
             if (FrameMayStartLocked()) {
-                const Clock::time_point due = m_lastFrameStart + PeriodLocked();
                 const Clock::time_point now = Clock::now();
-                if (m_lastFrameStart == Clock::time_point{} || now >= due) {
+                if (m_nextDue == Clock::time_point{} || now >= m_nextDue) {
                     start = now;
                     break;
                 }
-                m_changed.wait_until(lock, due);
+                m_changed.wait_until(lock, m_nextDue);
             } else {
                 m_changed.wait(lock);
             }
@@ -263,13 +306,16 @@ void VirtualStreamEngine::Fill(ArvBuffer* buffer, guint32 pixelFormat) {
         settings = m_settings;
         generation = m_abortGeneration;
         frameId = ++m_frameCounter;
-        m_lastFrameStart = start;
+        // Frames keep to their schedule (no drift from wake-up delays); a
+        // frame later than one period restarts it.
+        const Clock::duration period = PeriodLocked();
+        m_nextDue = (m_nextDue == Clock::time_point{} || start - m_nextDue >= period) ? start + period
+                                                                                       : m_nextDue + period;
         if (m_framesLeft != kContinuous && --m_framesLeft == 0) m_acquiring = false;
         if (m_settings.triggerOn[value::TriggerSelector::FrameStart] && m_frameCredits) --m_frameCredits;
         if (m_settings.triggerOn[value::TriggerSelector::FrameBurstStart] && m_burstCredits) --m_burstCredits;
     }
-    const uint64_t timestamp =
-        static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(start - m_epoch).count());
+    const uint64_t timestamp = m_runtime.TimestampNs();
 
     const uint32_t width = static_cast<uint32_t>(arv_buffer_get_part_width(buffer, 0));
     const uint32_t height = static_cast<uint32_t>(arv_buffer_get_part_height(buffer, 0));

@@ -32,17 +32,25 @@
 // it. Both, like AcquisitionStart, clear the AcquisitionStart register (the
 // fake camera's acquisition register) and their own register.
 //
-// Frame IDs count from 1 at each AcquisitionStart, 64-bit, one per frame
-// made. Timestamps are the camera clock's nanoseconds (since the engine was
-// attached) when the frame started.
+// The engine claims these command registers (DeviceSession::ClaimCommandRegister)
+// and completes them itself. While AcquisitionFrameRateEnable is off,
+// AcquisitionFrameRate is not available and the engine sets the fake
+// camera's frame period register (which is AcquisitionFrameRate's) to 1 ms so
+// that the fake's own pacing never holds back an exposure-paced frame; it
+// puts the user's value back when the feature is enabled again.
 //
-// Threads and locks (owner: the camera's acquisition code, which creates the
-// engine for an opened virtual device and keeps it until the device closes):
+// Frame IDs count from 1 at each AcquisitionStart, 64-bit, one per frame
+// made. Timestamps are the camera clock (VirtualCameraRuntime::TimestampNs,
+// ns) when the frame started.
+//
+// Threads and locks (owner: the camera's DeviceSession, whose behaviour list
+// holds the engine once the acquisition code attached it; the acquisition
+// code keeps a weak reference, and a running acquisition a strong one):
 //   - Fill runs on the fake stream's thread; it never takes the node map's
 //     lock (the acquisition destroys streams with that lock held);
-//   - OnRegisterWrite and OpenStream run on the thread that changed the
-//     camera, with the node map's lock held (they read and clear registers);
-//     Signal and CloseStream on any thread;
+//   - OnWrite and OpenStream run on the thread that changed the camera, with
+//     the node map's lock held (they read and clear registers); Signal and
+//     CloseStream on any thread;
 //   - m_mutex guards the acquisition state and the settings snapshot; it is
 //     never held while filling pixels or calling out of the engine. Lock
 //     order: node map lock, then m_mutex.
@@ -57,19 +65,25 @@
 #include <memory>
 #include <mutex>
 
+#include "camera/DeviceBehaviour.h"
 #include "virtual/TestPattern.h"
 #include "virtual/VirtualChunks.h"
 
 namespace Orvane {
 namespace internal {
 
-class VirtualStreamEngine {
+class DeviceSession;
+class VirtualCameraRuntime;
+
+class VirtualStreamEngine : public DeviceBehaviour {
 public:
-    // Installs the engine as the fill hook of the device's fake camera (null
-    // when the device is not a fake device).
-    static std::shared_ptr<VirtualStreamEngine> Attach(ArvDevice* device);
+    // Makes the engine of a virtual camera's session: adds it to the
+    // session's behaviours, claims the acquisition's command registers and
+    // installs it as the fake camera's fill hook. Null when the session is
+    // not a virtual camera. Takes the node map's lock.
+    static std::shared_ptr<VirtualStreamEngine> Attach(DeviceSession& session);
     // Restores the fake camera's own fill. No stream may exist any more.
-    ~VirtualStreamEngine();
+    ~VirtualStreamEngine() override;
     VirtualStreamEngine(const VirtualStreamEngine&) = delete;
     VirtualStreamEngine& operator=(const VirtualStreamEngine&) = delete;
 
@@ -80,10 +94,11 @@ public:
     void OpenStream();
     void CloseStream();
 
-    // Device side: `length` bytes at `address` were written (node map lock
-    // held). Executes AcquisitionStart, AcquisitionStop, AcquisitionAbort and
-    // TriggerSoftware, and takes note of the settings that shape frames.
-    void OnRegisterWrite(uint32_t address, uint32_t length);
+    // Device side (DeviceBehaviour): `length` bytes at `address` were
+    // written (node map lock held). Executes AcquisitionStart,
+    // AcquisitionStop, AcquisitionAbort and TriggerSoftware, and takes note of
+    // the settings that shape frames.
+    void OnWrite(uint64_t address, uint64_t length) override;
     // A signal fired (a [signals] register value, e.g. Action0): every trigger
     // whose source it is fires.
     void Signal(uint32_t signal);
@@ -114,7 +129,7 @@ private:
         uint64_t timestampLatchValue = 0;
     };
 
-    explicit VirtualStreamEngine(ArvFakeCamera* camera);
+    VirtualStreamEngine(DeviceSession& session, VirtualCameraRuntime& runtime, ArvFakeCamera* camera);
     static void FillHook(ArvBuffer* buffer, void* engine, guint32 exposureUs, guint32 gain, ArvPixelFormat format);
     void Fill(ArvBuffer* buffer, guint32 pixelFormat);
     // With m_mutex held.
@@ -126,10 +141,15 @@ private:
     uint32_t Reg32(uint32_t address) const;
     uint64_t Reg64(uint32_t address) const;
     double RegDouble(uint32_t address) const;
-    void Clear(uint32_t address) const;
+    // Node map lock held: writes 0 to a command register and tells the map.
+    void Clear(uint32_t address, const char* registerNode) const;
+    // Node map lock held: the fake's frame period while AcquisitionFrameRateEnable is off.
+    void SyncFramePeriod();
 
+    DeviceSession& m_session;
+    VirtualCameraRuntime& m_runtime;
     ArvFakeCamera* m_camera;  // a reference of our own
-    const std::chrono::steady_clock::time_point m_epoch;
+    uint32_t m_savedFramePeriod = 0;  // node map lock: the user's period while the engine holds the register
 
     mutable std::mutex m_mutex;  // see the header comment
     std::condition_variable m_changed;
@@ -142,7 +162,7 @@ private:
     uint64_t m_burstCredits = 0;        // frames left of FrameBurstStart triggers
     uint64_t m_abortGeneration = 0;
     uint64_t m_frameCounter = 0;
-    std::chrono::steady_clock::time_point m_lastFrameStart{};
+    std::chrono::steady_clock::time_point m_nextDue{};  // earliest start of the next frame (none: at once)
 
     PatternScratch m_scratch;           // Fill only (one stream thread at a time)
 };
