@@ -497,6 +497,20 @@ TEST_F(ChunkStream, OnlyEnabledChunksArePresent) {
     camera->EndAcquisition();
 }
 
+TEST_F(ChunkStream, TheStreamChecksCrcsWhenAskedTo) {
+    EnableAllChunks();
+    CBooleanPtr(StreamMap().GetNode("StreamCRCCheckEnable"))->SetValue(true);
+    camera->BeginAcquisition();
+    for (int i = 0; i < 5; ++i) {
+        ImagePtr image = camera->GetNextImage(5000);
+        EXPECT_EQ(image->GetStatus(), IMAGE_STATUS_OK);
+        EXPECT_EQ(uint64_t(image->GetChunkData().GetFrameID()), image->GetFrameID());
+    }
+    camera->EndAcquisition();
+    EXPECT_EQ(StreamInt("StreamIncompleteFrameCount"), 0);
+    CBooleanPtr(StreamMap().GetNode("StreamCRCCheckEnable"))->SetValue(false);
+}
+
 TEST_F(ChunkStream, WithoutChunkModeEveryChunkIsAbsent) {
     camera->BeginAcquisition();
     ImagePtr image = camera->GetNextImage(5000);

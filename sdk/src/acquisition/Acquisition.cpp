@@ -149,6 +149,7 @@ void Acquisition::Begin() {
         config.packetTimeoutMs = settings.packetResendTimeoutMs;
         config.pool = m_pool;
         config.chunkDecoder = m_decoder;
+        if (settings.crcCheckEnable) config.crcChecker = m_decoder;
         config.cameraName = name;
         config.beforeDestroy = [engine] {
             if (engine) engine->CloseStream();

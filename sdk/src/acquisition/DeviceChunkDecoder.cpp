@@ -61,16 +61,7 @@ DeviceChunkDecoder::~DeviceChunkDecoder() {
     }
 }
 
-bool DeviceChunkDecoder::Serves(const DeviceSession* session) const {
-    return session == m_sessionAddress && !m_session.expired();
-}
-
-void DeviceChunkDecoder::Decode(const uint8_t* payload, size_t payloadSize, size_t imageSize, ChunkData& values,
-                                ChunkCrc& crc) const {
-    std::shared_ptr<DeviceSession> session = m_session.lock();
-    if (!session)
-        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + m_cameraName +
-                                                " was closed: its images' chunk data can no longer be decoded");
+bool DeviceChunkDecoder::ChunkStart(const uint8_t* payload, size_t payloadSize, size_t imageSize, size_t& begin) {
     // The first chunk starts the payload; when it is the image, only what
     // follows it is copied.
     size_t first = 0, firstLength = 0;
@@ -82,9 +73,44 @@ void DeviceChunkDecoder::Decode(const uint8_t* payload, size_t payloadSize, size
             return true;
         }) ||
         !any)
-        return;  // no consistent chunk layout: nothing to decode
+        return false;
+    begin = (first == 0 && firstLength >= imageSize && imageSize > 0) ? firstLength + kChunkTrailerBytes : 0;
+    return true;
+}
+
+bool DeviceChunkDecoder::ReadCrc(const uint8_t* payload, size_t payloadSize, size_t imageSize, uint32_t& crc) const {
+    if (!m_crc) return false;
+    std::shared_ptr<DeviceSession> session = m_session.lock();
+    if (!session)
+        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + m_cameraName + " was closed");
     size_t begin = 0;
-    if (first == 0 && firstLength >= imageSize && imageSize > 0) begin = firstLength + kChunkTrailerBytes;
+    if (!ChunkStart(payload, payloadSize, imageSize, begin)) return false;
+    GenApi::impl::ArvNodeMap& map = session->NodeMap();
+    NodeMapBase::MapLock lock(map);
+    m_crcChunks.assign(payload + begin, payload + payloadSize);
+    map.AttachChunkData(m_crcChunks.data(), m_crcChunks.size());
+    int64_t value = 0;
+    const bool found = ReadNumber(m_crc, value);
+    if (m_attached)
+        map.AttachChunkData(m_chunks.data(), m_chunks.size());
+    else
+        map.DetachChunkData();
+    crc = static_cast<uint32_t>(value);
+    return found;
+}
+
+bool DeviceChunkDecoder::Serves(const DeviceSession* session) const {
+    return session == m_sessionAddress && !m_session.expired();
+}
+
+void DeviceChunkDecoder::Decode(const uint8_t* payload, size_t payloadSize, size_t imageSize, ChunkData& values,
+                                ChunkCrc& crc) const {
+    std::shared_ptr<DeviceSession> session = m_session.lock();
+    if (!session)
+        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + m_cameraName +
+                                                " was closed: its images' chunk data can no longer be decoded");
+    size_t begin = 0;
+    if (!ChunkStart(payload, payloadSize, imageSize, begin)) return;  // no chunk layout: nothing to decode
 
     GenApi::impl::ArvNodeMap& map = session->NodeMap();
     NodeMapBase::MapLock lock(map);

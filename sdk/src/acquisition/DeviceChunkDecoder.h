@@ -42,6 +42,11 @@ public:
 
     bool Serves(const DeviceSession* session) const;
 
+    // The value of the payload's CRC chunk (ChunkCRC), for the stream's CRC
+    // check (StreamCRCCheckEnable); false when the payload has none. Leaves
+    // the node map's chunk data as it was. Raises like Decode.
+    bool ReadCrc(const uint8_t* payload, size_t payloadSize, size_t imageSize, uint32_t& crc) const;
+
 private:
     std::weak_ptr<DeviceSession> m_session;
     const DeviceSession* m_sessionAddress;
@@ -50,7 +55,11 @@ private:
     GenApi::INode* m_integers[ChunkData::IntegerItemCount];
     GenApi::INode* m_floats[ChunkData::FloatItemCount];
     GenApi::INode* m_crc = nullptr;
+    // Where the chunks after the image start; false without a chunk layout.
+    static bool ChunkStart(const uint8_t* payload, size_t payloadSize, size_t imageSize, size_t& begin);
+
     mutable std::vector<uint8_t> m_chunks;  // the attached copy; node map lock
+    mutable std::vector<uint8_t> m_crcChunks;  // ReadCrc's copy; node map lock
     mutable bool m_attached = false;        // node map lock
 };
 

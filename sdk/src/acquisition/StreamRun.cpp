@@ -7,10 +7,12 @@
 #include <limits>
 #include <string>
 
+#include "acquisition/DeviceChunkDecoder.h"
 #include "acquisition/ImageLeasePool.h"
 #include "camera/DeviceSession.h"
 #include "core/Raise.h"
 #include "image/ChunkLayout.h"
+#include "image/Crc32.h"
 #include "image/PixelFormatInfo.h"
 
 namespace Orvane {
@@ -20,9 +22,8 @@ using GenApi::impl::NodeMapBase;
 
 namespace {
 
-// The delivery thread wakes at least this often (end of the run, lost device,
-// statistics).
-constexpr guint64 kPopTimeoutUs = 20000;
+// The delivery thread looks at the stream this often (statistics, lost device).
+constexpr auto kWatchPeriod = std::chrono::milliseconds(20);
 // Timeouts above this many milliseconds (about 35 years) wait forever.
 constexpr uint64_t kLongestTimeoutMs = uint64_t(1) << 40;
 
@@ -115,16 +116,17 @@ void StreamRun::Open() {
     {
         NodeMapBase::MapLock lock(session.NodeMap());
         GError* error = nullptr;
-        m_stream = arv_device_create_stream(session.Device(), nullptr, nullptr, &error);
-        if (!m_stream) {
+        ArvStream* stream = arv_device_create_stream(session.Device(), &StreamRun::StreamCallback, this, &error);
+        m_stream.store(stream);
+        if (!stream) {
             const std::string message = error && error->message ? error->message : "unknown error";
             if (error) g_error_free(error);
             ORV_RAISE(ORVANE_ERR_IO, "camera " + m_config.cameraName + ": cannot open its stream: " + message);
         }
         if (error) g_error_free(error);
-        if (ARV_IS_GV_STREAM(m_stream)) {
+        if (ARV_IS_GV_STREAM(stream)) {
             const guint timeoutUs = static_cast<guint>(std::max<int64_t>(1, m_config.packetTimeoutMs) * 1000);
-            g_object_set(m_stream, "packet-resend",
+            g_object_set(stream, "packet-resend",
                          m_config.packetResend ? ARV_GV_STREAM_PACKET_RESEND_ALWAYS : ARV_GV_STREAM_PACKET_RESEND_NEVER,
                          "packet-timeout", timeoutUs, nullptr);
         }
@@ -132,11 +134,12 @@ void StreamRun::Open() {
     static const char* const names[InfoCount] = {"n_underruns",        "n_missing_frames", "n_received_packets",
                                                   "n_missing_packets",  "n_resend_requests", "n_resent_packets",
                                                   "n_duplicated_packets", "n_timeouts"};
-    const guint n = arv_stream_get_n_infos(m_stream);
+    ArvStream* stream = m_stream.load();
+    const guint n = arv_stream_get_n_infos(stream);
     for (guint i = 0; i < n; ++i) {
-        const char* name = arv_stream_get_info_name(m_stream, i);
+        const char* name = arv_stream_get_info_name(stream, i);
         for (int k = 0; k < InfoCount; ++k)
-            if (name && std::strcmp(name, names[k]) == 0 && arv_stream_get_info_type(m_stream, i) == G_TYPE_UINT64)
+            if (name && std::strcmp(name, names[k]) == 0 && arv_stream_get_info_type(stream, i) == G_TYPE_UINT64)
                 m_infoIds[k] = static_cast<int>(i);
     }
     m_stats.announcedBuffers.store(m_config.bufferCount);
@@ -152,9 +155,10 @@ void StreamRun::EndWaits() {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_ended = true;
+        m_stopDelivery = true;
     }
     m_ready.notify_all();
-    m_stopDelivery.store(true, std::memory_order_release);
+    m_watch.notify_all();
     if (m_delivery.joinable()) m_delivery.join();
 }
 
@@ -165,10 +169,12 @@ void StreamRun::DestroyStream() {
         while (!m_queue.Empty()) m_queue.PopFront();
         m_withStream = 0;
     }
-    if (m_stream) {
+    if (ArvStream* stream = m_stream.load()) {
+        // Joins the stream's thread, which may still be in StreamCallback
+        // (it finds the run ended and leaves the buffer alone).
         NodeMapBase::MapLock lock(m_config.session->NodeMap());
-        g_object_unref(m_stream);
-        m_stream = nullptr;
+        g_object_unref(stream);
+        m_stream.store(nullptr);
     }
     m_stats.inputBuffers.store(0);
     m_stats.outputBuffers.store(0);
@@ -194,7 +200,7 @@ void StreamRun::RequeueLocked(StreamSlot& slot) {
     arv_buffer_set_timestamp(buffer, 0);
     slot.HandOff();
     g_object_ref(buffer);
-    arv_stream_push_buffer(m_stream, buffer);
+    arv_stream_push_buffer(m_stream.load(), buffer);
     ++m_withStream;
     m_stats.inputBuffers.store(m_withStream, std::memory_order_relaxed);
 }
@@ -211,20 +217,30 @@ void StreamRun::ReturnBuffer(std::shared_ptr<void> storage) {
 
 void StreamRun::DeliveryLoop() {
     pthread_setname_np(pthread_self(), "orv-deliver");
-    while (!m_stopDelivery.load(std::memory_order_acquire)) {
-        ArvBuffer* buffer = arv_stream_timeout_pop_buffer(m_stream, kPopTimeoutUs);
-        if (buffer) OnBuffer(buffer);
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_stopDelivery) {
+        m_watch.wait_for(lock, kWatchPeriod);
+        if (m_stopDelivery) break;
+        lock.unlock();
+        // A buffer the stream completed without telling (Aravis has such
+        // paths) is taken here.
+        while (ArvBuffer* stray = arv_stream_try_pop_buffer(m_stream.load())) OnBuffer(stray);
         UpdateTransportStatistics();
-        if (m_config.session->ControlLost()) {
-            bool wake = false;
-            {
-                std::lock_guard<std::mutex> lock(m_mutex);
-                wake = !m_lost;
-                m_lost = true;
-            }
-            if (wake) m_ready.notify_all();
+        const bool lost = m_config.session->ControlLost();
+        lock.lock();
+        if (lost && !m_lost) {
+            m_lost = true;
+            m_ready.notify_all();
         }
     }
+}
+
+void StreamRun::StreamCallback(void* run, ArvStreamCallbackType type, ArvBuffer*) {
+    if (type != ARV_STREAM_CALLBACK_TYPE_BUFFER_DONE) return;
+    auto* self = static_cast<StreamRun*>(run);
+    // The buffer is in the output queue already; nobody else pops it, so
+    // each completion takes exactly the buffer it announces.
+    if (ArvBuffer* buffer = arv_stream_try_pop_buffer(self->m_stream.load())) self->OnBuffer(buffer);
 }
 
 void StreamRun::RecordFromBuffer(ArvBuffer* buffer, StreamSlot& slot) {
@@ -275,20 +291,21 @@ void StreamRun::OnBuffer(ArvBuffer* buffer) {
     slot->HandOff();
     if (!m_config.isVirtual) RecordFromBuffer(buffer, *slot);
     const bool carriesFrame = slot->record.produced;
-    if (!m_config.isVirtual && carriesFrame) {
-        // Gaps in the frame IDs are frames that never arrived (no buffer, or
-        // lost on the way). 16-bit block IDs wrap from 65535 to 1.
-        const uint64_t id = slot->record.frameId;
-        if (m_lastFrameId != 0 && id != 0) {
-            if (id > m_lastFrameId)
-                m_gapFrames += id - m_lastFrameId - 1;
-            else if (m_lastFrameId <= 0xFFFF && id <= 0xFFFF)
-                m_gapFrames += (0xFFFF - m_lastFrameId) + (id - 1);
-        }
-        if (id != 0) m_lastFrameId = id;
-    }
     {
         std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_config.isVirtual && carriesFrame) {
+            // Gaps in the frame IDs are frames that never arrived (no buffer,
+            // or lost on the way). 16-bit block IDs wrap from 65535 to 1.
+            const uint64_t id = slot->record.frameId;
+            if (m_lastFrameId != 0 && id != 0) {
+                if (id > m_lastFrameId)
+                    m_gapFrames += id - m_lastFrameId - 1;
+                else if (m_lastFrameId <= 0xFFFF && id <= 0xFFFF)
+                    m_gapFrames += (0xFFFF - m_lastFrameId) + (id - 1);
+            }
+            if (id != 0) m_lastFrameId = id;
+            Relaxed(m_stats.lostFrames, m_gapFrames);
+        }
         --m_withStream;
         m_stats.inputBuffers.store(m_withStream, std::memory_order_relaxed);
         if (m_ended) return;
@@ -296,6 +313,7 @@ void StreamRun::OnBuffer(ArvBuffer* buffer) {
             // A virtual camera's buffer that came back empty (the frame did
             // not fit it): nothing to deliver.
             ++m_discarded;
+            Relaxed(m_stats.lostFrames, m_discarded);
             RequeueLocked(*slot);
             return;
         }
@@ -327,16 +345,33 @@ void StreamRun::OnBuffer(ArvBuffer* buffer) {
     m_ready.notify_one();
 }
 
-void StreamRun::UpdateTransportStatistics() {
-    if (m_config.isVirtual) {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        Relaxed(m_stats.lostFrames, m_discarded);
-        return;
+void StreamRun::CheckCrc(StreamSlot& slot) {
+    FrameRecord& r = slot.record;
+    if (r.status != IMAGE_STATUS_OK) return;
+    const PixelFormatInfo* info = FindPixelFormatByPfnc(r.pixelFormat);
+    const size_t payload = std::min(r.validPayloadSize, slot.Capacity());
+    if (!info) return;
+    const size_t imageSize = PackedImageBytes(*info, r.width, r.height);
+    if (imageSize >= payload) return;  // no chunks
+    uint32_t expected = 0;
+    try {
+        if (!m_config.crcChecker->ReadCrc(slot.Data(), payload, imageSize, expected)) return;
+    } catch (const Exception&) {
+        return;  // the camera was closed
     }
-    auto info = [this](Info which) -> uint64_t {
-        return m_infoIds[which] >= 0 ? arv_stream_get_info_uint64(m_stream, static_cast<guint>(m_infoIds[which])) : 0;
+    if (Crc32(slot.Data(), imageSize) != expected) {
+        r.status = IMAGE_STATUS_CRC_FAILED;
+        m_stats.receivedFrames.fetch_sub(1, std::memory_order_relaxed);
+        Bump(m_stats.incompleteFrames);
+    }
+}
+
+void StreamRun::UpdateTransportStatistics() {
+    if (m_config.isVirtual) return;  // a virtual camera has no packets
+    ArvStream* stream = m_stream.load();
+    auto info = [this, stream](Info which) -> uint64_t {
+        return m_infoIds[which] >= 0 ? arv_stream_get_info_uint64(stream, static_cast<guint>(m_infoIds[which])) : 0;
     };
-    Relaxed(m_stats.lostFrames, m_gapFrames);
     Relaxed(m_stats.receivedPackets, info(InfoReceivedPackets));
     Relaxed(m_stats.missedPackets, info(InfoMissingPackets));
     Relaxed(m_stats.resendRequests, info(InfoResendRequests));
@@ -386,6 +421,7 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
         ORV_RAISE(ORVANE_ERR_TIMEOUT, "camera " + m_config.cameraName + ": no image arrived within " +
                                           std::to_string(timeoutMs) + " ms");
     }
+    if (m_config.crcChecker) CheckCrc(*slot);
     ImagePtr image = m_config.pool->NewImage();
     ImageAccess::Attach(*image, MetadataOf(slot->record), slot->Data(), slot->record.payloadSize,
                         std::shared_ptr<void>(m_slots[slot->Index()]), shared_from_this(), m_config.chunkDecoder);

@@ -27,7 +27,8 @@
 //     being the larger of the AcquisitionFrameRate period and the exposure
 //     time when AcquisitionFrameRateEnable is on, else the exposure time
 //     (1 ms at least); triggered frames start at least one exposure time
-//     apart.
+//     apart. Frames keep to a schedule (no drift), each starting at most an
+//     eighth of a period before its time.
 // AcquisitionStop lets the frame being made finish; AcquisitionAbort discards
 // it. Both, like AcquisitionStart, clear the AcquisitionStart register (the
 // fake camera's acquisition register) and their own register.
