@@ -242,6 +242,15 @@ ImagePtr Acquisition::Next(uint64_t timeoutMs, uint64_t streamIndex) {
     return run->Next(timeoutMs);
 }
 
+void Acquisition::Signal(uint32_t signal) {
+    std::shared_ptr<VirtualStreamEngine> engine;
+    {
+        std::lock_guard<std::mutex> lock(m_runMutex);
+        engine = m_runEngine;
+    }
+    if (engine) engine->Signal(signal);
+}
+
 ImageList Acquisition::NextSync(uint64_t timeoutMs) {
     ImageList list;
     list.PushBack(Next(timeoutMs, 0));

@@ -64,6 +64,12 @@ public:
     void End();
     ImagePtr Next(uint64_t timeoutMs, uint64_t streamIndex);
     ImageList NextSync(uint64_t timeoutMs);
+    // A signal reached the camera (a [signals] register value of the virtual
+    // camera's description, e.g. Action0 from an action command): a virtual
+    // camera fires the triggers whose source it is. Nothing for other
+    // cameras, nor while no acquisition runs (triggers need a running
+    // acquisition anyway).
+    void Signal(uint32_t signal);
 
     // AcquisitionHooks
     bool IsStreaming() const override;

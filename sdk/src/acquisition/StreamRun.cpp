@@ -135,6 +135,9 @@ void StreamRun::Open() {
                                                   "n_missing_packets",  "n_resend_requests", "n_resent_packets",
                                                   "n_duplicated_packets", "n_timeouts"};
     ArvStream* stream = m_stream.load();
+    // USB3 Vision streams complete buffers without a callback in their
+    // asynchronous mode: the delivery thread pops those itself.
+    m_popsItself = ARV_IS_UV_STREAM(stream);
     const guint n = arv_stream_get_n_infos(stream);
     for (guint i = 0; i < n; ++i) {
         const char* name = arv_stream_get_info_name(stream, i);
@@ -219,8 +222,19 @@ void StreamRun::DeliveryLoop() {
     pthread_setname_np(pthread_self(), "orv-deliver");
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopDelivery) {
-        m_watch.wait_for(lock, kWatchPeriod);
+        if (m_popsItself) {
+            lock.unlock();
+            if (ArvBuffer* buffer = arv_stream_timeout_pop_buffer(
+                    m_stream.load(), std::chrono::duration_cast<std::chrono::microseconds>(kWatchPeriod).count()))
+                OnBuffer(buffer);
+            lock.lock();
+        } else {
+            m_watch.wait_for(lock, kWatchPeriod);
+        }
         if (m_stopDelivery) break;
+        const auto now = std::chrono::steady_clock::now();
+        if (now < m_nextWatch) continue;
+        m_nextWatch = now + kWatchPeriod;
         lock.unlock();
         // A buffer the stream completed without telling (Aravis has such
         // paths) is taken here.
@@ -238,6 +252,7 @@ void StreamRun::DeliveryLoop() {
 void StreamRun::StreamCallback(void* run, ArvStreamCallbackType type, ArvBuffer*) {
     if (type != ARV_STREAM_CALLBACK_TYPE_BUFFER_DONE) return;
     auto* self = static_cast<StreamRun*>(run);
+    if (self->m_popsItself) return;
     // The buffer is in the output queue already; nobody else pops it, so
     // each completion takes exactly the buffer it announces.
     if (ArvBuffer* buffer = arv_stream_try_pop_buffer(self->m_stream.load())) self->OnBuffer(buffer);

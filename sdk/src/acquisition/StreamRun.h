@@ -43,7 +43,9 @@
 // Threads and locks (owner: the camera's Acquisition, which opens and closes
 // the run):
 //   - Aravis's receiving thread runs OnBuffer (the stream's BUFFER_DONE
-//     callback): short work under m_mutex only, never the node map's lock;
+//     callback): short work under m_mutex only, never the node map's lock.
+//     USB3 Vision streams complete buffers without that callback; for them
+//     the delivery thread pops the buffers and runs OnBuffer;
 //   - the delivery thread ("orv-deliver"), started by Open and joined by
 //     Close, keeps watch: every 20 ms it copies the transport's counters into
 //     the stream statistics, notices a lost device (waking the callers
@@ -62,6 +64,7 @@
 #include <arv.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -156,6 +159,10 @@ private:
     std::condition_variable m_ready;      // callers waiting in Next
     std::condition_variable m_watch;      // the delivery thread's pause
     bool m_stopDelivery = false;
+    // Set by Open before any buffer is queued: the delivery thread pops the
+    // completed buffers itself (streams without completion callbacks).
+    std::atomic<bool> m_popsItself{false};
+    std::chrono::steady_clock::time_point m_nextWatch{};  // delivery thread only
     FrameQueue m_queue;
     int64_t m_withStream = 0;             // buffers in the stream's hands (queued or being filled)
     bool m_ended = false;
