@@ -100,6 +100,11 @@ ORVANE_C_API orvError orvImageListGetByPixelFormat(orvImageList list, orvPixelFo
 ORVANE_C_API orvError orvImageListRemoveByPixelFormat(orvImageList list, orvPixelFormat pixelFormat);
 /* Hands every camera image of the list back to its stream and empties it. */
 ORVANE_C_API orvError orvImageListRelease(orvImageList list);
+/* Writes the list's images with their metadata and chunk data to an image
+ * list file; the file name is not checked (a null one fails in the SDK). */
+ORVANE_C_API orvError orvImageListSave(orvImageList list, const char* fileName);
+/* Reads an image list file into a new list handle, which the caller destroys. */
+ORVANE_C_API orvError orvImageListLoad(orvImageList* list, const char* fileName);
 
 /* Interfaces ------------------------------------------------------------- */
 ORVANE_C_API orvError orvInterfaceUpdateCameras(orvInterface interfaceHandle, bool8_t* changed);
@@ -161,6 +166,80 @@ ORVANE_C_API orvError orvImageGetStride(orvImage image, size_t* stride);
 ORVANE_C_API orvError orvImageGetPixelFormatName(orvImage image, char* buffer, size_t* length);
 /* Takes a status value, not an image; a null buffer asks for the length. */
 ORVANE_C_API orvError orvImageGetStatusDescription(orvImageStatus status, char* buffer, size_t* length);
+/* Computes the statistics of the channels enabled in `statistics`. */
+ORVANE_C_API orvError orvImageCalculateStatistics(orvImage image, orvImageStatistics statistics);
+
+/* Saving images ---------------------------------------------------------- */
+/* Writes the image in `format` (ORV_FILE_FORMAT_FROM_EXT: from the file name's
+ * extension). Formats a file cannot store are converted first where the
+ * result is clear (mono to 8/16-bit grey, Bayer/YUV to RGB); others fail with
+ * ORVANE_ERR_NOT_SUPPORTED. No partial file is ever left. */
+ORVANE_C_API orvError orvImageSave(orvImage image, const char* fileName, orvImageFileFormat format);
+ORVANE_C_API orvError orvImageSaveFromExt(orvImage image, const char* fileName);
+/* One format with its options (see OrvaneImageFileOptions.h; the orv*OptionInit
+ * functions fill the defaults), whatever the extension. */
+ORVANE_C_API orvError orvImageSavePng(orvImage image, const char* fileName, const orvPNGOption* option);
+ORVANE_C_API orvError orvImageSavePpm(orvImage image, const char* fileName, const orvPPMOption* option);
+ORVANE_C_API orvError orvImageSavePgm(orvImage image, const char* fileName, const orvPGMOption* option);
+ORVANE_C_API orvError orvImageSaveTiff(orvImage image, const char* fileName, const orvTIFFOption* option);
+ORVANE_C_API orvError orvImageSaveJpeg(orvImage image, const char* fileName, const orvJPEGOption* option);
+ORVANE_C_API orvError orvImageSaveJpg2(orvImage image, const char* fileName, const orvJPEG2000Option* option);
+ORVANE_C_API orvError orvImageSaveBmp(orvImage image, const char* fileName, const orvBMPOption* option);
+
+/* Image processor -------------------------------------------------------- */
+ORVANE_C_API orvError orvImageProcessorCreate(orvImageProcessor* processor);
+ORVANE_C_API orvError orvImageProcessorDestroy(orvImageProcessor processor);
+ORVANE_C_API orvError orvImageProcessorSetColorProcessing(orvImageProcessor processor,
+                                                          orvColorProcessingAlgorithm algorithm);
+ORVANE_C_API orvError orvImageProcessorGetColorProcessing(orvImageProcessor processor,
+                                                          orvColorProcessingAlgorithm* algorithm);
+/* Threads per conversion (0: as many as the machine has). */
+ORVANE_C_API orvError orvImageProcessorSetNumDecompressionThreads(orvImageProcessor processor, unsigned int count);
+ORVANE_C_API orvError orvImageProcessorGetNumDecompressionThreads(orvImageProcessor processor, unsigned int* count);
+/* Replaces the destination's image (one the caller created) with the source
+ * converted to pixelFormat. A null destination is a parameter error. */
+ORVANE_C_API orvError orvImageProcessorConvert(orvImageProcessor processor, orvImage source, orvImage destination,
+                                               orvPixelFormat pixelFormat);
+/* Converts every image of the list and stacks them, first on top, into the
+ * destination (the images must have one width). */
+ORVANE_C_API orvError orvImageProcessorConvertImageList(orvImageProcessor processor, orvImageList source,
+                                                        orvImage destination, orvPixelFormat pixelFormat);
+/* Gamma correction; inverse non-zero applies 1/gamma (encoding: 2.2 brightens
+ * mid-tones), zero applies gamma as given. */
+ORVANE_C_API orvError orvImageProcessorApplyGamma(orvImageProcessor processor, orvImage source, orvImage destination,
+                                                  float gamma, bool8_t inverse);
+
+/* Image statistics ------------------------------------------------------- */
+/* Per channel: range of values found, range the pixel format allows, number of
+ * distinct values, mean and a 256-bin histogram (owned by the statistics
+ * object). Enable channels, run orvImageCalculateStatistics, then read them;
+ * a disabled channel gives ORVANE_ERR_NOT_AVAILABLE. */
+ORVANE_C_API orvError orvImageStatisticsCreate(orvImageStatistics* statistics);
+ORVANE_C_API orvError orvImageStatisticsDestroy(orvImageStatistics statistics);
+ORVANE_C_API orvError orvImageStatisticsEnableAll(orvImageStatistics statistics);
+ORVANE_C_API orvError orvImageStatisticsDisableAll(orvImageStatistics statistics);
+ORVANE_C_API orvError orvImageStatisticsEnableGreyOnly(orvImageStatistics statistics);
+ORVANE_C_API orvError orvImageStatisticsEnableRgbOnly(orvImageStatistics statistics);
+ORVANE_C_API orvError orvImageStatisticsEnableHslOnly(orvImageStatistics statistics);
+ORVANE_C_API orvError orvImageStatisticsGetChannelStatus(orvImageStatistics statistics, orvStatisticsChannel channel,
+                                                         bool8_t* enabled);
+ORVANE_C_API orvError orvImageStatisticsSetChannelStatus(orvImageStatistics statistics, orvStatisticsChannel channel,
+                                                         bool8_t enable);
+ORVANE_C_API orvError orvImageStatisticsGetRange(orvImageStatistics statistics, orvStatisticsChannel channel,
+                                                 unsigned int* min, unsigned int* max);
+ORVANE_C_API orvError orvImageStatisticsGetPixelValueRange(orvImageStatistics statistics,
+                                                           orvStatisticsChannel channel, unsigned int* min,
+                                                           unsigned int* max);
+ORVANE_C_API orvError orvImageStatisticsGetNumPixelValues(orvImageStatistics statistics, orvStatisticsChannel channel,
+                                                          unsigned int* count);
+ORVANE_C_API orvError orvImageStatisticsGetMean(orvImageStatistics statistics, orvStatisticsChannel channel,
+                                                float* mean);
+ORVANE_C_API orvError orvImageStatisticsGetHistogram(orvImageStatistics statistics, orvStatisticsChannel channel,
+                                                     int** histogram);
+ORVANE_C_API orvError orvImageStatisticsGetAll(orvImageStatistics statistics, orvStatisticsChannel channel,
+                                               unsigned int* rangeMin, unsigned int* rangeMax,
+                                               unsigned int* pixelValueMin, unsigned int* pixelValueMax,
+                                               unsigned int* numPixelValues, float* mean, int** histogram);
 
 /* Cameras ---------------------------------------------------------------- */
 /* Opens the device for control (a no-op when it is open already). */

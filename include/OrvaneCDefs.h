@@ -10,6 +10,7 @@
 #include <stdint.h>
 
 #include "Orvane/ErrorCodes.h"
+#include "OrvaneImageFileOptions.h"
 
 #if defined(__GNUC__)
 #define ORVANE_C_API __attribute__((visibility("default")))
@@ -183,6 +184,17 @@ typedef enum _orvColorProcessingAlgorithm {
     ORV_COLOR_PROCESSING_GRADIENT_CORRECTED = 5,
     ORV_COLOR_PROCESSING_DIRECTIONAL = 6
 } orvColorProcessingAlgorithm;
+
+/* Channels of image statistics. */
+typedef enum _orvStatisticsChannel {
+    ORV_STATISTICS_CHANNEL_GREY = 0,
+    ORV_STATISTICS_CHANNEL_RED = 1,
+    ORV_STATISTICS_CHANNEL_GREEN = 2,
+    ORV_STATISTICS_CHANNEL_BLUE = 3,
+    ORV_STATISTICS_CHANNEL_HUE = 4,
+    ORV_STATISTICS_CHANNEL_SATURATION = 5,
+    ORV_STATISTICS_CHANNEL_LIGHTNESS = 6
+} orvStatisticsChannel;
 
 /* Called when a node (or a node it depends on) changed. The handle is valid
  * only during the call. Runs on the thread that made the change, after the

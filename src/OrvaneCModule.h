@@ -28,8 +28,7 @@ inline orvObject* CachedNodeMap(orvObject* parent, const char* key, GetNodeMap&&
     boost::lock_guard<boost::mutex> lock(parent->guard);
     auto it = parent->children.find(key);
     if (it != parent->children.end()) return it->second;
-    orvObject* map = newRecord(ORV_HANDLE_NODEMAP);
-    map->target = static_cast<void*>(&get());
+    orvObject* map = BuildRecord(ORV_HANDLE_NODEMAP, [&](orvObject* r) { r->target = static_cast<void*>(&get()); });
     parent->children.emplace(key, map);
     return map;
 }

@@ -200,3 +200,24 @@ orvError orvImageListRelease(orvImageList list) {
         return ORV_OK;
     });
 }
+
+orvError orvImageListSave(orvImageList list, const char* fileName) {
+    return OrvaneCFrame([&] {
+        CheckNullHandle(list);
+        checkObjectType(ORV_HANDLE_IMAGE_LIST, list);
+        AsList<ImageList>(list)->Save(fileName);  // the name reaches the SDK as given
+        return ORV_OK;
+    });
+}
+
+orvError orvImageListLoad(orvImageList* list, const char* fileName) {
+    return OrvaneCFrame([&] {
+        CheckNullParam(list);
+        *list = BuildRecord(ORV_HANDLE_IMAGE_LIST, [&](orvObject* r) {
+            ImageList* loaded = new ImageList();
+            r->target = loaded;
+            *loaded = ImageList::Load(fileName);
+        });
+        return ORV_OK;
+    });
+}

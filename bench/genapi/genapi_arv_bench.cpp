@@ -6,12 +6,15 @@
 
 #include <arv.h>
 
+#include <vector>
+
 #include "Orvane/Camera.h"
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
 #include "camera/CameraControl.h"
 #include "system/CameraCore.h"
+#include "virtual/VirtualCameraRegisters.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -88,6 +91,22 @@ void OrvaneEnumerationGetIntValueIgnoreCache(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(n->GetIntValue(false, true));
 }
 
+// Attaching one frame's chunk data (every chunk of the virtual camera, a
+// 64 KiB image chunk first), as the acquisition does for each image.
+void OrvaneAttachChunkData(benchmark::State& state) {
+    namespace vcam = Orvane::internal::vcam;
+    std::vector<uint8_t> data;
+    auto append = [&](uint32_t id, size_t length) {
+        data.resize(data.size() + length, 0x5A);
+        for (uint32_t v : {id, static_cast<uint32_t>(length)})
+            for (int i = 3; i >= 0; --i) data.push_back(static_cast<uint8_t>(v >> (8 * i)));
+    };
+    for (const vcam::ChunkInfo& c : vcam::kChunks) append(c.id, c.id == vcam::chunk::Image ? 65536 : c.length);
+    auto& map = S().camera->Core().Control().Session()->NodeMap();
+    for (auto _ : state) map.AttachChunkData(data.data(), data.size());
+    map.DetachChunkData();
+}
+
 void OrvaneGetNode(benchmark::State& state) {
     INodeMap* map = S().map;
     const GenICam::gcstring name("ExposureTime");
@@ -109,6 +128,7 @@ BENCHMARK(OrvaneFloatGetValueIgnoreCache);
 BENCHMARK(AravisEnumerationGetIntValue);
 BENCHMARK(OrvaneEnumerationGetIntValue);
 BENCHMARK(OrvaneEnumerationGetIntValueIgnoreCache);
+BENCHMARK(OrvaneAttachChunkData);
 BENCHMARK(OrvaneGetNode);
 BENCHMARK(AravisGetNode);
 

@@ -1,4 +1,8 @@
 // Images the caller creates, image lists, and the two image kinds.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -202,6 +206,66 @@ TEST_F(ImageTest, ImageLists) {
         delete static_cast<Orvane::ImagePtr*>(static_cast<orvObject*>(h)->target);
         delete static_cast<orvObject*>(h);
     }
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ImageTest, ImageListFilesRoundTrip) {
+    char dir[] = "/tmp/orvane-capi-XXXXXX";
+    ASSERT_NE(mkdtemp(dir), nullptr);
+    const std::string file = std::string(dir) + "/frames.orvlist";
+    orvImageList list = nullptr;
+    ASSERT_EQ(orvImageListCreateEmpty(&list), ORVANE_ERR_SUCCESS);
+    Orvane::ImageList* sdk = static_cast<Orvane::ImageList*>(static_cast<orvObject*>(list)->target);
+    std::vector<uint8_t> mono = {1, 2, 3, 4, 5, 6, 7, 8, 0xC0, 0xFF, 0xEE, 0x01};  // 8 pixels + 4 chunk bytes
+    sdk->PushBack(Orvane::Image::Create(4, 2, 3, 5, Orvane::PixelFormat_Mono8, mono.data(), Orvane::PayloadType_ChunkData,
+                                        mono.size()));
+    sdk->PushBack(Orvane::Image::Create(3, 1, 0, 0, Orvane::PixelFormat_RGB8));
+    ASSERT_EQ(orvImageListSave(list, file.c_str()), ORVANE_ERR_SUCCESS);
+    orvImageList loaded = nullptr;
+    ASSERT_EQ(orvImageListLoad(&loaded, file.c_str()), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(static_cast<orvObject*>(loaded)->tag, ORV_HANDLE_IMAGE_LIST);
+    const Orvane::ImageList& back = *static_cast<Orvane::ImageList*>(static_cast<orvObject*>(loaded)->target);
+    ASSERT_EQ(back.GetSize(), 2u);
+    Orvane::ImagePtr first = back[0];
+    EXPECT_EQ(first->GetWidth(), 4u);
+    EXPECT_EQ(first->GetHeight(), 2u);
+    EXPECT_EQ(first->GetOffsetX(), 3u);
+    EXPECT_EQ(first->GetOffsetY(), 5u);
+    EXPECT_EQ(first->GetPixelFormat(), Orvane::PixelFormat_Mono8);
+    EXPECT_EQ(first->GetTLPayloadType(), Orvane::PayloadType_ChunkData);
+    EXPECT_EQ(first->GetPayloadType(), 0x4001u);
+    EXPECT_EQ(first->GetSize(), 8u);
+    EXPECT_EQ(std::memcmp(first->GetData(), mono.data(), 8), 0);
+    size_t chunkSize = 0;
+    const uint8_t* chunk = first->GetChunkBytes(&chunkSize);
+    ASSERT_EQ(chunkSize, 4u);
+    EXPECT_EQ(std::memcmp(chunk, mono.data() + 8, 4), 0);
+    EXPECT_EQ(back[1]->GetPixelFormat(), Orvane::PixelFormat_RGB8);
+    EXPECT_EQ(back[1]->GetSize(), 9u);
+    // A damaged file: the exact code, nothing written to the out-pointer.
+    {
+        FILE* f = std::fopen(file.c_str(), "r+b");
+        ASSERT_NE(f, nullptr);
+        std::fseek(f, 100, SEEK_SET);
+        std::fputc(0x5A, f);
+        std::fclose(f);
+    }
+    orvImageList bad = reinterpret_cast<orvImageList>(0x1);
+    EXPECT_EQ(orvImageListLoad(&bad, file.c_str()), ORVANE_ERR_CORRUPT_DATA);
+    EXPECT_EQ(bad, reinterpret_cast<orvImageList>(0x1));
+    EXPECT_EQ(orvImageListLoad(&bad, (std::string(dir) + "/missing").c_str()), ORVANE_ERR_IO);
+    EXPECT_EQ(orvImageListLoad(&bad, nullptr), ORVANE_ERR_IO);
+    EXPECT_EQ(orvImageListLoad(nullptr, file.c_str()), ORVANE_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(orvImageListSave(list, (std::string(dir) + "/no/such/dir/x").c_str()), ORVANE_ERR_IO);
+    EXPECT_NE(LastText(orvErrorGetLastMessage).find("no/such/dir/x"), std::string::npos);
+    EXPECT_EQ(orvImageListSave(nullptr, file.c_str()), ORVANE_ERR_INVALID_HANDLE);
+    EXPECT_EQ(orvImageListDestroy(loaded), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(orvImageListDestroy(list), ORVANE_ERR_SUCCESS);
+    std::remove(file.c_str());
+    rmdir(dir);
 }
 
 } // namespace

@@ -325,8 +325,8 @@ TEST_F(NodeTest, Categories) {
     ASSERT_EQ(orvCategoryGetFeatureByIndex(info, 0, &tlid), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(static_cast<orvObject*>(tlid)->tag, ORV_HANDLE_STRING_NODE);
     EXPECT_EQ(orvCategoryGetFeatureByIndex(root, 3, &info), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    EXPECT_EQ(orvCategoryReleaseNode(tlid, info), ORVANE_ERR_INVALID_HANDLE);  // not a category
     EXPECT_EQ(orvCategoryReleaseNode(info, tlid), ORVANE_ERR_SUCCESS);
-    EXPECT_EQ(orvCategoryReleaseNode(tlid, info), ORVANE_ERR_INVALID_HANDLE);
 }
 
 std::atomic<int> g_calls{0};

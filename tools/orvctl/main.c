@@ -21,6 +21,16 @@ static const OrvctlCommand kCommands[] = {
      "The value is text as `get` prints it: a number, an enumeration entry's name, true/false, ...\n"
      "A refused value is explained: the feature's range, increment, entries or access mode.",
      orvctlSet},
+    {"convert", "write the images of an image list file as image files",
+     "orvctl [options] convert LIST OUT [--convert PIXELFORMAT] [--algorithm NAME] [--format FMT]\n\n"
+     "LIST is an image list file (as `grab --save-list` writes). OUT is a directory (files image-0000.png,\n"
+     "...), or a file name (one image; several get -0000, -0001, ... before the extension).\n"
+     "--convert    pixel format to convert to first (GenICam name: Mono8, RGB8, BGR8, ...)\n"
+     "--algorithm  demosaicing for Bayer images: default, none, nearest, bilinear, edge-aware,\n"
+     "             gradient-corrected, directional\n"
+     "--format     png, jpeg, tiff, bmp, ppm, pgm, jp2 or raw (default: from OUT's extension; png\n"
+     "             into a directory)",
+     orvctlConvert},
 };
 
 static const size_t kCommandCount = sizeof kCommands / sizeof kCommands[0];

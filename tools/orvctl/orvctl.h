@@ -54,11 +54,23 @@ void orvctlCloseCamera(OrvctlCamera* camera);
 /* The device node map (tl NULL) or the transport-layer "device" or "stream" map. */
 orvNodeMapHandle orvctlSelectMap(OrvctlCamera* camera, const char* tl);
 
+/* Names: GenICam pixel format names (Mono8, BayerRG8, ...), demosaicing
+ * algorithms (bilinear, ...) and file formats (png, jpeg, ...). Each prints a
+ * message and returns 0 for an unknown name. */
+int orvctlPixelFormatByName(const char* name, orvPixelFormat* format);
+int orvctlAlgorithmByName(const char* name, orvColorProcessingAlgorithm* algorithm);
+int orvctlFileFormatByName(const char* name, orvImageFileFormat* format, const char** extension);
+int orvctlIsDirectory(const char* path);
+/* Converts into a new image the caller destroys. */
+int orvctlConvertImage(orvImageProcessor processor, orvImage image, orvPixelFormat format, orvImage* converted);
+int orvctlSaveImage(orvImage image, const char* fileName, orvImageFileFormat format);
+
 /* The commands. */
 int orvctlList(orvSystem system, int argc, char** argv);
 int orvctlInfo(orvSystem system, int argc, char** argv);
 int orvctlFeatures(orvSystem system, int argc, char** argv);
 int orvctlGet(orvSystem system, int argc, char** argv);
 int orvctlSet(orvSystem system, int argc, char** argv);
+int orvctlConvert(orvSystem system, int argc, char** argv);
 
 #endif

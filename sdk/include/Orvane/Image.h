@@ -18,11 +18,13 @@
 #include "Orvane/ChunkData.h"
 #include "Orvane/GenICam/gcstring.h"
 #include "Orvane/ImageDefs.h"
+#include "Orvane/ImageFileOptions.h"
 #include "Orvane/PixelFormatEnums.h"
 
 namespace Orvane {
 
 class Image;
+class ImageStatistics;
 typedef BasePtr<Image> ImagePtr;
 
 namespace internal {
@@ -124,8 +126,31 @@ public:
     // Bytes from one line to the next (packed formats whose lines do not end
     // on a byte: the bytes of one line, rounded up).
     size_t GetStride() const;
+    // Writes the image to a file in the format given, or (FileFormat_FromExt)
+    // the one the file name's extension names. The writers store 8/16-bit
+    // grey and RGB/BGR(a) images (see each format); other pixel formats are
+    // converted first where the result is clear: mono and packed mono to
+    // Mono8/Mono16, Bayer (demosaiced with COLOR_PROCESSING_DEFAULT), YUV and
+    // other colour formats to RGB8/RGB16, as deep as the format stores. RAW
+    // writes the image's bytes as they are; a JPEG payload saved as JPEG is
+    // written as it came. A pixel format with no such conversion raises
+    // ORVANE_ERR_NOT_SUPPORTED naming both; a file that cannot be written
+    // raises ORVANE_ERR_IO naming the file, and no partial file is left.
+    void Save(const GenICam::gcstring& fileName, ImageFileFormat format = FileFormat_FromExt) const;
+    // The same in one format with its options, whatever the extension.
+    void Save(const GenICam::gcstring& fileName, const PNGOption& option) const;
+    void Save(const GenICam::gcstring& fileName, const PPMOption& option) const;
+    void Save(const GenICam::gcstring& fileName, const PGMOption& option) const;
+    void Save(const GenICam::gcstring& fileName, const TIFFOption& option) const;
+    void Save(const GenICam::gcstring& fileName, const JPEGOption& option) const;
+    void Save(const GenICam::gcstring& fileName, const JPEG2000Option& option) const;
+    void Save(const GenICam::gcstring& fileName, const BMPOption& option) const;
+
     // Bytes after the image data, up to GetBufferSize(): the chunk data.
     const uint8_t* GetChunkBytes(size_t* size) const;
+    // Fills the enabled channels of statistics from this image (see
+    // ImageStatistics.h), using as many threads as the hardware has.
+    void CalculateStatistics(ImageStatistics& statistics) const;
 
 private:
     friend class internal::ImageAccess;

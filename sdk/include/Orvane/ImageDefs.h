@@ -8,7 +8,7 @@ namespace Orvane {
 
 // Which numbering an image's transport-layer pixel format code follows
 // (GenTL's PIXELFORMAT_NAMESPACE values).
-enum PixelFormatNamespaceID {
+enum PixelFormatNamespaceID : int {
     PixelFormatNamespace_Unknown = 0,
     PixelFormatNamespace_GEV = 1,
     PixelFormatNamespace_IIDC = 2,
@@ -18,7 +18,7 @@ enum PixelFormatNamespaceID {
 };
 
 // What a buffer carries (GenTL's PAYLOAD_TYPE values).
-enum TLPayloadType {
+enum TLPayloadType : int {
     PayloadType_Unknown = 0,
     PayloadType_Image = 1,
     PayloadType_RawData = 2,
@@ -33,7 +33,7 @@ enum TLPayloadType {
 };
 
 // Why an image is incomplete; IMAGE_STATUS_OK for a complete image.
-enum ImageStatus {
+enum ImageStatus : int {
     IMAGE_STATUS_OK = 0,
     IMAGE_STATUS_INCOMPLETE = 1,       // fewer bytes arrived than the frame holds
     IMAGE_STATUS_MISSING_PACKETS = 2,  // packets were lost and not resent in time
@@ -47,7 +47,7 @@ enum ImageStatus {
 };
 
 // Demosaicing algorithms for Bayer sources.
-enum ColorProcessingAlgorithm {
+enum ColorProcessingAlgorithm : int {
     COLOR_PROCESSING_DEFAULT = 0,              // the SDK's choice (currently bilinear)
     COLOR_PROCESSING_NONE = 1,                 // no interpolation: raw values replicated per channel
     COLOR_PROCESSING_NEAREST_NEIGHBOR = 2,     // each missing colour copied from a neighbour

@@ -31,6 +31,14 @@ public:
     // Hands every stream image back to its stream (Image::Release) and empties the list.
     void Release();
 
+    // Writes every image (data, chunk data and metadata) to an image list
+    // file (docs/image-list-format.md). The file appears whole or not at all;
+    // a failure raises ORVANE_ERR_IO naming the file.
+    void Save(const GenICam::gcstring& fileName) const;
+    // Reads an image list file; the images own their data. A damaged file
+    // raises ORVANE_ERR_CORRUPT_DATA, an unreadable one ORVANE_ERR_IO.
+    static ImageList Load(const GenICam::gcstring& fileName);
+
 private:
     std::vector<ImagePtr> m_images;
 };

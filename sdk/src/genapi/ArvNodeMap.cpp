@@ -28,7 +28,8 @@ struct Built {
     Node* node = nullptr;
     ArvDomNode* element = nullptr;
     ArvDomNode* structReg = nullptr;
-    std::vector<Node*> reads;         // nodes read to compute this one
+    std::vector<Node*> reads;         // nodes read to compute this one or its limits and access
+    std::vector<Node*> valueReads;    // nodes read to compute its value (not pMin, pMax, pInc, pIs*)
     std::vector<Node*> accessInputs;  // pIsImplemented, pIsAvailable, pIsLocked targets
     std::vector<Node*> valueTargets;  // pValue, pValueIndexed, pValueDefault targets
     std::vector<Node*> features;      // a category's pFeature targets
@@ -260,6 +261,9 @@ void ArvNodeMap::Build() {
                 if (t == ARV_GC_PROPERTY_NODE_TYPE_P_IS_IMPLEMENTED || t == ARV_GC_PROPERTY_NODE_TYPE_P_IS_AVAILABLE ||
                     t == ARV_GC_PROPERTY_NODE_TYPE_P_IS_LOCKED)
                     b.accessInputs.push_back(target);
+                else if (t != ARV_GC_PROPERTY_NODE_TYPE_P_MINIMUM && t != ARV_GC_PROPERTY_NODE_TYPE_P_MAXIMUM &&
+                         t != ARV_GC_PROPERTY_NODE_TYPE_P_INCREMENT)
+                    b.valueReads.push_back(target);
                 if (t == ARV_GC_PROPERTY_NODE_TYPE_P_VALUE) {
                     if (!b.value) b.value = target;
                     b.valueTargets.push_back(target);
@@ -282,6 +286,7 @@ void ArvNodeMap::Build() {
                 if (Node* target = FindNode(offset)) {
                     b.node->AddDependency(*target, ctReadingChildren);
                     b.reads.push_back(target);
+                    b.valueReads.push_back(target);
                 }
         if (auto* category = dynamic_cast<ArvCategoryNode*>(b.node))
             for (Node* f : b.features)
@@ -302,7 +307,9 @@ void ArvNodeMap::Build() {
     };
     std::vector<Span> spans;
     for (Built& b : built) {
-        if (b.kind != Built::Leaf) continue;
+        // Registers on chunk and event ports change together with their port
+        // (and their addresses are offsets in its data, not device addresses).
+        if (b.kind != Built::Leaf || b.port) continue;
         ArvDomNode* reg = b.structReg ? b.structReg : b.element;
         if (!ARV_IS_GC_REGISTER(reg) || !b.reads.empty()) continue;  // addresses computed from other nodes vary
         GError* error = nullptr;
@@ -381,11 +388,6 @@ void ArvNodeMap::Build() {
                 layout.kind = PortRegisterLayout::MaskedInteger;
                 layout.lsb = extra->lsb;
                 layout.msb = extra->msb;
-                if (b.structReg) {
-                    const char* regName = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(b.structReg));
-                    if (const XmlNodeExtra* reg = regName ? side.Find(regName) : nullptr) layout.bigEndian = reg->bigEndian;
-                    continue;  // a struct entry's register is its StructReg: not served (rare on data ports)
-                }
             } else if (extra->element == "FloatReg") {
                 layout.kind = PortRegisterLayout::Float;
             } else if (extra->element == "StringReg") {
@@ -462,12 +464,14 @@ void ArvNodeMap::Build() {
         } else if (b.kind == Built::Never) {
             m = NoCache;
         } else if (b.kind == Built::Computed) {
-            for (Node* r : b.reads)
+            // Only what the value is computed from counts: limits and access
+            // are read anew on every use.
+            for (Node* r : b.valueReads)
                 if (caching(index.at(r)) == NoCache) m = NoCache;
         }
         // A register behind a pIndex or pAddress that cannot be cached cannot be either.
         if (b.kind == Built::Leaf && m != NoCache)
-            for (Node* r : b.reads)
+            for (Node* r : b.valueReads)
                 if (caching(index.at(r)) == NoCache) m = NoCache;
         if (b.kind == Built::Never && b.explicitCaching >= 0) m = NoCache;
         mode[i] = m;
@@ -582,6 +586,11 @@ void ArvNodeMap::AttachChunkData(const void* data, size_t size) {
 void ArvNodeMap::DetachChunkData() {
     MapLock lock(*this);
     ClearChunkPorts();
+}
+
+bool ArvNodeMap::HasChunkData() const {
+    MapLock lock(*this);
+    return m_chunkAttached;
 }
 
 bool ArvNodeMap::FindChunk(uint64_t chunkId, const uint8_t** data, size_t* size) const {

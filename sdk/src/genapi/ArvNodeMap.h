@@ -18,11 +18,14 @@
 //
 // Caches: a node's caching mode is the XML's Cachable, else WriteThrough for
 // registers and constants and, for computed nodes, NoCache as soon as one
-// node they read is NoCache. Values of nodes whose mode is not NoCache, and
-// access modes whose inputs are all cachable, are kept until the graph
-// invalidates them (a write, InvalidateNode, InvalidateNodes, Poll, a command,
-// a port write). Whoever changes device memory behind the map's back (direct
-// ArvDevice or ArvGc calls, fake camera memory) calls InvalidateNodes.
+// node their value is computed from (pValue, pVariable, pIndex, ...; not
+// pMin, pMax, pInc or the pIs* links, read anew on every use) is NoCache.
+// Values of nodes whose mode is not NoCache, and access modes whose inputs
+// are all cachable, are kept until the graph invalidates them (a write,
+// InvalidateNode, InvalidateNodes, Poll, a command, a port write, a behaviour
+// of the device session notifying what it changed). Whoever changes device
+// memory behind the map's back (direct ArvDevice or ArvGc calls, fake camera
+// memory) calls InvalidateNodes, or NotifyChanged on the registers it changed.
 //
 // Locking: the map's recursive lock (NodeMapBase) guards every entry into
 // ArvGc. Aravis's GenICam layer has no locking of its own, so code outside
@@ -92,8 +95,11 @@ public:
     // backwards; each chunk whose ID is the ChunkID of a port of the
     // description is indexed (a sorted table built with the map: no allocation
     // here). Chunk IDs the description does not know are skipped; when an ID
-    // occurs twice, the chunk nearer the end wins. Size 0 attaches "no chunks"
-    // (every chunk port NA).
+    // occurs twice, the chunk nearer the end wins. Lengths need not be
+    // multiples of 4. Size 0 attaches "no chunks" (every chunk port NA).
+    // Cost: one pass over the trailers plus one notification per chunk port
+    // that held or now holds data (about 0.4 us for the virtual camera's 21
+    // chunks); no allocation once the first attachment is done.
     //
     // The map keeps the pointer, not a copy: the bytes must stay valid and
     // unchanged until DetachChunkData, the next AttachChunkData or the map's
@@ -104,13 +110,15 @@ public:
     // chunk's length runs past the start of the data; raises
     // ORVANE_ERR_INVALID_ARGUMENT for null data with a non-zero size.
     // Takes the map's lock; node callbacks of the chunk features fire when the
-    // outermost lock is released.
+    // outermost lock is released. When several threads may attach, hold the
+    // map's lock (NodeMapBase::MapLock) from the attachment to the last read
+    // of a chunk feature, so that the values read are those of that image.
     void AttachChunkData(const void* data, size_t size);
     // Detaches the chunk data: every chunk port and its readers become NA.
     void DetachChunkData();
     // Whether chunk data is attached, and the data of one chunk in it (false
     // when absent or when the description has no port for that ID).
-    bool HasChunkData() const { return m_chunkAttached; }
+    bool HasChunkData() const;
     bool FindChunk(uint64_t chunkId, const uint8_t** data, size_t* size) const;
     // Whether the description has a chunk port for this ID.
     bool HasChunkPort(uint64_t chunkId) const;

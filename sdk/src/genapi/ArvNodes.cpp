@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include "core/Raise.h"
@@ -116,6 +117,8 @@ namespace {
 // Reads the bytes of a register on a chunk or event port: its address and
 // length as Aravis evaluates them (pIndex, pLength), its data from the port.
 uint64_t PortRegisterBytes(const Node& node, const ArvLink& link, uint8_t* out, uint64_t capacity, const char* function) {
+    if (!ARV_IS_GC_REGISTER(link.feature))
+        node.Fail(__LINE__, function, ORVANE_ERR_NOT_SUPPORTED, "this register kind cannot be read from chunk or event data");
     ArvGcRegister* reg = ARV_GC_REGISTER(link.feature);
     GError* error = nullptr;
     const uint64_t address = arv_gc_register_get_address(reg, &error);
@@ -242,8 +245,28 @@ void ArvIntegerNode::DoSetValue(int64_t value) {
     AfterDeviceWrite();
 }
 
-int64_t ArvIntegerNode::DoGetMin() { return ARV_CALL(arv_gc_integer_get_min(m_integer, &error_), "GetMin"); }
-int64_t ArvIntegerNode::DoGetMax() { return ARV_CALL(arv_gc_integer_get_max(m_integer, &error_), "GetMax"); }
+// Nodes without limits (swiss knives) have the whole range of their type;
+// Aravis reports them as a property that is not defined.
+template <class T, class Get>
+T LimitOf(const Node& node, Get&& get, T unlimited, const char* function) {
+    GError* error = nullptr;
+    const T value = get(&error);
+    if (!error) return value;
+    if (error->domain == ARV_GC_ERROR && error->code == ARV_GC_ERROR_PROPERTY_NOT_DEFINED) {
+        g_error_free(error);
+        return unlimited;
+    }
+    RaiseArvError(node, function, error);
+}
+
+int64_t ArvIntegerNode::DoGetMin() {
+    return LimitOf<int64_t>(*this, [&](GError** e) { return arv_gc_integer_get_min(m_integer, e); },
+                            std::numeric_limits<int64_t>::min(), "GetMin");
+}
+int64_t ArvIntegerNode::DoGetMax() {
+    return LimitOf<int64_t>(*this, [&](GError** e) { return arv_gc_integer_get_max(m_integer, e); },
+                            std::numeric_limits<int64_t>::max(), "GetMax");
+}
 int64_t ArvIntegerNode::DoGetInc() {
     // No Inc in the document: an increment of 1.
     GError* error = nullptr;
@@ -296,8 +319,14 @@ void ArvFloatNode::DoSetValue(double value) {
     AfterDeviceWrite();
 }
 
-double ArvFloatNode::DoGetMin() { return ARV_CALL(arv_gc_float_get_min(m_float, &error_), "GetMin"); }
-double ArvFloatNode::DoGetMax() { return ARV_CALL(arv_gc_float_get_max(m_float, &error_), "GetMax"); }
+double ArvFloatNode::DoGetMin() {
+    return LimitOf<double>(*this, [&](GError** e) { return arv_gc_float_get_min(m_float, e); },
+                           -std::numeric_limits<double>::max(), "GetMin");
+}
+double ArvFloatNode::DoGetMax() {
+    return LimitOf<double>(*this, [&](GError** e) { return arv_gc_float_get_max(m_float, e); },
+                           std::numeric_limits<double>::max(), "GetMax");
+}
 // Without an increment Aravis reports the smallest positive double, or an
 // error for float registers.
 bool ArvFloatNode::DoHasInc() { return DoGetInc() > DBL_MIN; }

@@ -97,6 +97,10 @@ XmlSideTable::XmlSideTable(const char* xml, size_t size) {
             XmlNodeExtra& extra = m_nodes[key];
             extra.standardNameSpace = Attribute(element, "NameSpace") == "Standard";
             extra.element = reinterpret_cast<const char*>(element->name);
+            // A struct entry has the byte order of its StructReg.
+            if (Is(element, "StructEntry") && element->parent)
+                for (const xmlNode* c = element->parent->children; c; c = c->next)
+                    if (Is(c, "Endianess")) extra.bigEndian = Text(c) == "BigEndian";
             Fill(element, extra);
             enclosing = name;
         }

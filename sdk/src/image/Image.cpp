@@ -343,6 +343,20 @@ void ImageAccess::Attach(Image& image, const ImageMetadata& metadata, uint8_t* d
     image.m_imageSize = std::min(size, bufferSize);
 }
 
+void ImageAccess::Adopt(Image& image, const ImageMetadata& metadata, std::vector<uint8_t>&& bytes, size_t imageSize) {
+    auto storage = std::make_shared<std::vector<uint8_t>>(std::move(bytes));
+    image.Release();
+    SetMetadata(image, metadata);
+    image.m_data = storage->empty() ? nullptr : storage->data();
+    image.m_bufferSize = storage->size();
+    image.m_imageSize = std::min(imageSize, storage->size());
+    image.m_storage = std::move(storage);
+    image.m_owner.reset();
+    image.m_chunkDecoder.reset();
+    std::lock_guard<std::mutex> lock(image.m_chunkMutex);
+    image.m_chunkDecoded = false;
+}
+
 ImageMetadata ImageAccess::Metadata(const Image& image) {
     ImageMetadata m;
     m.width = image.m_width;

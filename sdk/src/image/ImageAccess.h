@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "Orvane/Image.h"
 #include "image/ChunkDecoder.h"
@@ -54,6 +55,9 @@ public:
     static void Attach(Image& image, const ImageMetadata& metadata, uint8_t* data, size_t bufferSize,
                        std::shared_ptr<void> storage, std::shared_ptr<ImageBufferOwner> owner,
                        std::shared_ptr<const ChunkDecoder> decoder = nullptr);
+    // Makes the image own these bytes: its data (imageSize bytes) followed by
+    // its chunk data.
+    static void Adopt(Image& image, const ImageMetadata& metadata, std::vector<uint8_t>&& bytes, size_t imageSize);
     static ImageMetadata Metadata(const Image& image);
     static void SetMetadata(Image& image, const ImageMetadata& metadata);
 };

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "codecs/ImageListFile.h"
 #include "core/Raise.h"
+#include "image/ImageAccess.h"
 #include "image/PixelFormatInfo.h"
 
 namespace Orvane {
@@ -67,6 +69,72 @@ void ImageList::Release() {
     std::vector<ImagePtr> images;
     images.swap(m_images);
     for (const ImagePtr& image : images) image->Release();
+}
+
+void ImageList::Save(const GenICam::gcstring& fileName) const {
+    std::vector<codecs::ImageRecordView> views;
+    views.reserve(m_images.size());
+    for (const ImagePtr& image : m_images) {
+        const internal::ImageMetadata m = internal::ImageAccess::Metadata(*image);
+        codecs::ImageRecordView v;
+        v.pixelFormat = static_cast<uint32_t>(m.pixelFormat);
+        v.pfnc = m.tlPixelFormat;
+        v.pixelFormatNamespace = static_cast<uint32_t>(m.pixelFormatNamespace);
+        v.width = m.width;
+        v.height = m.height;
+        v.offsetX = m.offsetX;
+        v.offsetY = m.offsetY;
+        v.paddingX = m.paddingX;
+        v.paddingY = m.paddingY;
+        v.stride = image->GetStride();
+        v.frameId = m.frameId;
+        v.timestamp = m.timestamp;
+        v.chunkLayoutId = m.chunkLayoutId;
+        v.payloadType = static_cast<uint32_t>(m.tlPayloadType);
+        v.status = static_cast<uint32_t>(m.status);
+        v.colorProcessing = static_cast<uint32_t>(m.colorProcessing);
+        v.transportPayloadType = m.payloadType;
+        v.validPayloadSize = m.validPayloadSize;
+        v.imageId = m.id;
+        v.data = image->GetData();
+        v.dataSize = image->GetData() ? image->GetSize() : 0;
+        v.chunkData = image->GetChunkBytes(&v.chunkDataSize);
+        views.push_back(v);
+    }
+    codecs::SaveImageList(fileName.str(), views);
+}
+
+ImageList ImageList::Load(const GenICam::gcstring& fileName) {
+    std::vector<codecs::ImageRecord> records = codecs::LoadImageList(fileName.str());
+    ImageList list;
+    for (codecs::ImageRecord& r : records) {
+        internal::ImageMetadata m;
+        m.pixelFormat = static_cast<PixelFormatEnums>(r.pixelFormat);
+        m.tlPixelFormat = r.pfnc;
+        m.pixelFormatNamespace = static_cast<PixelFormatNamespaceID>(r.pixelFormatNamespace);
+        m.width = r.width;
+        m.height = r.height;
+        m.offsetX = r.offsetX;
+        m.offsetY = r.offsetY;
+        m.paddingX = r.paddingX;
+        m.paddingY = r.paddingY;
+        m.frameId = r.frameId;
+        m.timestamp = r.timestamp;
+        m.chunkLayoutId = r.chunkLayoutId;
+        m.tlPayloadType = static_cast<TLPayloadType>(r.payloadType);
+        m.status = static_cast<ImageStatus>(r.status);
+        m.colorProcessing = static_cast<ColorProcessingAlgorithm>(r.colorProcessing);
+        m.payloadType = static_cast<size_t>(r.transportPayloadType);
+        m.validPayloadSize = static_cast<size_t>(r.validPayloadSize);
+        m.id = r.imageId;
+        const size_t imageSize = r.data.size();
+        std::vector<uint8_t> bytes = std::move(r.data);
+        bytes.insert(bytes.end(), r.chunkData.begin(), r.chunkData.end());
+        ImagePtr image = internal::ImageAccess::NewImage();
+        internal::ImageAccess::Adopt(*image, m, std::move(bytes), imageSize);
+        list.PushBack(image);
+    }
+    return list;
 }
 
 } // namespace Orvane

@@ -132,7 +132,9 @@ def header_text(rows):
     out.append("// private code for formats without a standard one) and its bits per pixel.\n")
     out.append("#ifndef ORVANE_PIXEL_FORMAT_ENUMS_H\n#define ORVANE_PIXEL_FORMAT_ENUMS_H\n\n")
     out.append("namespace Orvane {\n\n")
-    out.append("enum PixelFormatEnums {\n")
+    out.append("// The underlying type is fixed, so any int converts to the enumeration without undefined\n")
+    out.append("// behaviour; values outside it are unknown formats.\n")
+    out.append("enum PixelFormatEnums : int {\n")
     width = max(len(r["name"]) for r in rows) + len("PixelFormat_") + 8
     for i, r in enumerate(rows):
         decl = "    PixelFormat_%s = %d," % (r["name"], i)

@@ -68,11 +68,13 @@ constexpr int kSequencerSets = 8;
 constexpr double kTwoPi = 6.283185307179586;
 
 // Streamable features that a user set does not hold: the user set and file
-// access controls themselves, the transport layer's lock, and the user ID
-// (kept in the camera's storage on its own).
-const char* const kNotInUserSets[] = {"UserSetSelector",   "UserSetDefault",  "TLParamsLocked",
-                                      "FileSelector",      "FileOperationSelector", "FileOpenMode",
-                                      "FileAccessOffset",  "FileAccessLength", "DeviceUserID"};
+// access controls themselves, the transport layer's lock, and what the
+// camera's storage keeps on its own (the user ID, the defect table).
+const char* const kNotInUserSets[] = {"UserSetSelector",  "UserSetDefault",        "TLParamsLocked",
+                                      "FileSelector",     "FileOperationSelector", "FileOpenMode",
+                                      "FileAccessOffset", "FileAccessLength",      "DeviceUserID",
+                                      "DefectTableIndex", "DefectTablePixelCount", "DefectTableCoordinateX",
+                                      "DefectTableCoordinateY"};
 
 const vcam::NamedRegister* Named(const char* feature) {
     for (const vcam::NamedRegister& r : vcam::kRegisters)
@@ -864,14 +866,14 @@ void VirtualCameraRuntime::FileOperation(int64_t file, int64_t op) {
         }
         case FileOp::Write: {
             const bool modeOk = state.mode == value::FileOpenMode::Write || state.mode == value::FileOpenMode::ReadWrite;
-            if (state.open && modeOk && content && offset <= content->size()) {
+            if (state.open && modeOk && content) {
                 uint64_t n = length;
                 status = value::FileOperationStatus::Success;
                 if (offset + n > capacity) {
                     n = offset < capacity ? capacity - offset : 0;
                     status = value::FileOperationStatus::Overflow;
                 }
-                if (content->size() < offset + n) content->resize(static_cast<size_t>(offset + n));
+                if (n > 0 && content->size() < offset + n) content->resize(static_cast<size_t>(offset + n));
                 if (n > 0) ReadBytes(reg::FileAccessBuffer.address, static_cast<uint32_t>(n), content->data() + offset);
                 result = n;
             }
