@@ -9,6 +9,8 @@
 #include "Orvane/BasePtr.h"
 #include "Orvane/GenApi/Interfaces.h"
 #include "Orvane/GenICam/gcstring.h"
+#include "Orvane/Image.h"
+#include "Orvane/ImageList.h"
 
 namespace Orvane {
 
@@ -48,8 +50,35 @@ public:
     bool IsInitialized() const;
     // False once discovery no longer finds the device or control of it is lost.
     bool IsValid() const;
-    // True while an acquisition runs.
+    // True while an acquisition runs (from BeginAcquisition to
+    // EndAcquisition or DeInit).
     bool IsStreaming() const;
+
+    // Acquisition ---------------------------------------------------------------
+    // Starts streaming: buffers are allocated (StreamBufferCountMode/Manual of
+    // the stream node map, each of PayloadSize bytes), the stream's buffer
+    // settings and TLParamsLocked are locked, and AcquisitionStart is
+    // executed. Raises ORVANE_ERR_CAMERA_NOT_INITIALIZED before Init,
+    // ORVANE_ERR_RESOURCE_IN_USE while streaming, ORVANE_ERR_ACCESS_DENIED in
+    // monitor mode, ORVANE_ERR_DEVICE_LOST for a lost device.
+    void BeginAcquisition();
+    // Executes AcquisitionStop, ends the stream and unlocks the settings.
+    // Queued images are discarded; images the caller holds stay valid (and
+    // should still be released). Callers waiting in GetNextImage get
+    // ORVANE_ERR_ABORT. Raises ORVANE_ERR_NOT_STREAMING when not streaming.
+    void EndAcquisition();
+    // The next image of the stream, in the order StreamBufferHandlingMode
+    // gives (see the stream node map). grabTimeout is in milliseconds; the
+    // default, all ones, waits forever. Raises ORVANE_ERR_NOT_STREAMING when
+    // not streaming, ORVANE_ERR_TIMEOUT when no image came in time,
+    // ORVANE_ERR_DEVICE_LOST once the device is lost (also while waiting),
+    // ORVANE_ERR_ABORT when the acquisition ends while waiting,
+    // ORVANE_ERR_OUT_OF_RANGE for a stream other than 0. The image holds one
+    // of the stream's buffers until Release (or until the last ImagePtr to it
+    // is dropped).
+    ImagePtr GetNextImage(uint64_t grabTimeout = 0xFFFFFFFFFFFFFFFFull, uint64_t streamIndex = 0);
+    // One image of every stream (the camera has one), waiting as GetNextImage.
+    ImageList GetNextImageSync(uint64_t grabTimeout);
 
     // The device's GenApi node map: the same object from Init to DeInit.
     // Raises ORVANE_ERR_CAMERA_NOT_INITIALIZED before Init.

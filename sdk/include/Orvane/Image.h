@@ -12,8 +12,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 
 #include "Orvane/BasePtr.h"
+#include "Orvane/ChunkData.h"
 #include "Orvane/GenICam/gcstring.h"
 #include "Orvane/ImageDefs.h"
 #include "Orvane/ImageFileOptions.h"
@@ -28,6 +30,7 @@ typedef BasePtr<Image> ImagePtr;
 namespace internal {
 class ImageAccess;
 class ImageBufferOwner;
+class ChunkDecoder;
 }
 
 class ORVANE_API Image {
@@ -47,6 +50,7 @@ public:
     // An independent copy of another image (data and metadata).
     static ImagePtr Create(const ImagePtr& image);
 
+    // A stream image destroyed without Release hands its buffer back first.
     virtual ~Image();
     Image(const Image&) = delete;
     Image& operator=(const Image&) = delete;
@@ -98,10 +102,23 @@ public:
     static const char* GetImageStatusDescription(ImageStatus status);
     // Bytes of payload actually received.
     size_t GetValidPayloadSize() const;
+    // Identifies the set of chunks in the payload: images with the same chunks
+    // at the same places share it. 0 for images without chunk data.
     uint64_t GetChunkLayoutID() const;
-    // Whether the chunk data carries a CRC of the image, and whether it matches.
+    // Whether the chunk data carries a CRC of the image (the camera's CRC
+    // chunk), and whether the CRC-32 of the image data matches it (false
+    // when there is no CRC chunk). Both decode the chunk data as GetChunkData
+    // does.
     bool HasCRC() const;
     bool CheckCRC() const;
+    // The image's chunk data, decoded through the camera's chunk features on
+    // first use (later calls return the same values). An image without chunk
+    // data (chunk mode off, or an image the caller made) gives chunk data
+    // whose every getter raises ORVANE_ERR_NO_DATA. Raises
+    // ORVANE_ERR_NOT_AVAILABLE when the chunks can no longer be decoded
+    // because the camera was closed (DeInit) before the first call. The
+    // reference stays valid as long as the image object.
+    const ChunkData& GetChunkData() const;
     size_t GetBitsPerPixel() const;
     // Bytes of the image data: stride times height (packed formats: the
     // packed size), without chunk data.
@@ -141,6 +158,7 @@ private:
     void Shape(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat, void* pData,
                TLPayloadType payloadType, size_t dataSize);
     void CheckData(const char* function) const;
+    void DecodeChunks() const;  // with m_chunkMutex held
 
     size_t m_width = 0, m_height = 0, m_offsetX = 0, m_offsetY = 0, m_paddingX = 0, m_paddingY = 0;
     PixelFormatEnums m_pixelFormat = UNKNOWN_PIXELFORMAT;
@@ -158,6 +176,13 @@ private:
     void* m_privateData = nullptr;
     std::shared_ptr<void> m_storage;                        // keeps the memory alive (owned or stream buffer)
     std::shared_ptr<internal::ImageBufferOwner> m_owner;    // stream images: where Release hands the buffer back
+    std::shared_ptr<const internal::ChunkDecoder> m_chunkDecoder;  // stream images: the camera's chunk decoder
+    // Chunk data, decoded once on first use; m_chunkMutex guards the three below.
+    mutable std::mutex m_chunkMutex;
+    mutable bool m_chunkDecoded = false;
+    mutable bool m_hasCrc = false;
+    mutable uint32_t m_crc = 0;
+    mutable ChunkData m_chunkData;
 };
 
 } // namespace Orvane

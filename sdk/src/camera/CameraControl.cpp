@@ -134,6 +134,13 @@ void CameraControl::SetAcquisitionHooks(AcquisitionHooks* hooks) {
     m_hooks = hooks;
 }
 
+AcquisitionHooks& CameraControl::Acquisition(
+    const std::function<std::unique_ptr<AcquisitionHooks>(CameraControl&)>& make) {
+    std::lock_guard<std::mutex> lock(m_acquisitionMutex);
+    if (!m_acquisition) m_acquisition = make(*this);
+    return *m_acquisition;
+}
+
 std::shared_ptr<DeviceSession> CameraControl::RequireSession(const char* function) const {
     std::shared_ptr<DeviceSession> session = Session();
     if (!session)

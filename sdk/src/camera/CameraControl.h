@@ -21,6 +21,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -74,6 +75,10 @@ public:
     StreamState& Stream() { return m_stream; }
     // Registers (or, with null, removes) the acquisition's hooks.
     void SetAcquisitionHooks(AcquisitionHooks* hooks);
+    // The camera's acquisition object: made by `make` on first use and kept
+    // for the camera's life (destroyed with the camera, after DeInit).
+    AcquisitionHooks& Acquisition(const std::function<std::unique_ptr<AcquisitionHooks>(CameraControl&)>& make);
+    CameraCore& Core() const { return m_core; }
 
 private:
     void BuildTLDeviceNodeMap();
@@ -89,6 +94,9 @@ private:
     StreamState m_stream;
     GenApi::impl::NativeNodeMap m_tlDevice;
     GenApi::impl::NativeNodeMap m_tlStream;
+    // Declared last: destroyed first, while everything it uses still lives.
+    std::mutex m_acquisitionMutex;  // serialises the creation of m_acquisition
+    std::unique_ptr<AcquisitionHooks> m_acquisition;
 };
 
 } // namespace internal

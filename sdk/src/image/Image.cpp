@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "core/Raise.h"
+#include "image/Crc32.h"
 #include "image/ImageAccess.h"
 #include "image/PixelFormatInfo.h"
 
@@ -61,7 +62,14 @@ size_t PayloadTypeCode(TLPayloadType type) {
 } // namespace
 
 Image::Image() = default;
-Image::~Image() = default;
+
+Image::~Image() {
+    try {
+        Release();
+    } catch (...) {
+        // Handing a buffer back never throws past an image's destruction.
+    }
+}
 
 ImagePtr Image::Create() { return ImagePtr(std::shared_ptr<Image>(new Image())); }
 
@@ -132,6 +140,9 @@ void Image::Shape(size_t width, size_t height, size_t offsetX, size_t offsetY, P
     m_imageSize = imageSize;
     m_storage = std::move(storage);
     m_owner.reset();
+    m_chunkDecoder.reset();
+    std::lock_guard<std::mutex> lock(m_chunkMutex);
+    m_chunkDecoded = false;
 }
 
 void Image::Reset(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat) {
@@ -181,6 +192,9 @@ void Image::DeepCopy(const ImagePtr& source) {
     m_bufferSize = src.m_bufferSize;
     m_imageSize = src.m_imageSize;
     m_storage = std::move(copy);
+    m_chunkDecoder = src.m_chunkDecoder;
+    std::lock_guard<std::mutex> lock(m_chunkMutex);
+    m_chunkDecoded = false;
 }
 
 void Image::Release() {
@@ -240,8 +254,41 @@ const char* Image::GetImageStatusDescription(ImageStatus status) {
 
 size_t Image::GetValidPayloadSize() const { return m_validPayloadSize; }
 uint64_t Image::GetChunkLayoutID() const { return m_chunkLayoutId; }
-bool Image::HasCRC() const { return false; }
-bool Image::CheckCRC() const { return false; }
+void Image::DecodeChunks() const {
+    if (m_chunkDecoded) return;
+    internal::ChunkDataAccess::Clear(m_chunkData);
+    internal::ChunkCrc crc;
+    if (m_chunkDecoder && m_data && m_bufferSize > m_imageSize) {
+        const size_t payload = std::min(m_bufferSize, std::max(m_validPayloadSize, m_imageSize));
+        m_chunkDecoder->Decode(m_data, payload, m_imageSize, m_chunkData, crc);
+    }
+    m_hasCrc = crc.present;
+    m_crc = crc.value;
+    m_chunkDecoded = true;
+}
+
+const ChunkData& Image::GetChunkData() const {
+    std::lock_guard<std::mutex> lock(m_chunkMutex);
+    DecodeChunks();
+    return m_chunkData;
+}
+
+bool Image::HasCRC() const {
+    std::lock_guard<std::mutex> lock(m_chunkMutex);
+    DecodeChunks();
+    return m_hasCrc;
+}
+
+bool Image::CheckCRC() const {
+    uint32_t expected = 0;
+    {
+        std::lock_guard<std::mutex> lock(m_chunkMutex);
+        DecodeChunks();
+        if (!m_hasCrc) return false;
+        expected = m_crc;
+    }
+    return m_data && internal::Crc32(m_data, m_imageSize) == expected;
+}
 
 size_t Image::GetBitsPerPixel() const {
     const PixelFormatInfo* info = FindPixelFormat(m_pixelFormat);
@@ -273,13 +320,19 @@ namespace internal {
 ImagePtr ImageAccess::NewImage() { return Image::Create(); }
 
 void ImageAccess::Attach(Image& image, const ImageMetadata& metadata, uint8_t* data, size_t bufferSize,
-                         std::shared_ptr<void> storage, std::shared_ptr<ImageBufferOwner> owner) {
+                         std::shared_ptr<void> storage, std::shared_ptr<ImageBufferOwner> owner,
+                         std::shared_ptr<const ChunkDecoder> decoder) {
     image.Release();
     SetMetadata(image, metadata);
     image.m_data = data;
     image.m_bufferSize = bufferSize;
     image.m_storage = std::move(storage);
     image.m_owner = std::move(owner);
+    image.m_chunkDecoder = std::move(decoder);
+    {
+        std::lock_guard<std::mutex> lock(image.m_chunkMutex);
+        image.m_chunkDecoded = false;
+    }
     const PixelFormatInfo* info = FindPixelFormat(metadata.pixelFormat);
     size_t size = bufferSize;
     if (info && !IsCompressed(*info, metadata.tlPayloadType)) {
@@ -299,6 +352,9 @@ void ImageAccess::Adopt(Image& image, const ImageMetadata& metadata, std::vector
     image.m_imageSize = std::min(imageSize, storage->size());
     image.m_storage = std::move(storage);
     image.m_owner.reset();
+    image.m_chunkDecoder.reset();
+    std::lock_guard<std::mutex> lock(image.m_chunkMutex);
+    image.m_chunkDecoded = false;
 }
 
 ImageMetadata ImageAccess::Metadata(const Image& image) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Orvane/Image.h"
+#include "image/ChunkDecoder.h"
 
 namespace Orvane {
 namespace internal {
@@ -41,11 +42,19 @@ class ImageAccess {
 public:
     // A new empty image (for pools of stream images).
     static ImagePtr NewImage();
-    // Points the image at a stream buffer: data of bufferSize bytes kept alive
-    // by storage; Release returns storage to owner. The image size follows
-    // from the metadata (never more than bufferSize).
+    // An Image held inside another object (the acquisition's pooled image
+    // leases): constructed and destroyed with its holder.
+    struct Embedded {
+        Image image;
+    };
+    // Points the image at a stream buffer: data of bufferSize bytes (the
+    // payload: image data, then chunk data) kept alive by storage; Release
+    // returns storage to owner. The image size follows from the metadata
+    // (never more than bufferSize). decoder, when given, decodes the chunk
+    // data on demand (GetChunkData, HasCRC, CheckCRC).
     static void Attach(Image& image, const ImageMetadata& metadata, uint8_t* data, size_t bufferSize,
-                       std::shared_ptr<void> storage, std::shared_ptr<ImageBufferOwner> owner);
+                       std::shared_ptr<void> storage, std::shared_ptr<ImageBufferOwner> owner,
+                       std::shared_ptr<const ChunkDecoder> decoder = nullptr);
     // Makes the image own these bytes: its data (imageSize bytes) followed by
     // its chunk data.
     static void Adopt(Image& image, const ImageMetadata& metadata, std::vector<uint8_t>&& bytes, size_t imageSize);

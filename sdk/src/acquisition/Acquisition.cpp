@@ -1,0 +1,261 @@
+#include "acquisition/Acquisition.h"
+
+#include <string>
+
+#include "Orvane/GenApi/GenApi.h"
+#include "Orvane/Logging.h"
+#include "acquisition/DeviceChunkDecoder.h"
+#include "acquisition/ImageLeasePool.h"
+#include "acquisition/StreamRun.h"
+#include "camera/DeviceSession.h"
+#include "core/Raise.h"
+#include "system/CameraCore.h"
+#include "virtual/VirtualStreamEngine.h"
+
+namespace Orvane {
+namespace internal {
+
+using GenApi::impl::NodeMapBase;
+
+namespace {
+
+GenApi::INode* NodeOf(GenApi::INodeMap& map, const char* name) { return map.GetNode(name); }
+
+bool Readable(GenApi::INode* node) {
+    return node && (node->GetAccessMode() == GenApi::RO || node->GetAccessMode() == GenApi::RW);
+}
+
+bool Writable(GenApi::INode* node) {
+    return node && (node->GetAccessMode() == GenApi::WO || node->GetAccessMode() == GenApi::RW);
+}
+
+// An integer or enumeration feature's value, or `fallback` when the camera
+// has none readable.
+int64_t IntegerOf(GenApi::INodeMap& map, const char* name, int64_t fallback) {
+    GenApi::INode* node = NodeOf(map, name);
+    if (!Readable(node)) return fallback;
+    if (auto* e = dynamic_cast<GenApi::IEnumeration*>(node)) return e->GetIntValue();
+    if (auto* i = dynamic_cast<GenApi::IInteger*>(node)) return i->GetValue();
+    return fallback;
+}
+
+// Sets TLParamsLocked when the camera has it.
+void SetParamsLocked(GenApi::INodeMap& map, int64_t value) {
+    GenApi::INode* node = NodeOf(map, "TLParamsLocked");
+    auto* i = dynamic_cast<GenApi::IInteger*>(node);
+    if (i && Writable(node)) i->SetValue(value);
+}
+
+void Execute(GenApi::INodeMap& map, const char* name, const std::string& camera) {
+    auto* command = dynamic_cast<GenApi::ICommand*>(NodeOf(map, name));
+    if (!command)
+        ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, "camera " + camera + " has no " + name + " command");
+    command->Execute();
+}
+
+void LogFailure(const std::string& camera, const char* what, const std::exception& e) {
+    LoggerWrapper::LoggingWarning(("camera " + camera + ": " + what + " failed while ending the acquisition: " +
+                                   e.what()).c_str(),
+                                  "Acquisition");
+}
+
+} // namespace
+
+Acquisition& Acquisition::Of(CameraControl& control) {
+    return static_cast<Acquisition&>(control.Acquisition(
+        [](CameraControl& c) { return std::unique_ptr<AcquisitionHooks>(new Acquisition(c)); }));
+}
+
+Acquisition::Acquisition(CameraControl& control) : m_control(control), m_pool(ImageLeasePool::Create()) {
+    m_control.SetAcquisitionHooks(this);
+}
+
+Acquisition::~Acquisition() {
+    try {
+        Stop();
+    } catch (...) {
+        // Ending never throws past the camera's end.
+    }
+    m_control.SetAcquisitionHooks(nullptr);
+}
+
+std::shared_ptr<StreamRun> Acquisition::CurrentRun() const {
+    std::lock_guard<std::mutex> lock(m_runMutex);
+    return m_run;
+}
+
+bool Acquisition::IsStreaming() const { return static_cast<bool>(CurrentRun()); }
+
+void Acquisition::Begin() {
+    std::lock_guard<std::mutex> guard(m_beginEnd);
+    const std::string name = m_control.Core().Info().deviceId;
+    if (CurrentRun()) ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, "camera " + name + " is already streaming");
+    std::shared_ptr<DeviceSession> session = m_control.Session();
+    if (!session)
+        ORV_RAISE(ORVANE_ERR_CAMERA_NOT_INITIALIZED, "camera " + name + " is not initialized (call Init first)");
+    if (session->ControlLost()) ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + name + " was lost");
+    if (!session->IsController())
+        ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
+                  "camera " + name + " is open in monitor mode (another host controls it): it cannot stream");
+
+    StreamState& state = m_control.Stream();
+    StreamSettings settings;
+    {
+        std::lock_guard<std::mutex> lock(state.mutex);
+        settings = state.settings;
+        state.locked = true;
+    }
+    GenApi::impl::ArvNodeMap& map = session->NodeMap();
+    const bool isVirtual = session->Transport() == "Virtual";
+    std::shared_ptr<StreamRun> run;
+    std::shared_ptr<VirtualStreamEngine> engine;
+    bool paramsLocked = false;
+    try {
+        StreamRunConfig config;
+        {
+            NodeMapBase::MapLock lock(map);
+            SetParamsLocked(map, 1);
+            paramsLocked = true;
+            FrameRecord& e = config.expected;
+            e.width = static_cast<uint32_t>(IntegerOf(map, "Width", 0));
+            e.height = static_cast<uint32_t>(IntegerOf(map, "Height", 0));
+            e.offsetX = static_cast<uint32_t>(IntegerOf(map, "OffsetX", 0));
+            e.offsetY = static_cast<uint32_t>(IntegerOf(map, "OffsetY", 0));
+            e.pixelFormat = static_cast<uint32_t>(IntegerOf(map, "PixelFormat", 0));
+            const int64_t computed = int64_t(e.width) * e.height * ((e.pixelFormat >> 16) & 0xFF) / 8;
+            const int64_t payload = IntegerOf(map, "PayloadSize", computed);
+            if (payload <= 0)
+                ORV_RAISE(ORVANE_ERR_INVALID_STATE,
+                          "camera " + name + " announces a payload of " + std::to_string(payload) + " bytes");
+            config.payloadSize = static_cast<size_t>(payload);
+        }
+        if (isVirtual) {
+            engine = m_engine.lock();
+            if (!engine || m_engineSession != session.get()) {
+                engine = VirtualStreamEngine::Attach(*session);
+                m_engine = engine;
+                m_engineSession = session.get();
+            }
+        }
+        if (!m_decoder || !m_decoder->Serves(session.get()))
+            m_decoder = std::make_shared<DeviceChunkDecoder>(session, name);
+
+        config.session = session;
+        config.state = &state;
+        config.bufferCount = settings.BufferCount();
+        config.handlingMode = settings.handlingMode;
+        config.isVirtual = isVirtual;
+        config.packetResend = settings.packetResendEnable;
+        config.packetTimeoutMs = settings.packetResendTimeoutMs;
+        config.pool = m_pool;
+        config.chunkDecoder = m_decoder;
+        if (settings.crcCheckEnable) config.crcChecker = m_decoder;
+        config.cameraName = name;
+        config.beforeDestroy = [engine] {
+            if (engine) engine->CloseStream();
+        };
+        run = StreamRun::Create(std::move(config));
+        state.statistics.Reset();
+        if (engine) {
+            NodeMapBase::MapLock lock(map);
+            engine->OpenStream();
+        }
+        run->Open();
+        Execute(map, "AcquisitionStart", name);
+    } catch (...) {
+        if (run) run->Close();
+        else if (engine) engine->CloseStream();
+        if (paramsLocked) {
+            try {
+                SetParamsLocked(map, 0);
+            } catch (...) {
+                // The first failure is the one to report.
+            }
+        }
+        std::lock_guard<std::mutex> lock(state.mutex);
+        state.locked = false;
+        throw;
+    }
+    state.statistics.grabbing.store(true);
+    std::lock_guard<std::mutex> lock(m_runMutex);
+    m_run = run;
+    m_runEngine = engine;
+    m_runSession = session;
+}
+
+void Acquisition::End() {
+    std::lock_guard<std::mutex> guard(m_beginEnd);
+    std::shared_ptr<StreamRun> run = CurrentRun();
+    if (!run)
+        ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_control.Core().Info().deviceId + " is not streaming");
+    EndLocked(run);
+}
+
+void Acquisition::Stop() {
+    std::lock_guard<std::mutex> guard(m_beginEnd);
+    std::shared_ptr<StreamRun> run = CurrentRun();
+    if (run) EndLocked(run);
+}
+
+void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
+    std::shared_ptr<DeviceSession> session;
+    std::shared_ptr<VirtualStreamEngine> engine;
+    {
+        std::lock_guard<std::mutex> lock(m_runMutex);
+        session.swap(m_runSession);
+        engine.swap(m_runEngine);
+        m_run.reset();
+    }
+    const std::string name = m_control.Core().Info().deviceId;
+    const bool lost = session->ControlLost();
+    GenApi::impl::ArvNodeMap& map = session->NodeMap();
+    if (!lost) {
+        try {
+            Execute(map, "AcquisitionStop", name);
+        } catch (const std::exception& e) {
+            LogFailure(name, "AcquisitionStop", e);
+        }
+    }
+    run->Close();
+    if (!lost) {
+        try {
+            SetParamsLocked(map, 0);
+        } catch (const std::exception& e) {
+            LogFailure(name, "unlocking TLParamsLocked", e);
+        }
+    }
+    StreamState& state = m_control.Stream();
+    state.statistics.grabbing.store(false);
+    std::lock_guard<std::mutex> lock(state.mutex);
+    state.locked = false;
+}
+
+ImagePtr Acquisition::Next(uint64_t timeoutMs, uint64_t streamIndex) {
+    if (streamIndex != 0)
+        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_control.Core().Info().deviceId +
+                                               " has one stream (index 0); stream " + std::to_string(streamIndex) +
+                                               " does not exist");
+    std::shared_ptr<StreamRun> run = CurrentRun();
+    if (!run)
+        ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_control.Core().Info().deviceId +
+                                                " is not streaming (call BeginAcquisition first)");
+    return run->Next(timeoutMs);
+}
+
+void Acquisition::Signal(uint32_t signal) {
+    std::shared_ptr<VirtualStreamEngine> engine;
+    {
+        std::lock_guard<std::mutex> lock(m_runMutex);
+        engine = m_runEngine;
+    }
+    if (engine) engine->Signal(signal);
+}
+
+ImageList Acquisition::NextSync(uint64_t timeoutMs) {
+    ImageList list;
+    list.PushBack(Next(timeoutMs, 0));
+    return list;
+}
+
+} // namespace internal
+} // namespace Orvane

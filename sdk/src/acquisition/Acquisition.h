@@ -1,0 +1,97 @@
+// Acquisition: the streaming side of one camera (BeginAcquisition,
+// EndAcquisition, GetNextImage, GetNextImageSync, IsStreaming).
+//
+// Owner: the camera's CameraControl (CameraControl::Acquisition), for the
+// camera's life; the object registers itself as the camera's
+// AcquisitionHooks, so IsStreaming asks it and DeInit ends a running
+// acquisition through Stop.
+//
+// BeginAcquisition, in order: reads the stream settings (buffer count and
+// handling mode) and locks them (StreamState::locked; the stream node map's
+// buffer features turn RO); reads PayloadSize and the image format; allocates
+// the buffers (StreamRun); virtual cameras: attaches the camera's
+// VirtualStreamEngine and opens its side; creates the Aravis stream and
+// queues every buffer; sets TLParamsLocked to 1; starts the delivery thread;
+// executes AcquisitionStart. EndAcquisition undoes it: AcquisitionStop, the
+// delivery thread joined, the stream destroyed, TLParamsLocked 0, the
+// settings unlocked. Images the caller still holds stay valid after it (they
+// own their buffers) and may be released at any time.
+//
+// Errors: BeginAcquisition raises ORVANE_ERR_CAMERA_NOT_INITIALIZED before
+// Init, ORVANE_ERR_RESOURCE_IN_USE while streaming, ORVANE_ERR_ACCESS_DENIED
+// in monitor mode, ORVANE_ERR_DEVICE_LOST for a lost device, and the errors
+// of the features it writes. EndAcquisition raises ORVANE_ERR_NOT_STREAMING
+// when no acquisition runs; with a lost device it ends the acquisition
+// without writing to it. GetNextImage raises ORVANE_ERR_NOT_STREAMING when no
+// acquisition runs, ORVANE_ERR_OUT_OF_RANGE for a stream index other than 0,
+// and the errors of StreamRun::Next.
+//
+// Threads and locks:
+//   - m_beginEnd serialises BeginAcquisition and EndAcquisition (and Stop);
+//     held across their device writes (with the node map's lock taken inside
+//     it, never the other way round);
+//   - m_runMutex guards m_run, so that GetNextImage picks up the running
+//     acquisition without waiting for a Begin or End in progress;
+//   - the delivery thread belongs to the run (StreamRun), the fill hook's
+//     thread to Aravis's fake stream (VirtualStreamEngine).
+#ifndef ORVANE_ACQUISITION_ACQUISITION_H
+#define ORVANE_ACQUISITION_ACQUISITION_H
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "Orvane/ImageList.h"
+#include "camera/CameraControl.h"
+
+namespace Orvane {
+namespace internal {
+
+class StreamRun;
+class ImageLeasePool;
+class VirtualStreamEngine;
+class DeviceChunkDecoder;
+
+class Acquisition : public AcquisitionHooks {
+public:
+    // The acquisition object of a camera (created on first use).
+    static Acquisition& Of(CameraControl& control);
+
+    explicit Acquisition(CameraControl& control);
+    ~Acquisition() override;
+
+    void Begin();
+    void End();
+    ImagePtr Next(uint64_t timeoutMs, uint64_t streamIndex);
+    ImageList NextSync(uint64_t timeoutMs);
+    // A signal reached the camera (a [signals] register value of the virtual
+    // camera's description, e.g. Action0 from an action command): a virtual
+    // camera fires the triggers whose source it is. Nothing for other
+    // cameras, nor while no acquisition runs (triggers need a running
+    // acquisition anyway).
+    void Signal(uint32_t signal);
+
+    // AcquisitionHooks
+    bool IsStreaming() const override;
+    void Stop() override;
+
+private:
+    std::shared_ptr<StreamRun> CurrentRun() const;
+    void EndLocked(const std::shared_ptr<StreamRun>& run);
+
+    CameraControl& m_control;
+    std::mutex m_beginEnd;  // serialises Begin and End (see the header comment)
+    mutable std::mutex m_runMutex;
+    std::shared_ptr<StreamRun> m_run;
+    std::shared_ptr<VirtualStreamEngine> m_runEngine;        // the engine of the running acquisition
+    std::shared_ptr<DeviceSession> m_runSession;             // the session of the running acquisition
+    std::shared_ptr<ImageLeasePool> m_pool;                  // the camera's pooled images
+    std::weak_ptr<VirtualStreamEngine> m_engine;             // the engine attached to the current session
+    const DeviceSession* m_engineSession = nullptr;
+    std::shared_ptr<DeviceChunkDecoder> m_decoder;           // the chunk decoder of the current session
+};
+
+} // namespace internal
+} // namespace Orvane
+
+#endif

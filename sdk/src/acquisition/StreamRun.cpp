@@ -1,0 +1,447 @@
+#include "acquisition/StreamRun.h"
+
+#include <pthread.h>
+
+#include <chrono>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include "acquisition/DeviceChunkDecoder.h"
+#include "acquisition/ImageLeasePool.h"
+#include "camera/DeviceSession.h"
+#include "core/Raise.h"
+#include "image/ChunkLayout.h"
+#include "image/Crc32.h"
+#include "image/PixelFormatInfo.h"
+
+namespace Orvane {
+namespace internal {
+
+using GenApi::impl::NodeMapBase;
+
+namespace {
+
+// The delivery thread looks at the stream this often (statistics, lost device).
+constexpr auto kWatchPeriod = std::chrono::milliseconds(20);
+// Timeouts above this many milliseconds (about 35 years) wait forever.
+constexpr uint64_t kLongestTimeoutMs = uint64_t(1) << 40;
+
+ImageStatus StatusOf(ArvBufferStatus status) {
+    switch (status) {
+    case ARV_BUFFER_STATUS_SUCCESS: return IMAGE_STATUS_OK;
+    case ARV_BUFFER_STATUS_MISSING_PACKETS: return IMAGE_STATUS_MISSING_PACKETS;
+    case ARV_BUFFER_STATUS_WRONG_PACKET_ID: return IMAGE_STATUS_WRONG_PACKET_ID;
+    case ARV_BUFFER_STATUS_SIZE_MISMATCH: return IMAGE_STATUS_SIZE_MISMATCH;
+    case ARV_BUFFER_STATUS_TIMEOUT: return IMAGE_STATUS_TIMEOUT;
+    case ARV_BUFFER_STATUS_ABORTED: return IMAGE_STATUS_ABORTED;
+    case ARV_BUFFER_STATUS_CLEARED:
+    case ARV_BUFFER_STATUS_FILLING: return IMAGE_STATUS_INCOMPLETE;
+    default: return IMAGE_STATUS_UNKNOWN_ERROR;
+    }
+}
+
+TLPayloadType TLPayloadTypeOf(uint32_t code) {
+    const bool chunks = (code & 0x4000) != 0;
+    switch (code & 0x3FFF) {
+    case 0x0001: return chunks ? PayloadType_ChunkData : PayloadType_Image;
+    case 0x0002: return PayloadType_RawData;
+    case 0x0003: return PayloadType_File;
+    case 0x0004: return PayloadType_ChunkOnly;
+    case 0x0005: return PayloadType_ChunkData;  // extended chunk data (deprecated code)
+    case 0x0006: return PayloadType_JPEG;
+    case 0x0007: return PayloadType_JPEG2000;
+    case 0x0008: return PayloadType_H264;
+    case 0x000A: return PayloadType_MultiPart;
+    case 0x0000: return PayloadType_Unknown;
+    default: return PayloadType_DeviceSpecific;
+    }
+}
+
+ImageMetadata MetadataOf(const FrameRecord& r) {
+    ImageMetadata m;
+    m.width = r.width;
+    m.height = r.height;
+    m.offsetX = r.offsetX;
+    m.offsetY = r.offsetY;
+    m.paddingX = r.paddingX;
+    m.paddingY = r.paddingY;
+    const PixelFormatInfo* info = FindPixelFormatByPfnc(r.pixelFormat);
+    m.pixelFormat = info ? info->format : UNKNOWN_PIXELFORMAT;
+    m.tlPixelFormat = r.pixelFormat;
+    m.pixelFormatNamespace = PixelFormatNamespace_PFNC_32Bit;
+    m.payloadType = r.payloadType;
+    m.tlPayloadType = TLPayloadTypeOf(r.payloadType);
+    m.id = r.imageId;
+    m.frameId = r.frameId;
+    m.timestamp = r.timestamp;
+    m.chunkLayoutId = r.chunkLayoutId;
+    m.status = r.status;
+    m.validPayloadSize = r.validPayloadSize;
+    m.colorProcessing = COLOR_PROCESSING_NONE;
+    return m;
+}
+
+void Relaxed(std::atomic<uint64_t>& counter, uint64_t value) { counter.store(value, std::memory_order_relaxed); }
+void Bump(std::atomic<uint64_t>& counter) { counter.fetch_add(1, std::memory_order_relaxed); }
+
+} // namespace
+
+std::shared_ptr<StreamRun> StreamRun::Create(StreamRunConfig config) {
+    std::shared_ptr<StreamRun> run(new StreamRun(std::move(config)));
+    const int64_t count = run->m_config.bufferCount;
+    run->m_slots.reserve(static_cast<size_t>(count));
+    for (int64_t i = 0; i < count; ++i)
+        run->m_slots.push_back(std::make_shared<StreamSlot>(static_cast<uint32_t>(i), run->m_config.payloadSize));
+    return run;
+}
+
+StreamRun::StreamRun(StreamRunConfig config)
+    : m_config(std::move(config)),
+      m_stats(m_config.state->statistics),
+      m_queue(static_cast<size_t>(m_config.bufferCount)) {
+    for (int& id : m_infoIds) id = -1;
+}
+
+StreamRun::~StreamRun() {
+    try {
+        Close();
+    } catch (...) {
+        // A run being destroyed never throws.
+    }
+}
+
+void StreamRun::Open() {
+    DeviceSession& session = *m_config.session;
+    {
+        NodeMapBase::MapLock lock(session.NodeMap());
+        GError* error = nullptr;
+        ArvStream* stream = arv_device_create_stream(session.Device(), &StreamRun::StreamCallback, this, &error);
+        m_stream.store(stream);
+        if (!stream) {
+            const std::string message = error && error->message ? error->message : "unknown error";
+            if (error) g_error_free(error);
+            ORV_RAISE(ORVANE_ERR_IO, "camera " + m_config.cameraName + ": cannot open its stream: " + message);
+        }
+        if (error) g_error_free(error);
+        if (ARV_IS_GV_STREAM(stream)) {
+            const guint timeoutUs = static_cast<guint>(std::max<int64_t>(1, m_config.packetTimeoutMs) * 1000);
+            g_object_set(stream, "packet-resend",
+                         m_config.packetResend ? ARV_GV_STREAM_PACKET_RESEND_ALWAYS : ARV_GV_STREAM_PACKET_RESEND_NEVER,
+                         "packet-timeout", timeoutUs, nullptr);
+        }
+    }
+    static const char* const names[InfoCount] = {"n_underruns",        "n_missing_frames", "n_received_packets",
+                                                  "n_missing_packets",  "n_resend_requests", "n_resent_packets",
+                                                  "n_duplicated_packets", "n_timeouts"};
+    ArvStream* stream = m_stream.load();
+    // USB3 Vision streams complete buffers without a callback in their
+    // asynchronous mode: the delivery thread pops those itself.
+    m_popsItself = ARV_IS_UV_STREAM(stream);
+    const guint n = arv_stream_get_n_infos(stream);
+    for (guint i = 0; i < n; ++i) {
+        const char* name = arv_stream_get_info_name(stream, i);
+        for (int k = 0; k < InfoCount; ++k)
+            if (name && std::strcmp(name, names[k]) == 0 && arv_stream_get_info_type(stream, i) == G_TYPE_UINT64)
+                m_infoIds[k] = static_cast<int>(i);
+    }
+    m_stats.announcedBuffers.store(m_config.bufferCount);
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_streamOpen = true;
+        for (const std::shared_ptr<StreamSlot>& slot : m_slots) RequeueLocked(*slot);
+    }
+    m_delivery = std::thread([this] { DeliveryLoop(); });
+}
+
+void StreamRun::EndWaits() {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_ended = true;
+        m_stopDelivery = true;
+    }
+    m_ready.notify_all();
+    m_watch.notify_all();
+    if (m_delivery.joinable()) m_delivery.join();
+}
+
+void StreamRun::DestroyStream() {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_streamOpen = false;
+        while (!m_queue.Empty()) m_queue.PopFront();
+        m_withStream = 0;
+    }
+    if (ArvStream* stream = m_stream.load()) {
+        // Joins the stream's thread, which may still be in StreamCallback
+        // (it finds the run ended and leaves the buffer alone).
+        NodeMapBase::MapLock lock(m_config.session->NodeMap());
+        g_object_unref(stream);
+        m_stream.store(nullptr);
+    }
+    m_stats.inputBuffers.store(0);
+    m_stats.outputBuffers.store(0);
+}
+
+void StreamRun::Close() {
+    if (m_closed) return;
+    m_closed = true;
+    EndWaits();
+    if (m_config.beforeDestroy) m_config.beforeDestroy();
+    DestroyStream();
+    // Images may keep the run alive long after: they must not keep the
+    // device open (nor its virtual camera engine).
+    m_config.beforeDestroy = nullptr;
+    m_config.session.reset();
+}
+
+void StreamRun::RequeueLocked(StreamSlot& slot) {
+    if (!m_streamOpen || m_ended) return;
+    ArvBuffer* buffer = slot.Buffer();
+    slot.record.produced = false;
+    arv_buffer_set_frame_id(buffer, 0);
+    arv_buffer_set_timestamp(buffer, 0);
+    slot.HandOff();
+    g_object_ref(buffer);
+    arv_stream_push_buffer(m_stream.load(), buffer);
+    ++m_withStream;
+    m_stats.inputBuffers.store(m_withStream, std::memory_order_relaxed);
+}
+
+void StreamRun::ReturnBuffer(std::shared_ptr<void> storage) {
+    auto* slot = static_cast<StreamSlot*>(storage.get());
+    if (!slot) return;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        RequeueLocked(*slot);
+    }
+    // storage dies here, outside the lock: it may be the slot's last owner.
+}
+
+void StreamRun::DeliveryLoop() {
+    pthread_setname_np(pthread_self(), "orv-deliver");
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_stopDelivery) {
+        if (m_popsItself) {
+            lock.unlock();
+            if (ArvBuffer* buffer = arv_stream_timeout_pop_buffer(
+                    m_stream.load(), std::chrono::duration_cast<std::chrono::microseconds>(kWatchPeriod).count()))
+                OnBuffer(buffer);
+            lock.lock();
+        } else {
+            m_watch.wait_for(lock, kWatchPeriod);
+        }
+        if (m_stopDelivery) break;
+        const auto now = std::chrono::steady_clock::now();
+        if (now < m_nextWatch) continue;
+        m_nextWatch = now + kWatchPeriod;
+        lock.unlock();
+        // A buffer the stream completed without telling (Aravis has such
+        // paths) is taken here.
+        while (ArvBuffer* stray = arv_stream_try_pop_buffer(m_stream.load())) OnBuffer(stray);
+        UpdateTransportStatistics();
+        const bool lost = m_config.session->ControlLost();
+        lock.lock();
+        if (lost && !m_lost) {
+            m_lost = true;
+            m_ready.notify_all();
+        }
+    }
+}
+
+void StreamRun::StreamCallback(void* run, ArvStreamCallbackType type, ArvBuffer*) {
+    if (type != ARV_STREAM_CALLBACK_TYPE_BUFFER_DONE) return;
+    auto* self = static_cast<StreamRun*>(run);
+    if (self->m_popsItself) return;
+    // The buffer is in the output queue already; nobody else pops it, so
+    // each completion takes exactly the buffer it announces.
+    if (ArvBuffer* buffer = arv_stream_try_pop_buffer(self->m_stream.load())) self->OnBuffer(buffer);
+}
+
+void StreamRun::RecordFromBuffer(ArvBuffer* buffer, StreamSlot& slot) {
+    FrameRecord r;
+    r.produced = true;
+    r.status = StatusOf(arv_buffer_get_status(buffer));
+    r.frameId = arv_buffer_get_frame_id(buffer);
+    r.timestamp = arv_buffer_get_timestamp(buffer);
+    r.payloadType = static_cast<uint32_t>(arv_buffer_get_payload_type(buffer));
+    size_t received = 0;
+    arv_buffer_get_data(buffer, &received);
+    r.validPayloadSize = received;
+    r.payloadSize = m_config.payloadSize;
+    if (arv_buffer_get_n_parts(buffer) >= 1 &&
+        arv_buffer_get_part_data_type(buffer, 0) == ARV_BUFFER_PART_DATA_TYPE_2D_IMAGE) {
+        gint x = 0, y = 0, w = 0, h = 0;
+        arv_buffer_get_part_region(buffer, 0, &x, &y, &w, &h);
+        gint px = 0, py = 0;
+        arv_buffer_get_part_padding(buffer, 0, &px, &py);
+        r.width = static_cast<uint32_t>(std::max(w, 0));
+        r.height = static_cast<uint32_t>(std::max(h, 0));
+        r.offsetX = static_cast<uint32_t>(std::max(x, 0));
+        r.offsetY = static_cast<uint32_t>(std::max(y, 0));
+        r.paddingX = static_cast<uint32_t>(std::max(px, 0));
+        r.paddingY = static_cast<uint32_t>(std::max(py, 0));
+        r.pixelFormat = static_cast<uint32_t>(arv_buffer_get_part_pixel_format(buffer, 0));
+    }
+    if (r.width == 0 || r.height == 0 || r.pixelFormat == 0) {
+        // The leader never arrived: the format the acquisition started with.
+        r.width = m_config.expected.width;
+        r.height = m_config.expected.height;
+        r.offsetX = m_config.expected.offsetX;
+        r.offsetY = m_config.expected.offsetY;
+        r.pixelFormat = m_config.expected.pixelFormat;
+        r.paddingX = r.paddingY = 0;
+        if (r.status == IMAGE_STATUS_OK) r.status = IMAGE_STATUS_INCOMPLETE;
+    }
+    if (r.payloadType == 0) r.payloadType = 0x0001;
+    if ((r.payloadType & 0x4000) || (r.payloadType & 0x3FFF) == 0x0004 || (r.payloadType & 0x3FFF) == 0x0005)
+        r.chunkLayoutId = ChunkLayoutId(slot.Data(), std::min(received, slot.Capacity()));
+    slot.record = r;
+}
+
+void StreamRun::OnBuffer(ArvBuffer* buffer) {
+    StreamSlot* slot = StreamSlot::Of(buffer);
+    g_object_unref(buffer);  // the reference the stream held; the slot keeps its own
+    if (!slot) return;
+    slot->HandOff();
+    if (!m_config.isVirtual) RecordFromBuffer(buffer, *slot);
+    const bool carriesFrame = slot->record.produced;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_config.isVirtual && carriesFrame) {
+            // Gaps in the frame IDs are frames that never arrived (no buffer,
+            // or lost on the way). 16-bit block IDs wrap from 65535 to 1.
+            const uint64_t id = slot->record.frameId;
+            if (m_lastFrameId != 0 && id != 0) {
+                if (id > m_lastFrameId)
+                    m_gapFrames += id - m_lastFrameId - 1;
+                else if (m_lastFrameId <= 0xFFFF && id <= 0xFFFF)
+                    m_gapFrames += (0xFFFF - m_lastFrameId) + (id - 1);
+            }
+            if (id != 0) m_lastFrameId = id;
+            Relaxed(m_stats.lostFrames, m_gapFrames);
+        }
+        --m_withStream;
+        m_stats.inputBuffers.store(m_withStream, std::memory_order_relaxed);
+        if (m_ended) return;
+        if (!carriesFrame) {
+            // A virtual camera's buffer that came back empty (the frame did
+            // not fit it): nothing to deliver.
+            ++m_discarded;
+            Relaxed(m_stats.lostFrames, m_discarded);
+            RequeueLocked(*slot);
+            return;
+        }
+        Bump(m_stats.startedFrames);
+        if (slot->record.status == IMAGE_STATUS_OK)
+            Bump(m_stats.receivedFrames);
+        else
+            Bump(m_stats.incompleteFrames);
+        slot->record.imageId = m_nextImageId++;
+        switch (m_config.handlingMode) {
+        case BufferHandlingMode::OldestFirst: break;
+        case BufferHandlingMode::NewestOnly:
+            while (!m_queue.Empty()) {
+                RequeueLocked(*m_queue.PopFront());
+                Bump(m_stats.droppedFrames);
+            }
+            break;
+        case BufferHandlingMode::OldestFirstOverwrite:
+        case BufferHandlingMode::NewestFirst:
+            if (m_withStream == 0 && !m_queue.Empty()) {
+                RequeueLocked(*m_queue.PopFront());
+                Bump(m_stats.droppedFrames);
+            }
+            break;
+        }
+        m_queue.PushBack(slot);
+        m_stats.outputBuffers.store(static_cast<int64_t>(m_queue.Size()), std::memory_order_relaxed);
+    }
+    m_ready.notify_one();
+}
+
+void StreamRun::CheckCrc(StreamSlot& slot) {
+    FrameRecord& r = slot.record;
+    if (r.status != IMAGE_STATUS_OK) return;
+    const PixelFormatInfo* info = FindPixelFormatByPfnc(r.pixelFormat);
+    const size_t payload = std::min(r.validPayloadSize, slot.Capacity());
+    if (!info) return;
+    const size_t imageSize = PackedImageBytes(*info, r.width, r.height);
+    if (imageSize >= payload) return;  // no chunks
+    uint32_t expected = 0;
+    try {
+        if (!m_config.crcChecker->ReadCrc(slot.Data(), payload, imageSize, expected)) return;
+    } catch (const Exception&) {
+        return;  // the camera was closed
+    }
+    if (Crc32(slot.Data(), imageSize) != expected) {
+        r.status = IMAGE_STATUS_CRC_FAILED;
+        m_stats.receivedFrames.fetch_sub(1, std::memory_order_relaxed);
+        Bump(m_stats.incompleteFrames);
+    }
+}
+
+void StreamRun::UpdateTransportStatistics() {
+    if (m_config.isVirtual) return;  // a virtual camera has no packets
+    ArvStream* stream = m_stream.load();
+    auto info = [this, stream](Info which) -> uint64_t {
+        return m_infoIds[which] >= 0 ? arv_stream_get_info_uint64(stream, static_cast<guint>(m_infoIds[which])) : 0;
+    };
+    Relaxed(m_stats.receivedPackets, info(InfoReceivedPackets));
+    Relaxed(m_stats.missedPackets, info(InfoMissingPackets));
+    Relaxed(m_stats.resendRequests, info(InfoResendRequests));
+    Relaxed(m_stats.resendRequestedPackets, info(InfoResendRequests));
+    Relaxed(m_stats.resendReceivedPackets, info(InfoResentPackets));
+    Relaxed(m_stats.resendRequestTimeouts, info(InfoTimeouts));
+    Relaxed(m_stats.duplicatedPackets, info(InfoDuplicatedPackets));
+}
+
+ImagePtr StreamRun::Next(uint64_t timeoutMs) {
+    const bool forever = timeoutMs > kLongestTimeoutMs;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(forever ? 0 : timeoutMs);
+    int failure = ORVANE_ERR_SUCCESS;
+    StreamSlot* slot = nullptr;
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        while (m_queue.Empty()) {
+            if (m_ended) {
+                failure = ORVANE_ERR_ABORT;
+                break;
+            }
+            if (m_lost) {
+                failure = ORVANE_ERR_DEVICE_LOST;
+                break;
+            }
+            if (forever) {
+                m_ready.wait(lock);
+            } else if (m_ready.wait_until(lock, deadline) == std::cv_status::timeout && m_queue.Empty() &&
+                       !m_ended && !m_lost) {
+                failure = ORVANE_ERR_TIMEOUT;
+                break;
+            }
+        }
+        if (!failure) {
+            slot = m_config.handlingMode == BufferHandlingMode::NewestFirst ? m_queue.PopBack() : m_queue.PopFront();
+            m_stats.outputBuffers.store(static_cast<int64_t>(m_queue.Size()), std::memory_order_relaxed);
+            Bump(m_stats.deliveredFrames);
+        }
+    }
+    switch (failure) {
+    case ORVANE_ERR_SUCCESS: break;
+    case ORVANE_ERR_ABORT:
+        ORV_RAISE(ORVANE_ERR_ABORT, "camera " + m_config.cameraName + ": the acquisition ended while waiting for an image");
+    case ORVANE_ERR_DEVICE_LOST:
+        ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + m_config.cameraName + " was lost: no more images will arrive");
+    default:
+        ORV_RAISE(ORVANE_ERR_TIMEOUT, "camera " + m_config.cameraName + ": no image arrived within " +
+                                          std::to_string(timeoutMs) + " ms");
+    }
+    if (m_config.crcChecker) CheckCrc(*slot);
+    ImagePtr image = m_config.pool->NewImage();
+    ImageAccess::Attach(*image, MetadataOf(slot->record), slot->Data(), slot->record.payloadSize,
+                        std::shared_ptr<void>(m_slots[slot->Index()]), shared_from_this(), m_config.chunkDecoder);
+    return image;
+}
+
+} // namespace internal
+} // namespace Orvane
