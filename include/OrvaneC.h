@@ -158,6 +158,14 @@ ORVANE_C_API orvError orvImageIsIncomplete(orvImage image, bool8_t* isIncomplete
 ORVANE_C_API orvError orvImageGetStatus(orvImage image, orvImageStatus* status);
 ORVANE_C_API orvError orvImageGetValidPayloadSize(orvImage image, size_t* size);
 ORVANE_C_API orvError orvImageGetChunkLayoutID(orvImage image, uint64_t* id);
+/* Chunk data by chunk feature name ("ChunkFrameID", "ChunkExposureTime",
+ * ...), integer and floating-point chunks each through their own function.
+ * "ChunkImage" and "ChunkCRC" carry no integer value: the integer function
+ * accepts them and leaves value unchanged. A name the function does not know
+ * returns ORVANE_ERR_INVALID_PARAMETER without setting the last error; a
+ * chunk the image does not carry is an SDK error (ORVANE_ERR_NO_DATA). */
+ORVANE_C_API orvError orvImageChunkDataGetIntValue(orvImage image, const char* name, int64_t* value);
+ORVANE_C_API orvError orvImageChunkDataGetFloatValue(orvImage image, const char* name, double* value);
 ORVANE_C_API orvError orvImageHasCRC(orvImage image, bool8_t* hasCRC);
 ORVANE_C_API orvError orvImageCheckCRC(orvImage image, bool8_t* crcOk);
 ORVANE_C_API orvError orvImageGetBitsPerPixel(orvImage image, size_t* bitsPerPixel);
@@ -270,6 +278,20 @@ ORVANE_C_API orvError orvCameraIsInitialized(orvCamera camera, bool8_t* isInitia
 ORVANE_C_API orvError orvCameraDiscoverMaxPacketSize(orvCamera camera, unsigned int* packetSize);
 /* Frees the handle with its node map handles and the node handles under them. */
 ORVANE_C_API orvError orvCameraRelease(orvCamera camera);
+
+/* Acquisition -------------------------------------------------------------- */
+/* Starts and ends the camera's stream (the camera must be initialised). */
+ORVANE_C_API orvError orvCameraBeginAcquisition(orvCamera camera);
+ORVANE_C_API orvError orvCameraEndAcquisition(orvCamera camera);
+/* The next image of the stream as a new handle, given back with
+ * orvImageRelease. grabTimeout is in milliseconds; orvCameraGetNextImage waits
+ * forever (ORV_INFINITE_TIMEOUT). A timeout returns ORVANE_ERR_TIMEOUT and
+ * leaves *image as it was. */
+ORVANE_C_API orvError orvCameraGetNextImage(orvCamera camera, orvImage* image);
+ORVANE_C_API orvError orvCameraGetNextImageEx(orvCamera camera, uint64_t grabTimeout, orvImage* image);
+/* One image of every stream of the camera, as a new image list handle freed
+ * with orvImageListDestroy (after orvImageListRelease gives its images back). */
+ORVANE_C_API orvError orvCameraGetNextImageSync(orvCamera camera, uint64_t grabTimeout, orvImageList* imageList);
 
 #ifdef __cplusplus
 }

@@ -25,6 +25,9 @@ typedef int32_t orvError;
  * any non-zero input counts as true. */
 typedef uint8_t bool8_t;
 
+/* The grab timeout that waits forever (orvCameraGetNextImage uses it). */
+#define ORV_INFINITE_TIMEOUT UINT64_C(0xFFFFFFFFFFFFFFFF)
+
 /* Handles: opaque pointers to records the library owns. */
 typedef void* orvSystem;
 typedef void* orvInterfaceList;
