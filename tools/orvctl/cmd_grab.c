@@ -23,7 +23,7 @@ typedef struct {
     unsigned long long count;
     unsigned long long timeout;
     const char* pixelFormat;
-    const char* settings[MAX_SETTINGS]; /* FEATURE=VALUE, written in order before the acquisition */
+    const char* settings[MAX_SETTINGS]; /* FEATURE=VALUE, written in order just before the acquisition */
     int settingCount;
     int softwareTrigger;
     int chunks;
@@ -440,13 +440,6 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
     if (!orvctlOpenCamera(system, options.serial, &camera)) return 1;
     if (!orvctlInitCamera(&camera)) goto done;
     if (options.pixelFormat && !orvctlSetFeature(camera.device, "PixelFormat", options.pixelFormat)) goto done;
-    for (i = 0; i < (unsigned long long)options.settingCount; ++i) {
-        const char* setting = options.settings[i];
-        const char* eq = strchr(setting, '=');
-        char name[128];
-        snprintf(name, sizeof name, "%.*s", (int)(eq - setting), setting);
-        if (!orvctlSetFeature(camera.device, name, eq + 1)) goto done;
-    }
     if (options.chunks) {
         if (!orvctlGetString(camera.device, "ChunkModeActive", restore.chunkMode, sizeof restore.chunkMode))
             snprintf(restore.chunkMode, sizeof restore.chunkMode, "false");
@@ -454,6 +447,14 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
         if (!enableAllChunks(camera.device)) goto done;
     }
     if (options.softwareTrigger && !setUpTrigger(camera.device, &restore, &triggerSoftware)) goto done;
+    /* --set comes last: it can adjust what --chunks and --trigger set up */
+    for (i = 0; i < (unsigned long long)options.settingCount; ++i) {
+        const char* setting = options.settings[i];
+        const char* eq = strchr(setting, '=');
+        char name[128];
+        snprintf(name, sizeof name, "%.*s", (int)(eq - setting), setting);
+        if (!orvctlSetFeature(camera.device, name, eq + 1)) goto done;
+    }
     if (options.convert &&
         (!orvctlCheck(orvImageProcessorCreate(&run.processor), "creating an image processor") ||
          !orvctlCheck(orvImageProcessorSetColorProcessing(run.processor, options.algorithm), "choosing the algorithm")))
