@@ -382,16 +382,21 @@ static void printSummary(const GrabRun* run, orvNodeMapHandle stream, int64_t st
     printCounter(stream, "StreamDroppedFrameCount", "dropped", 1);
 }
 
-/* The camera's settings grab changes, and how to put them back. */
+/* The camera's settings grab changes, and how to put them back (the
+ * selectors too, so the camera is left as grab found it). */
 typedef struct {
     int triggerSet;
+    char triggerSelector[64];
     char triggerMode[64];
     char triggerSource[64];
     int chunkModeSet;
     char chunkMode[16];
+    char chunkSelector[64];
 } Restore;
 
 static int setUpTrigger(orvNodeMapHandle map, Restore* r, orvNodeHandle* triggerSoftware) {
+    if (!orvctlGetString(map, "TriggerSelector", r->triggerSelector, sizeof r->triggerSelector))
+        r->triggerSelector[0] = '\0';
     if (!orvctlSetFeature(map, "TriggerSelector", "FrameStart")) return 0;
     if (!orvctlGetString(map, "TriggerMode", r->triggerMode, sizeof r->triggerMode))
         snprintf(r->triggerMode, sizeof r->triggerMode, "Off");
@@ -407,8 +412,12 @@ static int restoreSettings(orvNodeMapHandle map, const Restore* r) {
         ok = orvctlSetFeature(map, "TriggerSelector", "FrameStart") && ok;
         if (r->triggerSource[0]) ok = orvctlSetFeature(map, "TriggerSource", r->triggerSource) && ok;
         ok = orvctlSetFeature(map, "TriggerMode", r->triggerMode) && ok;
+        if (r->triggerSelector[0]) ok = orvctlSetFeature(map, "TriggerSelector", r->triggerSelector) && ok;
     }
-    if (r->chunkModeSet) ok = orvctlSetFeature(map, "ChunkModeActive", r->chunkMode) && ok;
+    if (r->chunkModeSet) {
+        if (r->chunkSelector[0]) ok = orvctlSetFeature(map, "ChunkSelector", r->chunkSelector) && ok;
+        ok = orvctlSetFeature(map, "ChunkModeActive", r->chunkMode) && ok;
+    }
     return ok;
 }
 
@@ -441,9 +450,11 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
     if (!orvctlInitCamera(&camera)) goto done;
     if (options.pixelFormat && !orvctlSetFeature(camera.device, "PixelFormat", options.pixelFormat)) goto done;
     if (options.chunks) {
-        if (!orvctlGetString(camera.device, "ChunkModeActive", restore.chunkMode, sizeof restore.chunkMode))
-            snprintf(restore.chunkMode, sizeof restore.chunkMode, "false");
-        restore.chunkModeSet = 1;
+        /* a camera without ChunkModeActive fails in enableAllChunks */
+        restore.chunkModeSet =
+            orvctlGetString(camera.device, "ChunkModeActive", restore.chunkMode, sizeof restore.chunkMode);
+        if (!orvctlGetString(camera.device, "ChunkSelector", restore.chunkSelector, sizeof restore.chunkSelector))
+            restore.chunkSelector[0] = '\0';
         if (!enableAllChunks(camera.device)) goto done;
     }
     if (options.softwareTrigger && !setUpTrigger(camera.device, &restore, &triggerSoftware)) goto done;
