@@ -23,6 +23,7 @@ function(orvane_gtest name)
     set(T_LIBS Orvane)
   endif()
   target_link_libraries(${name} PRIVATE ${T_LIBS} GTest::gtest GTest::gtest_main GTest::gmock)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/common)
   target_compile_definitions(${name} PRIVATE ORVANE_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
                                              ORVANE_BINARY_DIR="${PROJECT_BINARY_DIR}")
   if(NOT T_TIMEOUT)

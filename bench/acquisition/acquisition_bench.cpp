@@ -1,14 +1,17 @@
-// CPU per frame through GetNextImage + Release on a virtual camera, against a
-// bare Aravis pop/push loop on the same kind of source (an in-process fake
-// device stream filled by the same test pattern code), in one run.
+// CPU per frame through the C library's orvCameraGetNextImage +
+// orvImageRelease and the SDK's GetNextImage + Release on a virtual camera,
+// against a bare Aravis pop/push loop on the same kind of source (an
+// in-process fake device stream filled by the same test pattern code), in one
+// run. The C library's sources are compiled into the program over the static
+// SDK so that all three loops share one SDK.
 //
 // Both sources run at the virtual camera's highest rate (1000 frames a
 // second, AcquisitionFrameRate 1000 Hz); the CPU time is the whole process's
 // (getrusage: fill thread, delivery thread, consumer) divided by the frames,
 // so the ratio shows what the SDK adds to the same work; the caller's own CPU
 // (CLOCK_THREAD_CPUTIME_ID) is reported too. Blocks of the two loops
-// alternate so that both see the same machine load. The virtual camera's
-// sensor is 2048 x 1536: the large case uses all of it.
+// alternate so that all see the same machine load. The virtual camera's
+// sensor is 2048 x 2048: the large case uses all of it.
 #include <benchmark/benchmark.h>
 
 #include <arv.h>
@@ -24,6 +27,7 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
+#include "OrvaneC.h"
 #include "virtual/TestPattern.h"
 #include "virtual/VirtualCameraRegisters.h"
 
@@ -75,7 +79,7 @@ Camera& TheCamera() {
 }
 
 const int64_t kWidths[] = {2048, 640};
-const int64_t kHeights[] = {1536, 480};
+const int64_t kHeights[] = {2048, 480};
 
 struct Measure {
     double cpu = 0, wall = 0, caller = 0;
@@ -161,7 +165,24 @@ Measure OrvaneBlock(const CameraPtr& camera, uint64_t frames) {
     return m;
 }
 
-// Alternates blocks of the two loops so that both see the same machine load.
+// The same loop through the C library: a camera handle over the same camera.
+Measure OrvaneCBlock(orvCamera camera, uint64_t frames) {
+    if (orvCameraBeginAcquisition(camera) != ORVANE_ERR_SUCCESS) return Measure();
+    auto step = [camera] {
+        orvImage image = nullptr;
+        if (orvCameraGetNextImage(camera, &image) != ORVANE_ERR_SUCCESS) return false;
+        void* data = nullptr;
+        orvImageGetData(image, &data);
+        benchmark::DoNotOptimize(data);
+        return orvImageRelease(image) == ORVANE_ERR_SUCCESS;
+    };
+    Time(50, step);  // warm-up
+    const Measure m = Time(frames, step);
+    orvCameraEndAcquisition(camera);
+    return m;
+}
+
+// Alternates blocks of the three loops so that both see the same machine load.
 void AcquisitionCpuPerFrame(benchmark::State& state) {
     const int index = static_cast<int>(state.range(0));
     const uint32_t width = static_cast<uint32_t>(kWidths[index]), height = static_cast<uint32_t>(kHeights[index]);
@@ -192,25 +213,48 @@ void AcquisitionCpuPerFrame(benchmark::State& state) {
     Filler filler;
     arv_fake_camera_set_fill_pattern(fake, ReferenceFill, &filler);
 
+    // The C library's handle to the same camera.
+    orvSystem cSystem = nullptr;
+    orvCameraList cCameras = nullptr;
+    orvCamera cCamera = nullptr;
+    if (orvSystemGetInstance(&cSystem) != ORVANE_ERR_SUCCESS || orvCameraListCreateEmpty(&cCameras) != ORVANE_ERR_SUCCESS ||
+        orvSystemGetCameras(cSystem, cCameras) != ORVANE_ERR_SUCCESS ||
+        orvCameraListGetBySerial(cCameras, "VC0001", &cCamera) != ORVANE_ERR_SUCCESS ||
+        orvCameraInit(cCamera) != ORVANE_ERR_SUCCESS) {
+        state.SkipWithError("no C camera handle");
+        return;
+    }
+
     // Per block: CPU per frame of each loop. The median of the blocks and
     // their minimum (the least disturbed by other work on the machine) are
-    // reported, for both loops, with their ratios.
-    std::vector<double> aravisCpu, orvaneCpu, aravisCaller, orvaneCaller;
-    Measure aravis, orvane;
+    // reported, for all loops, with their ratios.
+    std::vector<double> aravisCpu, orvaneCpu, cCpu, aravisCaller, orvaneCaller, cCaller;
+    Measure aravis, orvane, viaC;
     for (auto _ : state) {
         for (int block = 0; block < kBlocks; ++block) {
             const Measure a = AravisBlock(device, width, height, kBlockFrames);
             const Measure o = OrvaneBlock(camera, kBlockFrames);
+            const Measure c = OrvaneCBlock(cCamera, kBlockFrames);
+            if (!a.frames || !o.frames || !c.frames) {
+                state.SkipWithError("a loop delivered no frames");
+                return;
+            }
             aravis.Add(a);
             orvane.Add(o);
+            viaC.Add(c);
             aravisCpu.push_back(a.cpu / double(a.frames));
             orvaneCpu.push_back(o.cpu / double(o.frames));
+            cCpu.push_back(c.cpu / double(c.frames));
             aravisCaller.push_back(a.caller / double(a.frames));
             orvaneCaller.push_back(o.caller / double(o.frames));
+            cCaller.push_back(c.caller / double(c.frames));
         }
     }
     arv_fake_camera_set_fill_pattern(fake, nullptr, nullptr);
     g_object_unref(device);
+    orvCameraRelease(cCamera);
+    orvCameraListDestroy(cCameras);
+    orvSystemReleaseInstance(cSystem);
 
     auto median = [](std::vector<double> v) {
         std::sort(v.begin(), v.end());
@@ -225,8 +269,14 @@ void AcquisitionCpuPerFrame(benchmark::State& state) {
     state.counters["orvane_cpu_us_min"] = 1e6 * minimum(orvaneCpu);
     state.counters["aravis_caller_us_median"] = 1e6 * median(aravisCaller);
     state.counters["orvane_caller_us_median"] = 1e6 * median(orvaneCaller);
+    state.counters["c_fps"] = double(viaC.frames) / viaC.wall;
+    state.counters["c_cpu_us_median"] = 1e6 * median(cCpu);
+    state.counters["c_cpu_us_min"] = 1e6 * minimum(cCpu);
+    state.counters["c_caller_us_median"] = 1e6 * median(cCaller);
     state.counters["ratio_median"] = median(orvaneCpu) / median(aravisCpu);
     state.counters["ratio_min"] = minimum(orvaneCpu) / minimum(aravisCpu);
+    state.counters["c_ratio_median"] = median(cCpu) / median(aravisCpu);
+    state.counters["c_ratio_min"] = minimum(cCpu) / minimum(aravisCpu);
     state.SetLabel(std::to_string(width) + "x" + std::to_string(height) + " Mono8, " + std::to_string(kBlocks) +
                    " x " + std::to_string(kBlockFrames) + " frames each, interleaved");
 }

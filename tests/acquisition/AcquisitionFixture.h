@@ -12,31 +12,15 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
+#include "SdkError.h"
 
 namespace acqtest {
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
 
-template <class F>
-int CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetError();
-    }
-    return 0;
-}
-
-template <class F>
-std::string MessageOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetErrorMessage();
-    }
-    return "";
-}
+using orvtest::CodeOf;
+using orvtest::MessageOf;
 
 class VirtualStream : public ::testing::Test {
 protected:

@@ -17,6 +17,7 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -25,15 +26,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-template <class F>
-int CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetError();
-    }
-    return 0;
-}
+using orvtest::CodeOf;
 
 double MsSince(Clock::time_point t) { return std::chrono::duration<double, std::milli>(Clock::now() - t).count(); }
 

@@ -13,6 +13,7 @@
 
 #include "Orvane/GenApi/GenApi.h"
 #include "genapi/ArvNodeMap.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -54,25 +55,8 @@ protected:
     std::unique_ptr<ArvNodeMap> map;
 };
 
-template <class F>
-int CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetError();
-    }
-    return 0;
-}
-
-template <class F>
-std::string MessageOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetErrorMessage();
-    }
-    return "";
-}
+using orvtest::CodeOf;
+using orvtest::MessageOf;
 
 std::vector<std::string> Names(const NodeList_t& nodes) {
     std::vector<std::string> out;

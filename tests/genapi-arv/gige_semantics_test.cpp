@@ -17,21 +17,14 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
 
 namespace {
 
-template <class F>
-int CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetError();
-    }
-    return 0;
-}
+using orvtest::CodeOf;
 
 bool Readable(INode* n) {
     const EAccessMode m = n->GetAccessMode();

@@ -15,21 +15,14 @@
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
 #include "VirtualCameraFacts.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
 
 namespace {
 
-template <class F>
-int CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetError();
-    }
-    return 0;
-}
+using orvtest::CodeOf;
 
 class VirtualCameraTest : public ::testing::Test {
 protected:

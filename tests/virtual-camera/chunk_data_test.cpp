@@ -19,6 +19,7 @@
 #include "genapi/ArvNodeMap.h"
 #include "system/CameraCore.h"
 #include "virtual/VirtualCameraRegisters.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -27,25 +28,8 @@ namespace vcam = Orvane::internal::vcam;
 
 namespace {
 
-template <class F>
-int CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetError();
-    }
-    return 0;
-}
-
-template <class F>
-std::string MessageOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetErrorMessage();
-    }
-    return "";
-}
+using orvtest::CodeOf;
+using orvtest::MessageOf;
 
 void PutBE(std::vector<uint8_t>& data, size_t at, uint64_t value, size_t length) {
     for (size_t i = 0; i < length; ++i) data[at + length - 1 - i] = static_cast<uint8_t>(value >> (8 * i));

@@ -15,6 +15,7 @@
 
 #include "Orvane/GenApi/GenApi.h"
 #include "genapi/ArvNodeMap.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -38,25 +39,8 @@ void operator delete(void* p, size_t) noexcept { std::free(p); }
 
 namespace {
 
-template <class F>
-int CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetError();
-    }
-    return 0;
-}
-
-template <class F>
-std::string MessageOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetErrorMessage();
-    }
-    return "";
-}
+using orvtest::CodeOf;
+using orvtest::MessageOf;
 
 void AppendChunk(std::vector<uint8_t>& out, uint32_t id, const std::vector<uint8_t>& data) {
     out.insert(out.end(), data.begin(), data.end());

@@ -19,31 +19,15 @@
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
 #include "VirtualCameraFacts.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
 
 namespace {
 
-template <class F>
-int CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetError();
-    }
-    return 0;
-}
-
-template <class F>
-std::string MessageOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetErrorMessage();
-    }
-    return "";
-}
+using orvtest::CodeOf;
+using orvtest::MessageOf;
 
 bool Readable(INode* n) {
     const EAccessMode m = n->GetAccessMode();

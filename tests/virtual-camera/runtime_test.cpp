@@ -20,6 +20,7 @@
 #include "system/CameraCore.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -27,15 +28,7 @@ namespace vcam = Orvane::internal::vcam;
 
 namespace {
 
-template <class F>
-int CodeOf(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.GetError();
-    }
-    return 0;
-}
+using orvtest::CodeOf;
 
 uint64_t InitialUInt(const std::string& feature, const std::string& slot = "") {
     for (const vcam::InitialValue& v : vcam::kInitialValues) {

@@ -424,9 +424,9 @@ TEST_F(VirtualXml, InitialValuesGiveTheDocumentedDefaults) {
     EXPECT_EQ(Str("DeviceID"), "VC0001");
     EXPECT_EQ(Str("DeviceUserID"), "");
     EXPECT_EQ(Int("SensorWidth"), 2048);
-    EXPECT_EQ(Int("SensorHeight"), 1536);
+    EXPECT_EQ(Int("SensorHeight"), 2048);
     EXPECT_EQ(Int("WidthMax"), 2048);
-    EXPECT_EQ(Int("HeightMax"), 1536);
+    EXPECT_EQ(Int("HeightMax"), 2048);
     EXPECT_EQ(Int("Width"), 1280);
     EXPECT_EQ(Int("Height"), 960);
     EXPECT_EQ(Int("OffsetX"), 0);
