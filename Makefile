@@ -38,7 +38,7 @@ asan: bootstrap
 # The threaded tests (test programs with "threads" in their name) built with ThreadSanitizer.
 tsan: bootstrap
 	cmake -S . -B $(BUILD)-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_SANITIZE=thread -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
-	cmake --build $(BUILD)-tsan -j $(JOBS)
+	cmake --build $(BUILD)-tsan -j $(JOBS) --target threads_tests
 	cd $(BUILD)-tsan && ctest --output-on-failure -j $(JOBS) -R threads
 
 bench: build
