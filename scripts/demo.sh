@@ -28,5 +28,15 @@ step get VC0001 Width
 step set VC0001 Width 640
 refused set VC0001 Width 5000
 step features VC0001 --tl stream
+step grab VC0001 -n 20
+step grab VC0001 -n 3 --trigger software --chunks
+images="$build/demo-images"
+rm -rf "$images"
+mkdir -p "$images"
+step grab VC0001 -n 3 --pixel-format BayerRG8 --set TestPattern=ColorBar --convert BGR8 --algorithm bilinear \
+  --save "$images" --format png --stats
+echo
+echo "\$ ls -l $images"
+ls -l "$images"
 echo
 echo "Demo finished."

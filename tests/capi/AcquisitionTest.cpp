@@ -2,6 +2,8 @@
 // check orders, the two image kinds, timeouts, synchronised lists, and chunk
 // values by name with the silent refusal of unknown names.
 #include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -235,6 +237,85 @@ TEST_F(AcquisitionTest, SynchronisedRetrievalGivesOneImagePerStream) {
     EXPECT_EQ(orvImageRelease(image), ORVANE_ERR_INVALID_HANDLE);
     delete static_cast<Orvane::ImagePtr*>(static_cast<orvObject*>(image)->target);
     delete static_cast<orvObject*>(image);
+}
+
+// The image-list functions over images the camera streamed: two formats in
+// one list, selection and removal by format, and a file round trip that keeps
+// every byte.
+TEST_F(AcquisitionTest, ImageListsOfStreamedImages) {
+    auto grab = [&](const char* format, orvImageList* list) {
+        SetText("PixelFormat", format);
+        ASSERT_EQ(orvCameraBeginAcquisition(camera), ORVANE_ERR_SUCCESS);
+        ASSERT_EQ(orvCameraGetNextImageSync(camera, 5000, list), ORVANE_ERR_SUCCESS);
+        ASSERT_EQ(orvCameraEndAcquisition(camera), ORVANE_ERR_SUCCESS);
+    };
+    EnableChunks({"FrameID", "CRC"});
+    orvImageList mono8 = nullptr, mono16 = nullptr;
+    grab("Mono8", &mono8);
+    grab("Mono16", &mono16);
+    ASSERT_EQ(orvImageListAppend(mono8, mono16), ORVANE_ERR_SUCCESS);
+    size_t size = 0;
+    EXPECT_EQ(orvImageListGetSize(mono8, &size), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(size, 2u);
+
+    std::vector<orvImage> taken;  // list element handles (generic kind), freed below
+    auto take = [&](orvImage image) {
+        taken.push_back(image);
+        return image;
+    };
+    orvImage wide = nullptr;
+    ASSERT_EQ(orvImageListGetByPixelFormat(mono8, Orvane::PixelFormat_Mono16, &wide), ORVANE_ERR_SUCCESS);
+    take(wide);
+    EXPECT_EQ(Get(orvImageGetPixelFormat, wide), Orvane::PixelFormat_Mono16);
+    EXPECT_EQ(Get(orvImageGetBufferSize, wide) >= 64u * 16u * 2u, true);
+    EXPECT_EQ(IntChunk(wide, "ChunkFrameID"), int64_t(Get(orvImageGetFrameID, wide)));
+    orvImage missing = kUntouched;
+    EXPECT_EQ(orvImageListGetByPixelFormat(mono8, Orvane::PixelFormat_RGB8, &missing), ORVANE_ERR_NO_DATA);
+    EXPECT_EQ(LastCode(), ORVANE_ERR_NO_DATA);
+    EXPECT_EQ(missing, kUntouched);
+
+    // Saved and loaded: the same images, byte for byte, chunks included.
+    const std::string file = ::testing::TempDir() + "capi-streamed.orvl";
+    ASSERT_EQ(orvImageListSave(mono8, file.c_str()), ORVANE_ERR_SUCCESS) << LastText(orvErrorGetLastMessage);
+    orvImageList loaded = nullptr;
+    ASSERT_EQ(orvImageListLoad(&loaded, file.c_str()), ORVANE_ERR_SUCCESS) << LastText(orvErrorGetLastMessage);
+    EXPECT_EQ(orvImageListGetSize(loaded, &size), ORVANE_ERR_SUCCESS);
+    ASSERT_EQ(size, 2u);
+    for (size_t i = 0; i < 2; ++i) {
+        orvImage a = nullptr, b = nullptr;
+        ASSERT_EQ(orvImageListGet(mono8, i, &a), ORVANE_ERR_SUCCESS);
+        ASSERT_EQ(orvImageListGet(loaded, i, &b), ORVANE_ERR_SUCCESS);
+        take(a);
+        take(b);
+        EXPECT_EQ(Get(orvImageGetFrameID, b), Get(orvImageGetFrameID, a));
+        EXPECT_EQ(Get(orvImageGetTimeStamp, b), Get(orvImageGetTimeStamp, a));
+        EXPECT_EQ(Get(orvImageGetPixelFormat, b), Get(orvImageGetPixelFormat, a));
+        const size_t bytes = Get(orvImageGetSize, a);
+        ASSERT_EQ(Get(orvImageGetSize, b), bytes);
+        void* da = nullptr;
+        void* db = nullptr;
+        ASSERT_EQ(orvImageGetData(a, &da), ORVANE_ERR_SUCCESS);
+        ASSERT_EQ(orvImageGetData(b, &db), ORVANE_ERR_SUCCESS);
+        EXPECT_EQ(std::memcmp(da, db, bytes), 0) << "image " << i;
+    }
+    std::remove(file.c_str());
+
+    ASSERT_EQ(orvImageListRemoveByPixelFormat(mono8, Orvane::PixelFormat_Mono8), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(orvImageListGetSize(mono8, &size), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(size, 1u);
+    EXPECT_EQ(orvImageListRemove(mono8, 5), ORVANE_ERR_OUT_OF_RANGE);
+    EXPECT_EQ(LastCode(), ORVANE_ERR_OUT_OF_RANGE);
+
+    // Element handles outlive their lists.
+    for (orvImageList list : {mono8, mono16, loaded}) {
+        EXPECT_EQ(orvImageListRelease(list), ORVANE_ERR_SUCCESS);
+        EXPECT_EQ(orvImageListDestroy(list), ORVANE_ERR_SUCCESS);
+    }
+    EXPECT_EQ(Get(orvImageGetPixelFormat, wide), Orvane::PixelFormat_Mono16);
+    for (orvImage image : taken) {
+        delete static_cast<Orvane::ImagePtr*>(static_cast<orvObject*>(image)->target);
+        delete static_cast<orvObject*>(image);
+    }
 }
 
 TEST_F(AcquisitionTest, ChunkValuesByName) {

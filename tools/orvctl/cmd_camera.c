@@ -193,7 +193,7 @@ int orvctlGet(orvSystem system, int argc, char** argv) {
 }
 
 /* After a refused write, says what the feature accepts. */
-static void explain(orvNodeHandle node, const char* name) {
+void orvctlExplain(orvNodeHandle node, const char* name) {
     int32_t type = -1;
     int64_t min = 0, max = 0, inc = 0;
     double fmin = 0, fmax = 0;
@@ -257,10 +257,26 @@ int orvctlSet(orvSystem system, int argc, char** argv) {
                     printf("%s executed\n", rest[0]);
                 status = 0;
             } else {
-                explain(node, rest[0]);
+                orvctlExplain(node, rest[0]);
             }
         }
     }
     orvctlCloseCamera(&camera);
     return status;
+}
+
+int orvctlSetFeature(orvNodeMapHandle map, const char* name, const char* value) {
+    orvNodeHandle node = NULL;
+    char what[160];
+    if (!orvctlCheck(orvNodeMapGetNode(map, name, &node), "looking up the feature")) return 0;
+    if (!node) {
+        fprintf(stderr, "orvctl: the camera has no feature '%s'\n", name);
+        return 0;
+    }
+    snprintf(what, sizeof what, "setting %s to %s", name, value);
+    if (!orvctlCheck(orvNodeFromString(node, value), what)) {
+        orvctlExplain(node, name);
+        return 0;
+    }
+    return 1;
 }

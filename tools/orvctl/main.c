@@ -21,6 +21,34 @@ static const OrvctlCommand kCommands[] = {
      "The value is text as `get` prints it: a number, an enumeration entry's name, true/false, ...\n"
      "A refused value is explained: the feature's range, increment, entries or access mode.",
      orvctlSet},
+    {"grab", "stream frames from a camera: summary, chunk data, statistics, image files",
+     "orvctl [options] grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--set FEATURE=VALUE]...\n"
+     "                   [--trigger software] [--chunks] [--convert FORMAT [--algorithm NAME]]\n"
+     "                   [--save DIR [--format FMT]] [--stats]\n\n"
+     "Streams N frames, then prints a summary: frames, incomplete frames, lost frames (gaps in the frame\n"
+     "ids, or the stream's lost-frame counter when it is higher), first and last frame id, frame rate and\n"
+     "data rate, and the stream's counters. A progress bar goes to stderr when it is a terminal.\n\n"
+     "-n N              frames to grab (default 10)\n"
+     "--timeout MS      longest wait for one frame, in milliseconds (default 5000)\n"
+     "--pixel-format F  set PixelFormat first (GenICam name: Mono8, BayerRG8, RGB8, ...)\n"
+     "--set F=VALUE     write a feature of the camera (repeatable; values as `set` takes them:\n"
+     "                  TestPattern=ColorBar, ExposureTime=5000, ...). Written in order after what\n"
+     "                  --pixel-format, --chunks and --trigger set, just before the acquisition starts\n"
+     "--trigger software\n"
+     "                  trigger each frame by software (FrameStart trigger on, source Software); the\n"
+     "                  trigger mode and source are put back afterwards\n"
+     "--chunks          turn chunk mode on with every chunk, print each frame's chunk values (- when\n"
+     "                  the frame does not carry one); chunk mode is put back afterwards\n"
+     "--convert FORMAT  convert each frame to this pixel format (Mono8, RGB8, BGR8, ...)\n"
+     "--algorithm NAME  demosaicing for --convert: default, none, nearest, bilinear, edge-aware,\n"
+     "                  gradient-corrected, directional\n"
+     "--save DIR        write each frame (converted, with --convert) to DIR/SERIAL-FRAMEID.EXT; DIR is\n"
+     "                  created when missing\n"
+     "--format FMT      file format for --save: png (default), jpeg, tiff, bmp, ppm, pgm, jp2 or raw\n"
+     "--stats           print each frame's minimum, maximum and mean per channel (grey for Mono\n"
+     "                  formats, else red, green and blue)\n"
+     "Ctrl-C stops after the current frame and still puts the camera's settings back.",
+     orvctlGrab},
     {"convert", "write the images of an image list file as image files",
      "orvctl [options] convert LIST OUT [--convert PIXELFORMAT] [--algorithm NAME] [--format FMT]\n\n"
      "LIST is an image list file (as `grab --save-list` writes). OUT is a directory (files image-0000.png,\n"

@@ -34,6 +34,11 @@ const char* orvctlErrorName(orvError error);
 int orvctlGetString(orvNodeMapHandle map, const char* name, char* out, size_t size);
 int orvctlGetInteger(orvNodeMapHandle map, const char* name, int64_t* value);
 int orvctlSetInteger(orvNodeMapHandle map, const char* name, int64_t value);
+/* Writes a feature from text (an entry name, a number, true/false); on
+ * failure prints why and what the feature accepts, and returns 0. */
+int orvctlSetFeature(orvNodeMapHandle map, const char* name, const char* value);
+/* After a refused write: the feature's range, entries or access mode. */
+void orvctlExplain(orvNodeHandle node, const char* name);
 /* Any readable node as text ("-" when absent or unreadable). */
 void orvctlNodeText(orvNodeHandle node, char* out, size_t size);
 
@@ -72,5 +77,6 @@ int orvctlFeatures(orvSystem system, int argc, char** argv);
 int orvctlGet(orvSystem system, int argc, char** argv);
 int orvctlSet(orvSystem system, int argc, char** argv);
 int orvctlConvert(orvSystem system, int argc, char** argv);
+int orvctlGrab(orvSystem system, int argc, char** argv);
 
 #endif

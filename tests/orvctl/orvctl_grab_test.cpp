@@ -1,0 +1,347 @@
+// orvctl grab on the virtual camera, run as a separate process: the summary,
+// chunk lines, statistics, image files, exit statuses and error messages.
+#include <gtest/gtest.h>
+#include <png.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct RunResult {
+    int status = -1;
+    std::vector<std::string> out;  // stdout lines
+    std::string err;               // stderr, whole
+};
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+std::string ReadFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// Matches a line against a pattern in which "<n>" stands for one or more
+// digits and "<f>" for digits, a point and digits; every other character
+// stands for itself. The numbers matched are appended to `numbers`.
+bool Matches(const std::string& line, const std::string& pattern, std::vector<std::string>* numbers = nullptr) {
+    size_t i = 0, p = 0;
+    auto digits = [&line, &i] {
+        const size_t start = i;
+        while (i < line.size() && line[i] >= '0' && line[i] <= '9') ++i;
+        return i > start;
+    };
+    while (p < pattern.size()) {
+        if (pattern.compare(p, 3, "<n>") == 0 || pattern.compare(p, 3, "<f>") == 0) {
+            const size_t start = i;
+            if (!digits()) return false;
+            if (pattern[p + 1] == 'f' && (i >= line.size() || line[i++] != '.' || !digits())) return false;
+            if (numbers) numbers->push_back(line.substr(start, i - start));
+            p += 3;
+        } else if (i < line.size() && line[i] == pattern[p]) {
+            ++i;
+            ++p;
+        } else {
+            return false;
+        }
+    }
+    return i == line.size();
+}
+
+class OrvctlGrab : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "orvctl-grab-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        dir = pattern;
+    }
+    void TearDown() override {
+        std::error_code ignored;
+        fs::remove_all(dir, ignored);
+    }
+
+    // Runs orvctl with these arguments (single-quoted for the shell); stderr
+    // goes to a file, so it is not a terminal and no progress bar is drawn.
+    RunResult Orvctl(const std::vector<std::string>& args) {
+        std::string command = std::string("'") + ORVCTL_PATH + "'";
+        for (const std::string& a : args) command += " '" + a + "'";
+        const fs::path errFile = dir / "stderr.txt";
+        command += " 2>'" + errFile.string() + "'";
+        RunResult run;
+        FILE* pipe = popen(command.c_str(), "r");
+        if (!pipe) return run;
+        std::string out;
+        char buffer[4096];
+        size_t n;
+        while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
+        const int raw = pclose(pipe);
+        run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        run.out = Lines(out);
+        run.err = ReadFile(errFile);
+        fs::remove(errFile);
+        return run;
+    }
+
+    fs::path dir;
+};
+
+// fps, MB/s, bytes (the third number) and seconds.
+const char kRateLine[] = "<f> fps, <f> MB/s (<n> bytes in <f> s)";
+
+TEST(OrvctlGrabMatcher, MatchesNumbersAndLiteralText) {
+    std::vector<std::string> numbers;
+    EXPECT_TRUE(Matches("30.0 fps, 36.88 MB/s (24576000 bytes in 0.639 s)", kRateLine, &numbers));
+    EXPECT_EQ(numbers, (std::vector<std::string>{"30.0", "36.88", "24576000", "0.639"}));
+    EXPECT_FALSE(Matches("30 fps, 36.88 MB/s (24576000 bytes in 0.639 s)", kRateLine));
+    EXPECT_FALSE(Matches("30.0 fps, 36.88 MB/s (24576000 bytes in 0.639 s) ", kRateLine));
+    EXPECT_FALSE(Matches("30.0 fps, 36.88 MB/s (bytes in 0.639 s)", kRateLine));
+    EXPECT_FALSE(Matches("x=", "x=<n>"));
+    EXPECT_TRUE(Matches("x=12", "x=<n>"));
+}
+
+TEST_F(OrvctlGrab, SummaryCountsFramesAndIds) {
+    const RunResult run = Orvctl({"grab", "VC0001", "-n", "5"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");  // stderr is no terminal: no progress bar
+    ASSERT_EQ(run.out.size(), 3u);
+    EXPECT_EQ(run.out[0], "5 frames, 0 incomplete, 0 lost, frame ids 1 to 5");
+    std::vector<std::string> numbers;
+    ASSERT_TRUE(Matches(run.out[1], kRateLine, &numbers)) << run.out[1];
+    EXPECT_EQ(numbers[2], std::to_string(5 * 1280 * 960));  // Mono8 1280 x 960, no chunks
+    EXPECT_EQ(run.out[2], "stream counters: 5 delivered, 0 incomplete, 0 lost, 0 dropped");
+}
+
+TEST_F(OrvctlGrab, DefaultIsTenFrames) {
+    const RunResult run = Orvctl({"grab", "VC0001"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    ASSERT_FALSE(run.out.empty());
+    EXPECT_EQ(run.out[0], "10 frames, 0 incomplete, 0 lost, frame ids 1 to 10");
+}
+
+TEST_F(OrvctlGrab, OneFrameHasNoRate) {
+    const RunResult run = Orvctl({"grab", "VC0001", "-n", "1"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    ASSERT_EQ(run.out.size(), 3u);
+    EXPECT_EQ(run.out[0], "1 frame, 0 incomplete, 0 lost, frame ids 1 to 1");
+    EXPECT_EQ(run.out[1], "rate: too few frames to measure");
+}
+
+TEST_F(OrvctlGrab, SoftwareTriggerWithChunksPrintsEachFramesChunks) {
+    const RunResult run = Orvctl({"grab", "VC0001", "-n", "3", "--trigger", "software", "--chunks"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    ASSERT_EQ(run.out.size(), 7u);
+    // ChunkImage is always sent and cannot be switched: it is not listed.
+    EXPECT_EQ(run.out[0],
+              "chunks enabled: CRC FrameID Timestamp Width Height OffsetX OffsetY PixelFormat LinePitch ExposureTime "
+              "Gain BlackLevel PixelDynamicRangeMin PixelDynamicRangeMax LineStatusAll ExposureEndLineStatusAll "
+              "CounterValue TimerValue SequencerSetActive TimestampLatchValue");
+    long long previous = -1;
+    for (int k = 1; k <= 3; ++k) {
+        const std::string line = "frame " + std::to_string(k) + ": chunks ChunkFrameID=" + std::to_string(k) +
+                                 " ChunkTimestamp=<n> ChunkWidth=1280 ChunkHeight=960 ChunkOffsetX=0 "
+                                 "ChunkOffsetY=0 ChunkExposureTime=10000 ChunkGain=0";
+        std::vector<std::string> numbers;
+        ASSERT_TRUE(Matches(run.out[k], line, &numbers)) << run.out[k];
+        const long long timestamp = std::stoll(numbers[0]);
+        EXPECT_GT(timestamp, previous);
+        previous = timestamp;
+    }
+    EXPECT_EQ(run.out[4], "3 frames, 0 incomplete, 0 lost, frame ids 1 to 3");
+    std::vector<std::string> numbers;
+    ASSERT_TRUE(Matches(run.out[5], kRateLine, &numbers)) << run.out[5];
+    EXPECT_GT(std::stoll(numbers[2]), 3LL * 1280 * 960);  // the chunks add to the payload
+    EXPECT_EQ(run.out[6], "stream counters: 3 delivered, 0 incomplete, 0 lost, 0 dropped");
+}
+
+TEST_F(OrvctlGrab, ChunksTheFramesDoNotCarryAreDashes) {
+    // --set runs after --chunks: the frame id and gain chunks switched off again.
+    RunResult run = Orvctl({"grab", "VC0001", "-n", "1", "--chunks", "--set", "ChunkSelector=FrameID", "--set",
+                            "ChunkEnable=false", "--set", "ChunkSelector=Gain", "--set", "ChunkEnable=false"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    ASSERT_GE(run.out.size(), 2u);
+    EXPECT_TRUE(Matches(run.out[1], "frame 1: chunks ChunkFrameID=- ChunkTimestamp=<n> ChunkWidth=1280 "
+                                    "ChunkHeight=960 ChunkOffsetX=0 ChunkOffsetY=0 ChunkExposureTime=10000 ChunkGain=-"))
+        << run.out[1];
+    // Chunk mode off: no chunk at all.
+    run = Orvctl({"grab", "VC0001", "-n", "1", "--chunks", "--set", "ChunkModeActive=false"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    ASSERT_GE(run.out.size(), 2u);
+    EXPECT_EQ(run.out[1],
+              "frame 1: chunks ChunkFrameID=- ChunkTimestamp=- ChunkWidth=- ChunkHeight=- ChunkOffsetX=- "
+              "ChunkOffsetY=- ChunkExposureTime=- ChunkGain=-");
+}
+
+// The pixel at (x, y) of an 8-bit RGB PNG file.
+struct Png {
+    unsigned width = 0, height = 0;
+    std::vector<unsigned char> rgb;
+    std::string Pixel(unsigned x, unsigned y) const {
+        const unsigned char* p = &rgb[(size_t(y) * width + x) * 3];
+        return std::to_string(p[0]) + "," + std::to_string(p[1]) + "," + std::to_string(p[2]);
+    }
+};
+
+bool ReadPng(const fs::path& path, Png& out) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&image, path.c_str())) return false;
+    image.format = PNG_FORMAT_RGB;
+    out.width = image.width;
+    out.height = image.height;
+    out.rgb.assign(PNG_IMAGE_SIZE(image), 0);
+    return png_image_finish_read(&image, nullptr, out.rgb.data(), 0, nullptr) != 0;
+}
+
+TEST_F(OrvctlGrab, SaveWritesConvertedColourPngs) {
+    const fs::path images = dir / "images";  // created by orvctl
+    const RunResult run = Orvctl({"grab", "VC0001", "-n", "3", "--pixel-format", "BayerRG8", "--set", "TestPattern=ColorBar",
+                            "--convert", "BGR8", "--algorithm", "bilinear", "--save", images.string(), "--format",
+                            "png"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    ASSERT_EQ(run.out.size(), 6u);
+    // Colour bars, 160 pixels each: white, yellow, cyan, green, magenta, red, blue, black.
+    const char* const kBars[8] = {"255,255,255", "255,255,0", "0,255,255", "0,255,0",
+                                  "255,0,255",   "255,0,0",   "0,0,255",   "0,0,0"};
+    for (int k = 1; k <= 3; ++k) {
+        const fs::path file = images / ("VC0001-00000" + std::to_string(k) + ".png");
+        EXPECT_EQ(run.out[k - 1], "frame " + std::to_string(k) + ": saved " + file.string());
+        ASSERT_TRUE(fs::is_regular_file(file)) << file;
+        EXPECT_EQ(ReadFile(file).substr(0, 8), std::string("\x89PNG\r\n\x1a\n", 8));
+        Png png;
+        ASSERT_TRUE(ReadPng(file, png)) << file;
+        ASSERT_EQ(png.width, 1280u);
+        ASSERT_EQ(png.height, 960u);
+        for (unsigned bar = 0; bar < 8; ++bar) EXPECT_EQ(png.Pixel(bar * 160 + 80, 480), kBars[bar]) << bar;
+    }
+    EXPECT_EQ(run.out[3], "3 frames, 0 incomplete, 0 lost, frame ids 1 to 3");
+    EXPECT_EQ(std::distance(fs::directory_iterator(images), fs::directory_iterator()), 3);
+}
+
+TEST_F(OrvctlGrab, SaveRawFramesInTheChosenFormat) {
+    const RunResult run = Orvctl({"grab", "VC0001", "-n", "2", "--save", dir.string(), "--format", "pgm"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    for (int k = 1; k <= 2; ++k) {
+        const fs::path file = dir / ("VC0001-00000" + std::to_string(k) + ".pgm");
+        ASSERT_TRUE(fs::is_regular_file(file)) << file;
+        const std::string bytes = ReadFile(file);
+        EXPECT_EQ(bytes.substr(0, 2), "P5");
+        EXPECT_EQ(bytes.size() % (1280 * 960), bytes.size() - 1280 * 960) << "header plus 1280 x 960 bytes";
+    }
+}
+
+TEST_F(OrvctlGrab, StatisticsPerChannel) {
+    // RGB8 colour bars: each channel is 255 in four of the eight bars; the
+    // frame id is burned into the first 64 pixels (frame 1: pixel 0 white,
+    // 63 pixels black), so each mean is (614400 - 63) * 255 / 1228800.
+    RunResult run = Orvctl({"grab", "VC0001", "-n", "2", "--pixel-format", "RGB8", "--set", "TestPattern=ColorBar", "--stats"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    ASSERT_GE(run.out.size(), 1u);
+    EXPECT_EQ(run.out[0],
+              "frame 1: stats RGB8 red min 0 max 255 mean 127.49, green min 0 max 255 mean 127.49, blue min 0 max "
+              "255 mean 127.49");
+    run = Orvctl({"grab", "VC0001", "-n", "1", "--set", "TestPattern=White", "--stats"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    ASSERT_GE(run.out.size(), 1u);
+    EXPECT_EQ(run.out[0], "frame 1: stats Mono8 grey min 255 max 255 mean 255.00");
+    // After a conversion the statistics are the converted image's.
+    run = Orvctl({"grab", "VC0001", "-n", "1", "--set", "TestPattern=Black", "--convert", "BGR8", "--stats"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    ASSERT_GE(run.out.size(), 1u);
+    EXPECT_EQ(run.out[0],
+              "frame 1: stats BGR8 red min 0 max 0 mean 0.00, green min 0 max 0 mean 0.00, blue min 0 max 0 mean 0.00");
+}
+
+TEST_F(OrvctlGrab, TimeoutFailsAfterTheSummary) {
+    // Software trigger set up by hand but never executed: no frame comes.
+    const RunResult run = Orvctl({"grab", "VC0001", "-n", "2", "--timeout", "100", "--set", "TriggerSelector=FrameStart",
+                            "--set", "TriggerSource=Software", "--set", "TriggerMode=On"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err,
+              "orvctl: waiting for frame 1 of 2 failed: camera Orvane-VirtualCamera-VC0001: no image arrived within "
+              "100 ms (timeout, -1012)\n");
+    ASSERT_EQ(run.out.size(), 3u);
+    EXPECT_EQ(run.out[0], "0 frames, 0 incomplete, 0 lost, no frame ids");
+    EXPECT_EQ(run.out[1], "rate: too few frames to measure");
+    EXPECT_EQ(run.out[2], "stream counters: 0 delivered, 0 incomplete, 0 lost, 0 dropped");
+}
+
+TEST_F(OrvctlGrab, RefusedSettingsAreExplained) {
+    RunResult run = Orvctl({"grab", "VC0001", "--pixel-format", "Foo8"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(run.out.empty());
+    const std::vector<std::string> err = Lines(run.err);
+    ASSERT_EQ(err.size(), 2u);
+    EXPECT_EQ(err[0], "orvctl: setting PixelFormat to Foo8 failed: invalid value for the feature (-2003)");
+    EXPECT_EQ(err[1].rfind("orvctl: PixelFormat accepts: Mono8 Mono10 ", 0), 0u) << err[1];
+
+    run = Orvctl({"grab", "VC0001", "--set", "Width=5000"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err,
+              "orvctl: setting Width to 5000 failed: value outside the feature's range or increment (-2004)\n"
+              "orvctl: Width accepts 16 to 2048 in steps of 8\n");
+
+    run = Orvctl({"grab", "VC0001", "--set", "NoSuchFeature=1"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "orvctl: the camera has no feature 'NoSuchFeature'\n");
+
+    run = Orvctl({"grab", "VC0009"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "orvctl: no camera has the serial number 'VC0009' (see `orvctl list`)\n");
+}
+
+TEST_F(OrvctlGrab, BadUsageExitsWithTwo) {
+    const std::string usage =
+        "usage: orvctl grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--set FEATURE=VALUE]...\n"
+        "                   [--trigger software] [--chunks] [--convert FORMAT [--algorithm NAME]]\n"
+        "                   [--save DIR [--format FMT]] [--stats]\n";
+    const struct {
+        std::vector<std::string> args;
+        std::string err;
+    } cases[] = {
+        {{"grab"}, usage},
+        {{"grab", "VC0001", "-n", "0"}, "orvctl grab: -n takes a number of frames from 1 to 1000000000\n"},
+        {{"grab", "VC0001", "-n", "-3"}, "orvctl grab: -n takes a number of frames from 1 to 1000000000\n"},
+        {{"grab", "VC0001", "-n", "5x"}, "orvctl grab: -n takes a number of frames from 1 to 1000000000\n"},
+        {{"grab", "VC0001", "--timeout", "0"}, "orvctl grab: --timeout takes milliseconds from 1 to 86400000\n"},
+        {{"grab", "VC0001", "--trigger", "hardware"}, "orvctl grab: --trigger takes 'software'\n"},
+        {{"grab", "VC0001", "--set", "Width"}, "orvctl grab: --set takes FEATURE=VALUE\n"},
+        {{"grab", "VC0001", "--algorithm", "bilinear"}, "orvctl grab: --algorithm applies to --convert\n"},
+        {{"grab", "VC0001", "--format", "png"}, "orvctl grab: --format applies to --save\n"},
+        {{"grab", "VC0001", "--save"}, "orvctl grab: --save needs a value\n" + usage},
+        {{"grab", "VC0001", "--frames", "3"}, "orvctl grab: unknown option '--frames'\n" + usage},
+        {{"grab", "VC0001", "VC0002"}, "orvctl grab: unexpected argument 'VC0002'\n" + usage},
+        {{"grab", "VC0001", "--format", "gif", "--save", "x"},
+         "orvctl: unknown file format 'gif' (png, jpeg, tiff, bmp, ppm, pgm, jp2, raw)\n"},
+    };
+    for (const auto& c : cases) {
+        const RunResult run = Orvctl(c.args);
+        EXPECT_EQ(run.status, 2) << c.args.back();
+        EXPECT_EQ(run.err, c.err) << c.args.back();
+        EXPECT_TRUE(run.out.empty()) << c.args.back();
+    }
+}
+
+TEST_F(OrvctlGrab, HelpListsGrab) {
+    const RunResult run = Orvctl({"--help"});
+    ASSERT_EQ(run.status, 0);
+    EXPECT_NE(std::find(run.out.begin(), run.out.end(),
+                        "  grab       stream frames from a camera: summary, chunk data, statistics, image files"),
+              run.out.end());
+}
+
+}  // namespace

@@ -1,0 +1,523 @@
+/* orvctl grab: streams frames from a camera, optionally software-triggered,
+ * with chunk data, conversion, statistics and image files, then sums up. */
+#include <errno.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "orvctl.h"
+
+static const char kGrabUsage[] =
+    "usage: orvctl grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--set FEATURE=VALUE]...\n"
+    "                   [--trigger software] [--chunks] [--convert FORMAT [--algorithm NAME]]\n"
+    "                   [--save DIR [--format FMT]] [--stats]\n";
+
+enum { MAX_SETTINGS = 32 };
+
+typedef struct {
+    const char* serial;
+    unsigned long long count;
+    unsigned long long timeout;
+    const char* pixelFormat;
+    const char* settings[MAX_SETTINGS]; /* FEATURE=VALUE, written in order just before the acquisition */
+    int settingCount;
+    int softwareTrigger;
+    int chunks;
+    int convert;
+    orvPixelFormat target;
+    orvColorProcessingAlgorithm algorithm;
+    int algorithmGiven;
+    const char* saveDir;
+    orvImageFileFormat fileFormat;
+    const char* extension;
+    int formatGiven;
+    int stats;
+} GrabOptions;
+
+/* What the run has seen so far. */
+typedef struct {
+    unsigned long long frames, incomplete, gaps, bytes, firstBytes;
+    uint64_t firstId, lastId;
+    double begin, first, last;
+} GrabTally;
+
+/* The progress bar on stderr (only when stderr is a terminal). Per-frame
+ * lines on stdout clear it first; it is drawn again after the frame. */
+typedef struct {
+    int enabled;
+    int drawn;
+    double drawnAt;
+} ProgressBar;
+
+/* Set by SIGINT: the loop stops after the current frame and the camera is
+ * put back as it was. Owner: the grab loop, which installs the handler and
+ * restores the previous one. */
+static volatile sig_atomic_t gInterrupted = 0;
+
+static void onInterrupt(int sig) {
+    (void)sig;
+    gInterrupted = 1;
+}
+
+static double now(void) {
+    struct timespec t;
+    clock_gettime(CLOCK_MONOTONIC, &t);
+    return (double)t.tv_sec + (double)t.tv_nsec * 1e-9;
+}
+
+static void clearBar(ProgressBar* bar) {
+    if (!bar->drawn) return;
+    fprintf(stderr, "\r\033[K");
+    bar->drawn = 0;
+}
+
+static void drawBar(ProgressBar* bar, unsigned long long done, unsigned long long total) {
+    enum { WIDTH = 30 };
+    char cells[WIDTH + 1];
+    const double t = now();
+    int filled, i;
+    if (!bar->enabled || (bar->drawn && done < total && t - bar->drawnAt < 0.1)) return;
+    filled = total ? (int)(done * WIDTH / total) : WIDTH;
+    for (i = 0; i < WIDTH; ++i) cells[i] = i < filled ? '#' : '.';
+    cells[WIDTH] = '\0';
+    fflush(stdout);
+    fprintf(stderr, "\r[%s] %llu/%llu", cells, done, total);
+    fflush(stderr);
+    bar->drawn = 1;
+    bar->drawnAt = t;
+}
+
+/* Parses a whole decimal number within [min, max]. */
+static int parseNumber(const char* text, unsigned long long min, unsigned long long max, unsigned long long* out) {
+    char* end = NULL;
+    unsigned long long v;
+    if (!*text || *text == '-' || *text == '+') return 0;
+    errno = 0;
+    v = strtoull(text, &end, 10);
+    if (errno || *end || v < min || v > max) return 0;
+    *out = v;
+    return 1;
+}
+
+/* Returns 1 when parsed, 0 after a usage message (exit status 2). */
+static int parseOptions(int argc, char** argv, GrabOptions* o) {
+    int k;
+    memset(o, 0, sizeof *o);
+    o->count = 10;
+    o->timeout = 5000;
+    o->target = ORV_UNKNOWN_PIXELFORMAT;
+    o->algorithm = ORV_COLOR_PROCESSING_DEFAULT;
+    o->fileFormat = ORV_FILE_FORMAT_PNG;
+    o->extension = "png";
+    for (k = 0; k < argc; ++k) {
+        const char* a = argv[k];
+        const int hasValue = k + 1 < argc;
+        if (strcmp(a, "-n") == 0 && hasValue) {
+            if (!parseNumber(argv[++k], 1, 1000000000ULL, &o->count)) {
+                fprintf(stderr, "orvctl grab: -n takes a number of frames from 1 to 1000000000\n");
+                return 0;
+            }
+        } else if (strcmp(a, "--timeout") == 0 && hasValue) {
+            if (!parseNumber(argv[++k], 1, 86400000ULL, &o->timeout)) {
+                fprintf(stderr, "orvctl grab: --timeout takes milliseconds from 1 to 86400000\n");
+                return 0;
+            }
+        } else if (strcmp(a, "--pixel-format") == 0 && hasValue) {
+            o->pixelFormat = argv[++k];
+        } else if (strcmp(a, "--set") == 0 && hasValue) {
+            const char* eq = strchr(argv[++k], '=');
+            if (!eq || eq == argv[k] || eq - argv[k] >= 128) {
+                fprintf(stderr, "orvctl grab: --set takes FEATURE=VALUE\n");
+                return 0;
+            }
+            if (o->settingCount == MAX_SETTINGS) {
+                fprintf(stderr, "orvctl grab: at most %d --set options\n", MAX_SETTINGS);
+                return 0;
+            }
+            o->settings[o->settingCount++] = argv[k];
+        } else if (strcmp(a, "--trigger") == 0 && hasValue) {
+            if (strcmp(argv[++k], "software") != 0) {
+                fprintf(stderr, "orvctl grab: --trigger takes 'software'\n");
+                return 0;
+            }
+            o->softwareTrigger = 1;
+        } else if (strcmp(a, "--chunks") == 0) {
+            o->chunks = 1;
+        } else if (strcmp(a, "--convert") == 0 && hasValue) {
+            if (!orvctlPixelFormatByName(argv[++k], &o->target)) return 0;
+            o->convert = 1;
+        } else if (strcmp(a, "--algorithm") == 0 && hasValue) {
+            if (!orvctlAlgorithmByName(argv[++k], &o->algorithm)) return 0;
+            o->algorithmGiven = 1;
+        } else if (strcmp(a, "--save") == 0 && hasValue) {
+            o->saveDir = argv[++k];
+        } else if (strcmp(a, "--format") == 0 && hasValue) {
+            if (!orvctlFileFormatByName(argv[++k], &o->fileFormat, &o->extension)) return 0;
+            o->formatGiven = 1;
+        } else if (strcmp(a, "--stats") == 0) {
+            o->stats = 1;
+        } else if (a[0] != '-' && !o->serial) {
+            o->serial = a;
+        } else {
+            static const char* const kTakeValues[] = {"-n",      "--timeout",   "--pixel-format", "--set", "--trigger",
+                                                      "--convert", "--algorithm", "--save",         "--format"};
+            size_t v;
+            int needsValue = 0;
+            for (v = 0; v < sizeof kTakeValues / sizeof kTakeValues[0]; ++v)
+                if (strcmp(a, kTakeValues[v]) == 0) needsValue = 1;
+            if (needsValue)
+                fprintf(stderr, "orvctl grab: %s needs a value\n", a);
+            else if (a[0] == '-')
+                fprintf(stderr, "orvctl grab: unknown option '%s'\n", a);
+            else
+                fprintf(stderr, "orvctl grab: unexpected argument '%s'\n", a);
+            fputs(kGrabUsage, stderr);
+            return 0;
+        }
+    }
+    if (!o->serial) {
+        fputs(kGrabUsage, stderr);
+        return 0;
+    }
+    if (o->algorithmGiven && !o->convert) {
+        fprintf(stderr, "orvctl grab: --algorithm applies to --convert\n");
+        return 0;
+    }
+    if (o->formatGiven && !o->saveDir) {
+        fprintf(stderr, "orvctl grab: --format applies to --save\n");
+        return 0;
+    }
+    return 1;
+}
+
+static orvNodeHandle findNode(orvNodeMapHandle map, const char* name) {
+    orvNodeHandle node = NULL;
+    if (!orvctlCheck(orvNodeMapGetNode(map, name, &node), "looking up the feature")) return NULL;
+    if (!node) fprintf(stderr, "orvctl: the camera has no feature '%s'\n", name);
+    return node;
+}
+
+/* Turns chunk mode on and enables every available chunk the camera lets the
+ * user switch; lists them on stdout. */
+static int enableAllChunks(orvNodeMapHandle map) {
+    orvNodeHandle selector, enable;
+    size_t n = 0, i;
+    if (!orvctlSetFeature(map, "ChunkModeActive", "true")) return 0;
+    if (!(selector = findNode(map, "ChunkSelector")) || !(enable = findNode(map, "ChunkEnable"))) return 0;
+    if (!orvctlCheck(orvEnumerationGetNumEntries(selector, &n), "counting the ChunkSelector entries")) return 0;
+    printf("chunks enabled:");
+    for (i = 0; i < n; ++i) {
+        orvNodeHandle entry = NULL;
+        bool8_t available = 0, writable = 0;
+        int64_t value = 0;
+        char symbolic[128];
+        size_t length = sizeof symbolic;
+        if (!orvctlCheck(orvEnumerationGetEntryByIndex(selector, i, &entry), "reading a ChunkSelector entry") ||
+            !orvctlCheck(orvNodeIsAvailable(entry, &available), "reading a ChunkSelector entry"))
+            return 0;
+        if (!available) continue;
+        if (!orvctlCheck(orvEnumerationEntryGetIntValue(entry, &value), "reading a ChunkSelector entry") ||
+            !orvctlCheck(orvEnumerationEntryGetSymbolic(entry, symbolic, &length), "reading a ChunkSelector entry") ||
+            !orvctlCheck(orvEnumerationSetIntValue(selector, value), "selecting a chunk") ||
+            !orvctlCheck(orvNodeIsWritable(enable, &writable), "reading ChunkEnable"))
+            return 0;
+        if (!writable) continue; /* always sent, or fixed by the camera */
+        if (!orvctlCheck(orvBooleanSetValue(enable, 1), "enabling a chunk")) return 0;
+        printf(" %s", symbolic);
+    }
+    printf("\n");
+    return 1;
+}
+
+static void printChunks(orvImage image, uint64_t id, ProgressBar* bar) {
+    static const char* const kInts[] = {"ChunkFrameID", "ChunkTimestamp", "ChunkWidth",
+                                        "ChunkHeight",  "ChunkOffsetX",   "ChunkOffsetY"};
+    static const char* const kFloats[] = {"ChunkExposureTime", "ChunkGain"};
+    size_t i;
+    clearBar(bar);
+    printf("frame %llu: chunks", (unsigned long long)id);
+    for (i = 0; i < sizeof kInts / sizeof kInts[0]; ++i) {
+        int64_t v = 0;
+        if (orvImageChunkDataGetIntValue(image, kInts[i], &v) == ORVANE_ERR_SUCCESS)
+            printf(" %s=%lld", kInts[i], (long long)v);
+        else
+            printf(" %s=-", kInts[i]);
+    }
+    for (i = 0; i < sizeof kFloats / sizeof kFloats[0]; ++i) {
+        double v = 0;
+        if (orvImageChunkDataGetFloatValue(image, kFloats[i], &v) == ORVANE_ERR_SUCCESS)
+            printf(" %s=%g", kFloats[i], v);
+        else
+            printf(" %s=-", kFloats[i]);
+    }
+    printf("\n");
+}
+
+/* Minimum, maximum and mean of each channel: grey for mono formats, red,
+ * green and blue for the others. */
+static int printStatistics(orvImage image, orvImageStatistics statistics, uint64_t id, ProgressBar* bar) {
+    static const struct {
+        orvStatisticsChannel channel;
+        const char* name;
+    } kChannels[] = {{ORV_STATISTICS_CHANNEL_GREY, "grey"},
+                     {ORV_STATISTICS_CHANNEL_RED, "red"},
+                     {ORV_STATISTICS_CHANNEL_GREEN, "green"},
+                     {ORV_STATISTICS_CHANNEL_BLUE, "blue"}};
+    char format[64];
+    size_t length = sizeof format, i;
+    int mono, shown = 0;
+    if (!orvctlCheck(orvImageGetPixelFormatName(image, format, &length), "reading the pixel format")) return 0;
+    mono = strncmp(format, "Mono", 4) == 0;
+    if (!orvctlCheck(mono ? orvImageStatisticsEnableGreyOnly(statistics) : orvImageStatisticsEnableRgbOnly(statistics),
+                     "choosing the statistics channels") ||
+        !orvctlCheck(orvImageCalculateStatistics(image, statistics), "calculating the statistics"))
+        return 0;
+    clearBar(bar);
+    printf("frame %llu: stats %s", (unsigned long long)id, format);
+    for (i = mono ? 0 : 1; i < (mono ? 1u : 4u); ++i) {
+        unsigned int min = 0, max = 0;
+        float mean = 0;
+        if (!orvctlCheck(orvImageStatisticsGetRange(statistics, kChannels[i].channel, &min, &max),
+                         "reading the statistics") ||
+            !orvctlCheck(orvImageStatisticsGetMean(statistics, kChannels[i].channel, &mean), "reading the statistics")) {
+            printf("\n");
+            return 0;
+        }
+        printf("%s %s min %u max %u mean %.2f", shown++ ? "," : "", kChannels[i].name, min, max, (double)mean);
+    }
+    printf("\n");
+    return 1;
+}
+
+typedef struct {
+    const GrabOptions* options;
+    orvImageProcessor processor;
+    orvImageStatistics statistics;
+    GrabTally tally;
+    ProgressBar bar;
+} GrabRun;
+
+/* Everything done with one frame; the caller releases the image. */
+static int handleFrame(GrabRun* run, orvImage image) {
+    const GrabOptions* o = run->options;
+    GrabTally* t = &run->tally;
+    uint64_t id = 0;
+    bool8_t incomplete = 0;
+    size_t payload = 0;
+    orvImage converted = NULL, result;
+    int ok = 1;
+    if (!orvctlCheck(orvImageGetFrameID(image, &id), "reading the frame id") ||
+        !orvctlCheck(orvImageIsIncomplete(image, &incomplete), "reading the image status") ||
+        !orvctlCheck(orvImageGetValidPayloadSize(image, &payload), "reading the payload size"))
+        return 0;
+    if (t->frames == 0) {
+        t->firstId = id;
+        t->firstBytes = payload;
+    } else if (id > t->lastId) {
+        t->gaps += id - t->lastId - 1; /* a smaller id: the counter wrapped or restarted */
+    }
+    t->lastId = id;
+    ++t->frames;
+    t->bytes += payload;
+    if (incomplete) {
+        orvImageStatus status = ORV_IMAGE_STATUS_UNKNOWN_ERROR;
+        char text[128] = "";
+        size_t length = sizeof text;
+        ++t->incomplete;
+        if (orvctlCheck(orvImageGetStatus(image, &status), "reading the image status"))
+            orvctlCheck(orvImageGetStatusDescription(status, text, &length), "describing the image status");
+        clearBar(&run->bar);
+        printf("frame %llu: incomplete (%s)\n", (unsigned long long)id, text[0] ? text : "unknown status");
+    }
+    if (o->chunks) printChunks(image, id, &run->bar);
+    if (o->convert && !orvctlConvertImage(run->processor, image, o->target, &converted)) return 0;
+    result = converted ? converted : image;
+    if (o->stats) ok = printStatistics(result, run->statistics, id, &run->bar);
+    if (ok && o->saveDir) {
+        char name[4096];
+        snprintf(name, sizeof name, "%s/%s-%06llu.%s", o->saveDir, o->serial, (unsigned long long)id, o->extension);
+        ok = orvctlSaveImage(result, name, o->fileFormat);
+        if (ok) {
+            clearBar(&run->bar);
+            printf("frame %llu: saved %s\n", (unsigned long long)id, name);
+        }
+    }
+    if (converted && !orvctlCheck(orvImageDestroy(converted), "freeing the converted image")) ok = 0;
+    return ok;
+}
+
+/* Prints one stream counter, "-" when the stream has no such counter. */
+static void printCounter(orvNodeMapHandle stream, const char* name, const char* label, int last) {
+    int64_t v = 0;
+    if (stream && orvctlGetInteger(stream, name, &v))
+        printf("%lld %s%s", (long long)v, label, last ? "\n" : ", ");
+    else
+        printf("- %s%s", label, last ? "\n" : ", ");
+}
+
+static void printSummary(const GrabRun* run, orvNodeMapHandle stream, int64_t streamLost) {
+    const GrabTally* t = &run->tally;
+    unsigned long long lost = t->gaps;
+    if (streamLost > 0 && (unsigned long long)streamLost > lost) lost = (unsigned long long)streamLost;
+    printf("%llu frame%s, %llu incomplete, %llu lost, ", t->frames, t->frames == 1 ? "" : "s", t->incomplete, lost);
+    if (t->frames)
+        printf("frame ids %llu to %llu\n", (unsigned long long)t->firstId, (unsigned long long)t->lastId);
+    else
+        printf("no frame ids\n");
+    if (t->frames >= 2 && t->last > t->first) {
+        const double span = t->last - t->first;
+        printf("%.1f fps, %.2f MB/s (%llu bytes in %.3f s)\n", (double)(t->frames - 1) / span,
+               (double)(t->bytes - t->firstBytes) / span / 1e6, t->bytes, t->last - t->begin);
+    } else {
+        printf("rate: too few frames to measure\n");
+    }
+    printf("stream counters: ");
+    printCounter(stream, "StreamDeliveredFrameCount", "delivered", 0);
+    printCounter(stream, "StreamIncompleteFrameCount", "incomplete", 0);
+    printCounter(stream, "StreamLostFrameCount", "lost", 0);
+    printCounter(stream, "StreamDroppedFrameCount", "dropped", 1);
+}
+
+/* The camera's settings grab changes, and how to put them back (the
+ * selectors too, so the camera is left as grab found it). */
+typedef struct {
+    int triggerSet;
+    char triggerSelector[64];
+    char triggerMode[64];
+    char triggerSource[64];
+    int chunkModeSet;
+    char chunkMode[16];
+    char chunkSelector[64];
+} Restore;
+
+static int setUpTrigger(orvNodeMapHandle map, Restore* r, orvNodeHandle* triggerSoftware) {
+    if (!orvctlGetString(map, "TriggerSelector", r->triggerSelector, sizeof r->triggerSelector))
+        r->triggerSelector[0] = '\0';
+    if (!orvctlSetFeature(map, "TriggerSelector", "FrameStart")) return 0;
+    if (!orvctlGetString(map, "TriggerMode", r->triggerMode, sizeof r->triggerMode))
+        snprintf(r->triggerMode, sizeof r->triggerMode, "Off");
+    if (!orvctlGetString(map, "TriggerSource", r->triggerSource, sizeof r->triggerSource)) r->triggerSource[0] = '\0';
+    r->triggerSet = 1;
+    return orvctlSetFeature(map, "TriggerMode", "On") && orvctlSetFeature(map, "TriggerSource", "Software") &&
+           (*triggerSoftware = findNode(map, "TriggerSoftware")) != NULL;
+}
+
+static int restoreSettings(orvNodeMapHandle map, const Restore* r) {
+    int ok = 1;
+    if (r->triggerSet) {
+        ok = orvctlSetFeature(map, "TriggerSelector", "FrameStart") && ok;
+        if (r->triggerSource[0]) ok = orvctlSetFeature(map, "TriggerSource", r->triggerSource) && ok;
+        ok = orvctlSetFeature(map, "TriggerMode", r->triggerMode) && ok;
+        if (r->triggerSelector[0]) ok = orvctlSetFeature(map, "TriggerSelector", r->triggerSelector) && ok;
+    }
+    if (r->chunkModeSet) {
+        if (r->chunkSelector[0]) ok = orvctlSetFeature(map, "ChunkSelector", r->chunkSelector) && ok;
+        ok = orvctlSetFeature(map, "ChunkModeActive", r->chunkMode) && ok;
+    }
+    return ok;
+}
+
+static int makeDirectory(const char* dir) {
+    if (orvctlIsDirectory(dir)) return 1;
+    if (mkdir(dir, 0777) == 0) return 1;
+    fprintf(stderr, "orvctl: cannot create the directory '%s': %s\n", dir, strerror(errno));
+    return 0;
+}
+
+int orvctlGrab(orvSystem system, int argc, char** argv) {
+    GrabOptions options;
+    GrabRun run;
+    OrvctlCamera camera;
+    Restore restore;
+    orvNodeMapHandle stream = NULL;
+    orvNodeHandle triggerSoftware = NULL;
+    struct sigaction action, previous;
+    int64_t streamLost = -1;
+    int status = 1, acquiring = 0, handlerSet = 0;
+    unsigned long long i;
+
+    if (!parseOptions(argc, argv, &options)) return 2;
+    memset(&run, 0, sizeof run);
+    memset(&restore, 0, sizeof restore);
+    run.options = &options;
+    run.bar.enabled = isatty(fileno(stderr));
+    if (options.saveDir && !makeDirectory(options.saveDir)) return 1;
+    if (!orvctlOpenCamera(system, options.serial, &camera)) return 1;
+    if (!orvctlInitCamera(&camera)) goto done;
+    if (options.pixelFormat && !orvctlSetFeature(camera.device, "PixelFormat", options.pixelFormat)) goto done;
+    if (options.chunks) {
+        /* a camera without ChunkModeActive fails in enableAllChunks */
+        restore.chunkModeSet =
+            orvctlGetString(camera.device, "ChunkModeActive", restore.chunkMode, sizeof restore.chunkMode);
+        if (!orvctlGetString(camera.device, "ChunkSelector", restore.chunkSelector, sizeof restore.chunkSelector))
+            restore.chunkSelector[0] = '\0';
+        if (!enableAllChunks(camera.device)) goto done;
+    }
+    if (options.softwareTrigger && !setUpTrigger(camera.device, &restore, &triggerSoftware)) goto done;
+    /* --set comes last: it can adjust what --chunks and --trigger set up */
+    for (i = 0; i < (unsigned long long)options.settingCount; ++i) {
+        const char* setting = options.settings[i];
+        const char* eq = strchr(setting, '=');
+        char name[128];
+        snprintf(name, sizeof name, "%.*s", (int)(eq - setting), setting);
+        if (!orvctlSetFeature(camera.device, name, eq + 1)) goto done;
+    }
+    if (options.convert &&
+        (!orvctlCheck(orvImageProcessorCreate(&run.processor), "creating an image processor") ||
+         !orvctlCheck(orvImageProcessorSetColorProcessing(run.processor, options.algorithm), "choosing the algorithm")))
+        goto done;
+    if (options.stats && !orvctlCheck(orvImageStatisticsCreate(&run.statistics), "creating image statistics"))
+        goto done;
+    if (!orvctlCheck(orvCameraGetTLStreamNodeMap(camera.camera, &stream), "reading the stream node map")) goto done;
+
+    memset(&action, 0, sizeof action);
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    gInterrupted = 0;
+    handlerSet = sigaction(SIGINT, &action, &previous) == 0;
+
+    if (!orvctlCheck(orvCameraBeginAcquisition(camera.camera), "starting the acquisition")) goto done;
+    acquiring = 1;
+    run.tally.begin = now();
+    drawBar(&run.bar, 0, options.count);
+    for (i = 0; i < options.count; ++i) {
+        orvImage image = NULL;
+        char what[96];
+        int ok;
+        if (gInterrupted) {
+            clearBar(&run.bar);
+            fprintf(stderr, "orvctl: interrupted after %llu frames\n", i);
+            break;
+        }
+        if (triggerSoftware && !orvctlCheck(orvCommandExecute(triggerSoftware), "executing TriggerSoftware")) break;
+        snprintf(what, sizeof what, "waiting for frame %llu of %llu", i + 1, options.count);
+        if (!orvctlCheck(orvCameraGetNextImageEx(camera.camera, options.timeout, &image), what)) {
+            clearBar(&run.bar);
+            break;
+        }
+        run.tally.last = now();
+        if (i == 0) run.tally.first = run.tally.last;
+        ok = handleFrame(&run, image);
+        if (!orvctlCheck(orvImageRelease(image), "releasing the image")) ok = 0;
+        if (!ok) break;
+        drawBar(&run.bar, i + 1, options.count);
+    }
+    clearBar(&run.bar);
+    if (i == options.count) status = 0;
+    if (stream) orvctlGetInteger(stream, "StreamLostFrameCount", &streamLost);
+    printSummary(&run, stream, streamLost);
+
+done:
+    if (acquiring && !orvctlCheck(orvCameraEndAcquisition(camera.camera), "ending the acquisition")) status = 1;
+    if (handlerSet) sigaction(SIGINT, &previous, NULL);
+    if (camera.device && !restoreSettings(camera.device, &restore)) status = 1;
+    if (run.statistics && !orvctlCheck(orvImageStatisticsDestroy(run.statistics), "freeing the statistics")) status = 1;
+    if (run.processor && !orvctlCheck(orvImageProcessorDestroy(run.processor), "freeing the image processor"))
+        status = 1;
+    orvctlCloseCamera(&camera);
+    return status;
+}
