@@ -1,12 +1,16 @@
 // Streaming from the SDK's virtual cameras through the public API: formats and
 // patterns, frame IDs and timestamps, acquisition modes, triggers, timeouts,
 // buffer handling modes, image lifetimes, chunk data and stream counters.
+#include <unistd.h>
+
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <vector>
 
 #include "AcquisitionFixture.h"
 #include "Orvane/ChunkData.h"
+#include "Orvane/ImageList.h"
 #include "PatternReference.h"
 
 using namespace acqtest;
@@ -421,6 +425,17 @@ TEST_F(VirtualStream, StreamSettingsAndTLParamsAreLockedWhileStreaming) {
 
 class ChunkStream : public VirtualStream {
 protected:
+    // A file name of this process's own, removed by TearDown.
+    std::string ListFile() {
+        listFile = ::testing::TempDir() + "orvane-chunk-list-" + std::to_string(getpid()) + ".oil";
+        return listFile;
+    }
+    void TearDown() override {
+        if (!listFile.empty()) std::remove(listFile.c_str());
+        VirtualStream::TearDown();
+    }
+    std::string listFile;
+
     void EnableAllChunks() {
         SetBool("ChunkModeActive", true);
         NodeList_t entries;
@@ -518,6 +533,93 @@ TEST_F(ChunkStream, WithoutChunkModeEveryChunkIsAbsent) {
     EXPECT_FALSE(image->HasCRC());
     EXPECT_EQ(image->GetChunkLayoutID(), 0u);
     camera->EndAcquisition();
+}
+
+// Every chunk item of b as in a: presence, value (floats bit for bit), and
+// the CRC answers.
+void ExpectSameChunks(const ImagePtr& a, const ImagePtr& b) {
+    const ChunkData& x = a->GetChunkData();
+    const ChunkData& y = b->GetChunkData();
+    for (int i = 0; i < ChunkData::IntegerItemCount; ++i) {
+        const ChunkData::IntegerItem item = static_cast<ChunkData::IntegerItem>(i);
+        ASSERT_EQ(y.IsPresent(item), x.IsPresent(item)) << ChunkData::GetName(item);
+        if (x.IsPresent(item)) EXPECT_EQ(y.GetIntegerValue(item), x.GetIntegerValue(item)) << ChunkData::GetName(item);
+        else EXPECT_EQ(CodeOf([&] { y.GetIntegerValue(item); }), ORVANE_ERR_NO_DATA) << ChunkData::GetName(item);
+    }
+    for (int i = 0; i < ChunkData::FloatItemCount; ++i) {
+        const ChunkData::FloatItem item = static_cast<ChunkData::FloatItem>(i);
+        ASSERT_EQ(y.IsPresent(item), x.IsPresent(item)) << ChunkData::GetName(item);
+        if (x.IsPresent(item)) {
+            const double u = x.GetFloatValue(item), v = y.GetFloatValue(item);
+            EXPECT_EQ(std::memcmp(&u, &v, sizeof u), 0) << ChunkData::GetName(item) << ": " << u << " " << v;
+        } else {
+            EXPECT_EQ(CodeOf([&] { y.GetFloatValue(item); }), ORVANE_ERR_NO_DATA) << ChunkData::GetName(item);
+        }
+    }
+    EXPECT_EQ(b->HasCRC(), a->HasCRC());
+    EXPECT_EQ(b->CheckCRC(), a->CheckCRC());
+}
+
+TEST_F(ChunkStream, SavedImageListsKeepChunkValues) {
+    SetInt("OffsetX", 8);
+    SetFloat("Gain", 3.5);
+    EnableAllChunks();
+    camera->BeginAcquisition();
+    ImageList list;
+    for (int i = 0; i < 3; ++i) list.PushBack(camera->GetNextImage(5000));
+    // The first image's chunks are decoded before the save, the others by it.
+    EXPECT_EQ(uint64_t(list.GetByIndex(0)->GetChunkData().GetFrameID()), list.GetByIndex(0)->GetFrameID());
+    list.Save(ListFile().c_str());
+    const ImageList loaded = ImageList::Load(listFile.c_str());
+    ASSERT_EQ(loaded.GetSize(), 3u);
+    for (size_t i = 0; i < 3; ++i) {
+        SCOPED_TRACE(i);
+        const ImagePtr a = list.GetByIndex(i), b = loaded.GetByIndex(i);
+        ExpectSameChunks(a, b);
+        EXPECT_EQ(uint64_t(b->GetChunkData().GetFrameID()), a->GetFrameID());
+        EXPECT_EQ(b->GetChunkData().GetOffsetX(), 8);
+        EXPECT_DOUBLE_EQ(b->GetChunkData().GetGain(), 3.5);
+        EXPECT_EQ(CodeOf([&] { b->GetChunkData().GetEncoderValue(); }), ORVANE_ERR_NO_DATA);
+        EXPECT_TRUE(b->HasCRC());
+        EXPECT_TRUE(b->CheckCRC());
+        ASSERT_EQ(b->GetBufferSize(), a->GetBufferSize());
+        EXPECT_EQ(std::memcmp(b->GetData(), a->GetData(), a->GetBufferSize()), 0);
+    }
+    list.Release();
+    camera->EndAcquisition();
+    // Loaded images need no camera: they keep their values after it closes.
+    camera->DeInit();
+    EXPECT_EQ(uint64_t(loaded.GetByIndex(2)->GetChunkData().GetFrameID()), loaded.GetByIndex(2)->GetFrameID());
+    // A loaded image whose data changed no longer matches its CRC.
+    static_cast<uint8_t*>(loaded.GetByIndex(1)->GetData())[100] ^= 0x40;
+    EXPECT_FALSE(loaded.GetByIndex(1)->CheckCRC());
+}
+
+TEST_F(ChunkStream, ListsSavedAfterDeInitKeepTheValuesDecodedBefore) {
+    EnableAllChunks();
+    camera->BeginAcquisition();
+    ImagePtr decoded = camera->GetNextImage(5000);
+    ImagePtr undecoded = camera->GetNextImage(5000);
+    const int64_t id = decoded->GetChunkData().GetFrameID();
+    camera->EndAcquisition();
+    camera->DeInit();
+    ImageList list;
+    list.PushBack(decoded);
+    list.PushBack(undecoded);
+    list.Save(ListFile().c_str());  // the undecoded image's chunks cannot be decoded any more
+    const ImageList loaded = ImageList::Load(listFile.c_str());
+    ASSERT_EQ(loaded.GetSize(), 2u);
+    ExpectSameChunks(decoded, loaded.GetByIndex(0));
+    EXPECT_EQ(loaded.GetByIndex(0)->GetChunkData().GetFrameID(), id);
+    EXPECT_TRUE(loaded.GetByIndex(0)->CheckCRC());
+    // Saved without chunk values: every item absent, no CRC; bytes kept.
+    const ImagePtr b = loaded.GetByIndex(1);
+    EXPECT_EQ(CodeOf([&] { b->GetChunkData().GetFrameID(); }), ORVANE_ERR_NO_DATA);
+    EXPECT_FALSE(b->GetChunkData().IsPresent(ChunkData::Timestamp));
+    EXPECT_FALSE(b->HasCRC());
+    EXPECT_EQ(b->GetFrameID(), undecoded->GetFrameID());
+    ASSERT_EQ(b->GetBufferSize(), undecoded->GetBufferSize());
+    EXPECT_EQ(std::memcmp(b->GetData(), undecoded->GetData(), b->GetBufferSize()), 0);
 }
 
 TEST_F(ChunkStream, ChunksDecodedBeforeDeInitStayReadable) {

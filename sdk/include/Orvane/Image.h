@@ -112,12 +112,14 @@ public:
     bool HasCRC() const;
     bool CheckCRC() const;
     // The image's chunk data, decoded through the camera's chunk features on
-    // first use (later calls return the same values). An image without chunk
-    // data (chunk mode off, or an image the caller made) gives chunk data
-    // whose every getter raises ORVANE_ERR_NO_DATA. Raises
-    // ORVANE_ERR_NOT_AVAILABLE when the chunks can no longer be decoded
-    // because the camera was closed (DeInit) before the first call. The
-    // reference stays valid as long as the image object.
+    // first use (later calls return the same values); an image loaded from an
+    // image list file gives the values saved with it, and a copy (Create,
+    // DeepCopy) of an image whose values are known gives the same values.
+    // An image without chunk data (chunk mode off, or an image the caller
+    // made) gives chunk data whose every getter raises ORVANE_ERR_NO_DATA.
+    // Raises ORVANE_ERR_NOT_AVAILABLE when the chunks can no longer be
+    // decoded because the camera was closed (DeInit) before the first call.
+    // The reference stays valid as long as the image object.
     const ChunkData& GetChunkData() const;
     size_t GetBitsPerPixel() const;
     // Bytes of the image data: stride times height (packed formats: the
@@ -177,7 +179,8 @@ private:
     std::shared_ptr<void> m_storage;                        // keeps the memory alive (owned or stream buffer)
     std::shared_ptr<internal::ImageBufferOwner> m_owner;    // stream images: where Release hands the buffer back
     std::shared_ptr<const internal::ChunkDecoder> m_chunkDecoder;  // stream images: the camera's chunk decoder
-    // Chunk data, decoded once on first use; m_chunkMutex guards the three below.
+    // Chunk data, decoded once on first use or given (images loaded from
+    // files); m_chunkMutex guards the four below.
     mutable std::mutex m_chunkMutex;
     mutable bool m_chunkDecoded = false;
     mutable bool m_hasCrc = false;

@@ -31,12 +31,18 @@ public:
     // Hands every stream image back to its stream (Image::Release) and empties the list.
     void Release();
 
-    // Writes every image (data, chunk data and metadata) to an image list
-    // file (docs/image-list-format.md). The file appears whole or not at all;
-    // a failure raises ORVANE_ERR_IO naming the file.
+    // Writes every image (data, chunk bytes, decoded chunk values and
+    // metadata) to an image list file (docs/image-list-format.md). Chunk
+    // values not yet decoded are decoded first; an image whose chunks cannot
+    // be decoded any more (its camera was closed) is saved without chunk
+    // values. The file appears whole or not at all; a failure raises
+    // ORVANE_ERR_IO naming the file.
     void Save(const GenICam::gcstring& fileName) const;
-    // Reads an image list file; the images own their data. A damaged file
-    // raises ORVANE_ERR_CORRUPT_DATA, an unreadable one ORVANE_ERR_IO.
+    // Reads an image list file; the images own their data, and GetChunkData,
+    // HasCRC and CheckCRC answer from the chunk values saved with them (files
+    // of format version 1 hold none: every chunk item is absent). A damaged
+    // file raises ORVANE_ERR_CORRUPT_DATA, an unreadable one ORVANE_ERR_IO, a
+    // file of a newer format version ORVANE_ERR_NOT_SUPPORTED.
     static ImageList Load(const GenICam::gcstring& fileName);
 
 private:

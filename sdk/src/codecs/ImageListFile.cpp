@@ -1,8 +1,9 @@
-// Image list files, format version 1 (docs/image-list-format.md). All
+// Image list files, format versions 1 and 2 (docs/image-list-format.md). All
 // integers are little-endian.
 #include "codecs/ImageListFile.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include <fcntl.h>
@@ -23,8 +24,44 @@ const uint8_t kMagic[8] = {0x89, 'O', 'I', 'L', '\r', '\n', 0x1A, '\n'};
 const uint32_t kFileHeaderSize = 32;
 const uint32_t kMaxFileHeaderSize = 4096;
 const uint8_t kRecordMarker[4] = {'O', 'R', 'E', 'C'};
-const uint32_t kRecordHeaderSize = 168;
 const uint32_t kCrcSize = 4;
+
+// Record header sizes: version 1 ends after the image and chunk sizes; version
+// 2 appends the chunk values.
+const uint32_t kRecordHeaderSizeV1 = 168;
+const uint32_t kRecordHeaderSize = 432;
+const uint32_t kMaxRecordHeaderSize = kRecordHeaderSize;
+// Offsets of the chunk values in a version 2 record header.
+const size_t kIntegerPresentAt = 168;
+const size_t kFloatPresentAt = 172;
+const size_t kChunkFlagsAt = 176;
+const size_t kCrcValueAt = 180;
+const size_t kIntegersAt = 184;
+const size_t kFloatsAt = kIntegersAt + 8 * kChunkIntegerCount;
+static_assert(kFloatsAt + 8 * kChunkFloatCount == kRecordHeaderSize, "the chunk values end the record header");
+const uint32_t kChunkFlagCrc = 1u;  // the image carried a CRC chunk
+const uint32_t kIntegerBits = (1u << kChunkIntegerCount) - 1u;
+const uint32_t kFloatBits = (1u << kChunkFloatCount) - 1u;
+
+uint32_t RecordHeaderSize(uint32_t version) { return version == 1 ? kRecordHeaderSizeV1 : kRecordHeaderSize; }
+
+std::string Hex32(uint32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08X", value);
+    return text;
+}
+
+uint64_t DoubleBits(double value) {
+    uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+double BitsDouble(uint64_t bits) {
+    double value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
 
 // zlib treats a null buffer as a request for the initial value; an empty
 // buffer must leave the running CRC unchanged instead.
@@ -61,6 +98,48 @@ void EncodeRecordHeader(const ImageRecordInfo& r, uint32_t index, uint64_t dataS
     // 144..151: reserved, zero
     StoreLE64(h + 152, dataSize);
     StoreLE64(h + 160, chunkSize);
+    const ChunkValues& c = r.chunks;
+    StoreLE32(h + kIntegerPresentAt, c.integerPresent);
+    StoreLE32(h + kFloatPresentAt, c.floatPresent);
+    StoreLE32(h + kChunkFlagsAt, c.crcPresent ? kChunkFlagCrc : 0u);
+    StoreLE32(h + kCrcValueAt, c.crcPresent ? c.crc : 0u);
+    for (size_t i = 0; i < kChunkIntegerCount; ++i)
+        if (c.integerPresent >> i & 1u) StoreLE64(h + kIntegersAt + 8 * i, static_cast<uint64_t>(c.integers[i]));
+    for (size_t i = 0; i < kChunkFloatCount; ++i)
+        if (c.floatPresent >> i & 1u) StoreLE64(h + kFloatsAt + 8 * i, DoubleBits(c.floats[i]));
+}
+
+// Version 2 chunk values; the reader has checked them (CheckChunkValues).
+void DecodeChunkValues(const uint8_t* h, ChunkValues& c) {
+    c.integerPresent = LoadLE32(h + kIntegerPresentAt);
+    c.floatPresent = LoadLE32(h + kFloatPresentAt);
+    c.crcPresent = (LoadLE32(h + kChunkFlagsAt) & kChunkFlagCrc) != 0;
+    c.crc = LoadLE32(h + kCrcValueAt);
+    for (size_t i = 0; i < kChunkIntegerCount; ++i)
+        c.integers[i] = static_cast<int64_t>(LoadLE64(h + kIntegersAt + 8 * i));
+    for (size_t i = 0; i < kChunkFloatCount; ++i) c.floats[i] = BitsDouble(LoadLE64(h + kFloatsAt + 8 * i));
+}
+
+// Why a version 2 record header's chunk values are invalid; empty when they
+// are valid: no undefined present bits or flags, and zero wherever nothing is
+// present.
+std::string CheckChunkValues(const uint8_t* h) {
+    const uint32_t integerPresent = LoadLE32(h + kIntegerPresentAt);
+    const uint32_t floatPresent = LoadLE32(h + kFloatPresentAt);
+    const uint32_t flags = LoadLE32(h + kChunkFlagsAt);
+    if (integerPresent & ~kIntegerBits)
+        return "marks integer chunk items that do not exist (present bits " + Hex32(integerPresent) + ")";
+    if (floatPresent & ~kFloatBits)
+        return "marks float chunk items that do not exist (present bits " + Hex32(floatPresent) + ")";
+    if (flags & ~kChunkFlagCrc) return "has undefined chunk flags " + Hex32(flags);
+    if (!(flags & kChunkFlagCrc) && LoadLE32(h + kCrcValueAt) != 0) return "has a CRC value but no CRC chunk";
+    for (size_t i = 0; i < kChunkIntegerCount; ++i)
+        if (!(integerPresent >> i & 1u) && LoadLE64(h + kIntegersAt + 8 * i) != 0)
+            return "has a value for the absent integer chunk item " + std::to_string(i);
+    for (size_t i = 0; i < kChunkFloatCount; ++i)
+        if (!(floatPresent >> i & 1u) && LoadLE64(h + kFloatsAt + 8 * i) != 0)
+            return "has a value for the absent float chunk item " + std::to_string(i);
+    return std::string();
 }
 
 void DecodeRecordHeader(const uint8_t* h, ImageRecordInfo& r) {
@@ -152,6 +231,11 @@ void SaveImageList(const std::string& fileName, const std::vector<ImageRecordVie
             (images[i].chunkData == nullptr && images[i].chunkDataSize != 0))
             ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, context + ": image " + std::to_string(i) +
                                                        " has a size but no bytes");
+        const ChunkValues& c = images[i].chunks;
+        if ((c.integerPresent & ~kIntegerBits) || (c.floatPresent & ~kFloatBits))
+            ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                      context + ": image " + std::to_string(i) + " marks chunk items that do not exist (integer bits " +
+                          Hex32(c.integerPresent) + ", float bits " + Hex32(c.floatPresent) + ")");
     }
     AtomicFile file(fileName, context, settings.syncToDisk);
     uint8_t header[kFileHeaderSize] = {};
@@ -214,15 +298,17 @@ std::vector<ImageRecord> LoadImageList(const std::string& fileName) {
     in.Read(header + 16, headerSize - 16u);
     const uint32_t headerCrc = LoadLE32(header + headerSize - kCrcSize);
     if (Crc(0, header, headerSize - kCrcSize) != headerCrc) in.Corrupt("the header's checksum does not match");
-    if (version != kImageListVersion)
-        in.Unsupported("format version " + std::to_string(version) + " is not supported (this SDK reads version " +
-                       std::to_string(kImageListVersion) + ")");
+    static_assert(kOldestImageListVersion == 1 && kImageListVersion == 2, "the reader knows versions 1 and 2");
+    if (version < kOldestImageListVersion || version > kImageListVersion)
+        in.Unsupported("format version " + std::to_string(version) + " is not supported (this SDK reads versions 1 and 2)");
     if (headerSize != kFileHeaderSize)
-        in.Corrupt("the header size " + std::to_string(headerSize) + " does not match version 1");
+        in.Corrupt("the header size " + std::to_string(headerSize) + " does not match version " +
+                   std::to_string(version));
     const uint32_t count = LoadLE32(header + 16);
     if (LoadLE32(header + 20) != 0 || LoadLE32(header + 24) != 0)
         in.Corrupt("reserved header fields are not zero");
-    const uint64_t minRecord = kRecordHeaderSize + kCrcSize;
+    const uint32_t recordHeaderSize = RecordHeaderSize(version);
+    const uint64_t minRecord = recordHeaderSize + kCrcSize;
     if (count > in.Remaining() / minRecord)
         in.Corrupt("the header announces " + std::to_string(count) + " images but the file can hold at most " +
                    std::to_string(in.Remaining() / minRecord));
@@ -232,15 +318,19 @@ std::vector<ImageRecord> LoadImageList(const std::string& fileName) {
     for (uint32_t i = 0; i < count; ++i) {
         const std::string which = "image " + std::to_string(i) + " of " + std::to_string(count);
         if (in.Remaining() < minRecord) in.Corrupt("the file is truncated: " + which + " is missing");
-        uint8_t h[kRecordHeaderSize];
-        in.Read(h, sizeof h);
+        uint8_t h[kMaxRecordHeaderSize];
+        in.Read(h, recordHeaderSize);
         if (std::memcmp(h, kRecordMarker, 4) != 0) in.Corrupt(which + " does not start with its record marker");
-        if (LoadLE32(h + 4) != kRecordHeaderSize)
+        if (LoadLE32(h + 4) != recordHeaderSize)
             in.Corrupt(which + " has record header size " + std::to_string(LoadLE32(h + 4)) + " instead of " +
-                       std::to_string(kRecordHeaderSize));
+                       std::to_string(recordHeaderSize));
         if (LoadLE32(h + 8) != i)
             in.Corrupt(which + " carries the index " + std::to_string(LoadLE32(h + 8)));
         if (LoadLE64(h + 144) != 0) in.Corrupt(which + " has a non-zero reserved field");
+        if (version >= 2) {
+            const std::string invalid = CheckChunkValues(h);
+            if (!invalid.empty()) in.Corrupt(which + " " + invalid);
+        }
         const uint64_t dataSize = LoadLE64(h + 152);
         const uint64_t chunkSize = LoadLE64(h + 160);
         const uint64_t available = in.Remaining() - kCrcSize;  // Remaining() >= kCrcSize here
@@ -250,13 +340,14 @@ std::vector<ImageRecord> LoadImageList(const std::string& fileName) {
                        " bytes remain");
         ImageRecord record;
         DecodeRecordHeader(h, record);
+        if (version >= 2) DecodeChunkValues(h, record.chunks);
         record.data.resize(static_cast<size_t>(dataSize));
         record.chunkData.resize(static_cast<size_t>(chunkSize));
         in.Read(record.data.data(), record.data.size());
         in.Read(record.chunkData.data(), record.chunkData.size());
         uint8_t trailer[kCrcSize];
         in.Read(trailer, sizeof trailer);
-        uint32_t crc = Crc(0, h, sizeof h);
+        uint32_t crc = Crc(0, h, recordHeaderSize);
         crc = Crc(crc, record.data.data(), record.data.size());
         crc = Crc(crc, record.chunkData.data(), record.chunkData.size());
         if (crc != LoadLE32(trailer)) in.Corrupt(which + ": checksum does not match");

@@ -10,6 +10,9 @@
 //                            size or marker does not match (message: file name,
 //                            which record and what is wrong)
 //   ORVANE_ERR_NOT_SUPPORTED an intact file of a newer format version
+// SaveImageList writes the current version (2); LoadImageList reads versions 1
+// and 2 (version 1 records carry no chunk values: they load with every chunk
+// item absent).
 // No allocation exceeds what the file's size can hold.
 //
 // Thread safety: no shared state; different threads may use different files.
@@ -25,6 +28,21 @@
 
 namespace Orvane {
 namespace codecs {
+
+// The chunk values of one image, as the file stores them: the items of
+// Orvane::ChunkData by number (integer item i, float item i) and the image's
+// CRC chunk. The counts are part of the file format: another item count is
+// another format version.
+const size_t kChunkIntegerCount = 19;
+const size_t kChunkFloatCount = 12;
+struct ChunkValues {
+    uint32_t integerPresent = 0;            // bit i: integers[i] holds a value (bits 0..18 only)
+    uint32_t floatPresent = 0;              // bit i: floats[i] holds a value (bits 0..11 only)
+    int64_t integers[kChunkIntegerCount] = {};  // absent items: saved as 0, loaded as 0
+    double floats[kChunkFloatCount] = {};       // stored as IEEE-754 bit patterns (NaN payloads kept)
+    bool crcPresent = false;                // the image carried a CRC chunk
+    uint32_t crc = 0;                       // its value (absent: saved as 0, loaded as 0)
+};
 
 // The metadata of one image, stored as given (the file format does not
 // interpret it).
@@ -48,6 +66,7 @@ struct ImageRecordInfo {
     uint64_t transportPayloadType = 0;  // the transport's own payload type code (Image::GetPayloadType)
     uint64_t validPayloadSize = 0;      // bytes of payload received
     uint64_t imageId = 0;               // the SDK's image number (Image::GetID)
+    ChunkValues chunks;                 // decoded chunk values (none in version 1 files)
 };
 
 // One image with its bytes, as loaded.
@@ -64,9 +83,13 @@ struct ImageRecordView : ImageRecordInfo {
     size_t chunkDataSize = 0;
 };
 
-// The current format version, written by SaveImageList; LoadImageList reads it.
-const uint32_t kImageListVersion = 1;
+// The current format version, written by SaveImageList; LoadImageList reads
+// it and every older version down to kOldestImageListVersion.
+const uint32_t kImageListVersion = 2;
+const uint32_t kOldestImageListVersion = 1;
 
+// Raises ORVANE_ERR_INVALID_ARGUMENT (and writes nothing) for an image with a
+// size but no bytes, or chunk present bits beyond the items the format holds.
 void SaveImageList(const std::string& fileName, const std::vector<ImageRecordView>& images,
                    const WriteSettings& settings = WriteSettings());
 void SaveImageList(const std::string& fileName, const std::vector<ImageRecord>& images,

@@ -162,6 +162,22 @@ void Image::Reset(size_t width, size_t height, size_t offsetX, size_t offsetY, P
 void Image::DeepCopy(const ImagePtr& source) {
     const Image& src = *source;
     if (&src == this) return;
+    // Chunk values the source already has (decoded, or given to an image
+    // loaded from a file) are copied; otherwise the copy decodes its own
+    // through the source's decoder.
+    bool chunkDecoded = false;
+    bool hasCrc = false;
+    uint32_t crc = 0;
+    ChunkData chunkData;
+    {
+        std::lock_guard<std::mutex> lock(src.m_chunkMutex);
+        chunkDecoded = src.m_chunkDecoded;
+        if (chunkDecoded) {
+            hasCrc = src.m_hasCrc;
+            crc = src.m_crc;
+            chunkData = src.m_chunkData;
+        }
+    }
     std::shared_ptr<uint8_t> copy;
     if (src.m_bufferSize) {
         copy.reset(new uint8_t[src.m_bufferSize], std::default_delete<uint8_t[]>());
@@ -194,7 +210,10 @@ void Image::DeepCopy(const ImagePtr& source) {
     m_storage = std::move(copy);
     m_chunkDecoder = src.m_chunkDecoder;
     std::lock_guard<std::mutex> lock(m_chunkMutex);
-    m_chunkDecoded = false;
+    m_chunkDecoded = chunkDecoded;
+    m_hasCrc = hasCrc;
+    m_crc = crc;
+    m_chunkData = chunkData;
 }
 
 void Image::Release() {
@@ -355,6 +374,23 @@ void ImageAccess::Adopt(Image& image, const ImageMetadata& metadata, std::vector
     image.m_chunkDecoder.reset();
     std::lock_guard<std::mutex> lock(image.m_chunkMutex);
     image.m_chunkDecoded = false;
+}
+
+void ImageAccess::SetChunkData(Image& image, const ChunkData& values, const ChunkCrc& crc) {
+    std::lock_guard<std::mutex> lock(image.m_chunkMutex);
+    image.m_chunkDecoder.reset();
+    image.m_chunkData = values;
+    image.m_hasCrc = crc.present;
+    image.m_crc = crc.present ? crc.value : 0;
+    image.m_chunkDecoded = true;
+}
+
+void ImageAccess::GetChunkData(const Image& image, ChunkData& values, ChunkCrc& crc) {
+    std::lock_guard<std::mutex> lock(image.m_chunkMutex);
+    image.DecodeChunks();
+    values = image.m_chunkData;
+    crc.present = image.m_hasCrc;
+    crc.value = image.m_crc;
 }
 
 ImageMetadata ImageAccess::Metadata(const Image& image) {

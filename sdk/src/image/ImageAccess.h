@@ -58,6 +58,14 @@ public:
     // Makes the image own these bytes: its data (imageSize bytes) followed by
     // its chunk data.
     static void Adopt(Image& image, const ImageMetadata& metadata, std::vector<uint8_t>&& bytes, size_t imageSize);
+    // Gives the image its chunk values directly (images loaded from files):
+    // from now on GetChunkData and HasCRC answer these without decoding, and
+    // CheckCRC compares crc with the CRC-32 of the image's data. A later
+    // Attach, Adopt, Reset or DeepCopy replaces them.
+    static void SetChunkData(Image& image, const ChunkData& values, const ChunkCrc& crc);
+    // The image's chunk values and CRC chunk, decoded first when they are not
+    // yet; raises as Image::GetChunkData does.
+    static void GetChunkData(const Image& image, ChunkData& values, ChunkCrc& crc);
     static ImageMetadata Metadata(const Image& image);
     static void SetMetadata(Image& image, const ImageMetadata& metadata);
 };

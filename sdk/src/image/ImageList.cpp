@@ -10,10 +10,59 @@
 namespace Orvane {
 
 namespace {
+
+static_assert(codecs::kChunkIntegerCount == ChunkData::IntegerItemCount &&
+                  codecs::kChunkFloatCount == ChunkData::FloatItemCount,
+              "another set of chunk items needs another image list format version");
+
 std::string FormatName(PixelFormatEnums f) {
     const internal::PixelFormatInfo* info = internal::FindPixelFormat(f);
     return info ? info->name : "pixel format " + std::to_string(static_cast<int>(f));
 }
+
+// The image's chunk values, decoded now if they are not yet. Chunks that
+// cannot be decoded any more (the camera was closed, the layout is corrupt)
+// give no values: the image is saved with every item absent.
+codecs::ChunkValues ChunkValuesOf(const Image& image) {
+    ChunkData data;
+    internal::ChunkCrc crc;
+    try {
+        internal::ImageAccess::GetChunkData(image, data, crc);
+    } catch (const Exception&) {
+        return codecs::ChunkValues();
+    }
+    codecs::ChunkValues values;
+    for (int i = 0; i < ChunkData::IntegerItemCount; ++i) {
+        const ChunkData::IntegerItem item = static_cast<ChunkData::IntegerItem>(i);
+        if (!data.IsPresent(item)) continue;
+        values.integerPresent |= 1u << i;
+        values.integers[i] = data.GetIntegerValue(item);
+    }
+    for (int i = 0; i < ChunkData::FloatItemCount; ++i) {
+        const ChunkData::FloatItem item = static_cast<ChunkData::FloatItem>(i);
+        if (!data.IsPresent(item)) continue;
+        values.floatPresent |= 1u << i;
+        values.floats[i] = data.GetFloatValue(item);
+    }
+    values.crcPresent = crc.present;
+    values.crc = crc.present ? crc.value : 0;
+    return values;
+}
+
+void GiveChunkValues(Image& image, const codecs::ChunkValues& values) {
+    ChunkData data;
+    for (int i = 0; i < ChunkData::IntegerItemCount; ++i)
+        if (values.integerPresent >> i & 1u)
+            internal::ChunkDataAccess::SetInteger(data, static_cast<ChunkData::IntegerItem>(i), values.integers[i]);
+    for (int i = 0; i < ChunkData::FloatItemCount; ++i)
+        if (values.floatPresent >> i & 1u)
+            internal::ChunkDataAccess::SetFloat(data, static_cast<ChunkData::FloatItem>(i), values.floats[i]);
+    internal::ChunkCrc crc;
+    crc.present = values.crcPresent;
+    crc.value = values.crc;
+    internal::ImageAccess::SetChunkData(image, data, crc);
+}
+
 } // namespace
 
 ImageList::ImageList() = default;
@@ -99,6 +148,7 @@ void ImageList::Save(const GenICam::gcstring& fileName) const {
         v.data = image->GetData();
         v.dataSize = image->GetData() ? image->GetSize() : 0;
         v.chunkData = image->GetChunkBytes(&v.chunkDataSize);
+        v.chunks = ChunkValuesOf(*image);
         views.push_back(v);
     }
     codecs::SaveImageList(fileName.str(), views);
@@ -132,6 +182,7 @@ ImageList ImageList::Load(const GenICam::gcstring& fileName) {
         bytes.insert(bytes.end(), r.chunkData.begin(), r.chunkData.end());
         ImagePtr image = internal::ImageAccess::NewImage();
         internal::ImageAccess::Adopt(*image, m, std::move(bytes), imageSize);
+        GiveChunkValues(*image, r.chunks);
         list.PushBack(image);
     }
     return list;
