@@ -241,7 +241,7 @@ TEST_F(AcquisitionTest, SynchronisedRetrievalGivesOneImagePerStream) {
 
 // The image-list functions over images the camera streamed: two formats in
 // one list, selection and removal by format, and a file round trip that keeps
-// every byte.
+// every byte and the chunk values.
 TEST_F(AcquisitionTest, ImageListsOfStreamedImages) {
     auto grab = [&](const char* format, orvImageList* list) {
         SetText("PixelFormat", format);
@@ -290,6 +290,12 @@ TEST_F(AcquisitionTest, ImageListsOfStreamedImages) {
         EXPECT_EQ(Get(orvImageGetFrameID, b), Get(orvImageGetFrameID, a));
         EXPECT_EQ(Get(orvImageGetTimeStamp, b), Get(orvImageGetTimeStamp, a));
         EXPECT_EQ(Get(orvImageGetPixelFormat, b), Get(orvImageGetPixelFormat, a));
+        EXPECT_EQ(IntChunk(b, "ChunkFrameID"), IntChunk(a, "ChunkFrameID"));
+        bool8_t crc = 0;
+        EXPECT_EQ(orvImageHasCRC(b, &crc), ORVANE_ERR_SUCCESS);
+        EXPECT_EQ(crc, 1);
+        EXPECT_EQ(orvImageCheckCRC(b, &crc), ORVANE_ERR_SUCCESS);
+        EXPECT_EQ(crc, 1);
         const size_t bytes = Get(orvImageGetSize, a);
         ASSERT_EQ(Get(orvImageGetSize, b), bytes);
         void* da = nullptr;
