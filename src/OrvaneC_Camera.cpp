@@ -1,12 +1,9 @@
 // Camera functions of the OrvaneC module.
-#include "Orvane/Camera.h"
-#include "OrvaneCModule.h"
+#include "OrvaneCCamera.h"
 
 using namespace Orvane;
 
 namespace {
-
-CameraPtr& CameraOf(void* handle) { return *static_cast<CameraPtr*>(asRecord(handle)->target); }
 
 template <class Text>
 orvError CameraText(orvCamera camera, char* buffer, size_t* length, Text&& text) {
@@ -35,17 +32,6 @@ orvError orvCameraGetGuiXml(orvCamera camera, char* buffer, size_t* length) {
 }
 
 namespace {
-
-// Camera null check, type check, then the work.
-template <class Work>
-orvError CameraCall(orvCamera camera, Work&& work) {
-    return OrvaneCFrame([&] {
-        CheckNullHandle(camera);
-        checkObjectType(ORV_HANDLE_CAMERA, camera);
-        work(CameraOf(camera));
-        return ORV_OK;
-    });
-}
 
 // Camera null, out-pointer null, camera type, then the value.
 template <class Out, class Get>

@@ -185,9 +185,9 @@ void CameraControl::BuildTLDeviceNodeMap() {
             if (!arv_device_read_register(session->Device(), 0x0000, &v, nullptr)) return 0;
             return major ? int64_t(v >> 16) : int64_t(v & 0xFFFF);
         };
-        m.AddInteger(MakeInfo("GevVersionMajor", "Major version of the GigE Vision specification the device follows."),
+        m.AddInteger(MakeInfo("GevVersionMajor", "Major version of the GigE Vision standard the device follows."),
                      {[version] { return version(true); }, nullptr, nullptr, nullptr, 1, PureNumber, "", openOnly});
-        m.AddInteger(MakeInfo("GevVersionMinor", "Minor version of the GigE Vision specification the device follows."),
+        m.AddInteger(MakeInfo("GevVersionMinor", "Minor version of the GigE Vision standard the device follows."),
                      {[version] { return version(false); }, nullptr, nullptr, nullptr, 1, PureNumber, "", openOnly});
         m.AddEnumeration(MakeInfo("GevCCP", "Control channel privilege the SDK holds on the device."),
                          {[this]() -> int64_t {
