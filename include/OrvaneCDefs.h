@@ -133,10 +133,12 @@ typedef struct _orvLibraryVersion {
     int32_t build;
 } orvLibraryVersion;
 
-/* Pixel formats: the PixelFormat_* constants (0 Mono8, 1 Mono16, ...; the
- * same numbering as the SDK's Orvane::PixelFormatEnums). */
+/* Pixel formats: the ORV_PIXEL_FORMAT_* constants of OrvanePixelFormats.h
+ * (ORV_PIXEL_FORMAT_Mono8 = 0, ORV_PIXEL_FORMAT_Mono16 = 1, ...; the same
+ * numbering as the SDK's Orvane::PixelFormatEnums). */
 typedef int32_t orvPixelFormat;
 enum { ORV_UNKNOWN_PIXELFORMAT = -1 };
+#include "OrvanePixelFormats.h"
 
 /* How a transport numbers an image's pixel format code. */
 typedef int32_t orvPixelFormatNamespace;

@@ -133,10 +133,86 @@ static void caseNodes(void) {
     CHECK_OK(orvSystemReleaseInstance(system));
 }
 
+static orvNodeHandle deviceNode(orvNodeMapHandle map, const char* name) {
+    orvNodeHandle node = NULL;
+    CHECK_OK(orvNodeMapGetNode(map, name, &node));
+    CHECK(node != NULL);
+    return node;
+}
+
+/* Streams a Bayer colour-bar frame, converts it to BGR8 and reads the bars. */
+static void caseAcquisition(void) {
+    orvSystem system = NULL;
+    orvCameraList cameras = NULL;
+    orvCamera camera = NULL;
+    orvNodeMapHandle map = NULL;
+    orvImage frame = NULL, bgr = NULL;
+    orvImageProcessor processor = NULL;
+    orvPixelFormat format = ORV_UNKNOWN_PIXELFORMAT;
+    size_t width = 0, height = 0, stride = 0, size = 0;
+    const unsigned char* pixels = NULL;
+    void* data = NULL;
+    int64_t v = 5;
+    /* B, G, R of the eight bars: white, yellow, cyan, green, magenta, red, blue, black. */
+    static const unsigned char bars[8][3] = {{255, 255, 255}, {0, 255, 255}, {255, 255, 0}, {0, 255, 0},
+                                             {255, 0, 255},   {0, 0, 255},   {255, 0, 0},   {0, 0, 0}};
+    int bar, c;
+
+    CHECK_OK(orvSystemGetInstance(&system));
+    CHECK_OK(orvCameraListCreateEmpty(&cameras));
+    CHECK_OK(orvSystemGetCameras(system, cameras));
+    CHECK_OK(orvCameraListGetBySerial(cameras, "VC0001", &camera));
+    CHECK_OK(orvCameraInit(camera));
+    CHECK_OK(orvCameraGetNodeMap(camera, &map));
+    CHECK_OK(orvIntegerSetValue(deviceNode(map, "Width"), 64));
+    CHECK_OK(orvIntegerSetValue(deviceNode(map, "Height"), 16));
+    CHECK_OK(orvNodeFromString(deviceNode(map, "PixelFormat"), "BayerRG8"));
+    CHECK_OK(orvNodeFromString(deviceNode(map, "TestPattern"), "ColorBar"));
+
+    CHECK(orvCameraGetNextImage(camera, &frame) == ORVANE_ERR_NOT_STREAMING);
+    CHECK(frame == NULL);
+    CHECK_OK(orvCameraBeginAcquisition(camera));
+    CHECK_OK(orvCameraGetNextImageEx(camera, 5000, &frame));
+    CHECK_OK(orvImageGetPixelFormat(frame, &format));
+    CHECK(format == ORV_PIXEL_FORMAT_BayerRG8);
+    CHECK_OK(orvImageGetWidth(frame, &width));
+    CHECK_OK(orvImageGetHeight(frame, &height));
+    CHECK(width == 64 && height == 16);
+    CHECK_OK(orvImageChunkDataGetIntValue(frame, "ChunkCRC", &v));
+    CHECK(v == 5);
+    CHECK(orvImageChunkDataGetIntValue(frame, "ChunkFrameId", &v) == ORVANE_ERR_INVALID_PARAMETER);
+
+    CHECK_OK(orvImageProcessorCreate(&processor));
+    CHECK_OK(orvImageProcessorSetColorProcessing(processor, ORV_COLOR_PROCESSING_BILINEAR));
+    CHECK_OK(orvImageCreateEmpty(&bgr));
+    CHECK_OK(orvImageProcessorConvert(processor, frame, bgr, ORV_PIXEL_FORMAT_BGR8));
+    CHECK(orvImageDestroy(frame) == ORVANE_ERR_INVALID_HANDLE);
+    CHECK_OK(orvImageRelease(frame));
+    CHECK_OK(orvImageGetPixelFormat(bgr, &format));
+    CHECK(format == ORV_PIXEL_FORMAT_BGR8);
+    CHECK_OK(orvImageGetStride(bgr, &stride));
+    CHECK_OK(orvImageGetSize(bgr, &size));
+    CHECK(stride == 64 * 3 && size == 64 * 16 * 3);
+    CHECK_OK(orvImageGetData(bgr, &data));
+    pixels = (const unsigned char*)data;
+    /* The middle of each 8-pixel bar, below the burned-in frame counter. */
+    for (bar = 0; bar < 8 && pixels; ++bar)
+        for (c = 0; c < 3; ++c) CHECK(pixels[8 * stride + (size_t)(bar * 8 + 4) * 3 + (size_t)c] == bars[bar][c]);
+
+    CHECK_OK(orvImageDestroy(bgr));
+    CHECK_OK(orvImageProcessorDestroy(processor));
+    CHECK_OK(orvCameraEndAcquisition(camera));
+    CHECK_OK(orvCameraDeInit(camera));
+    CHECK_OK(orvCameraRelease(camera));
+    CHECK_OK(orvCameraListDestroy(cameras));
+    CHECK_OK(orvSystemReleaseInstance(system));
+}
+
 static const struct {
     const char* name;
     void (*run)(void);
-} kCases[] = {{"system", caseSystem}, {"errors", caseErrors}, {"cameras", caseCameras}, {"nodes", caseNodes}};
+} kCases[] = {{"system", caseSystem}, {"errors", caseErrors}, {"cameras", caseCameras}, {"nodes", caseNodes},
+               {"acquisition", caseAcquisition}};
 
 int main(int argc, char** argv) {
     size_t i;
