@@ -10,6 +10,7 @@
 
 #include "CodecTestSupport.h"
 #include "codecs/ImageListFile.h"
+#include "FloatBits.h"
 
 using namespace Orvane;
 using namespace Orvane::codecs;
@@ -54,17 +55,8 @@ ImageRecord MakeRecord(uint32_t seed, size_t dataSize, size_t chunkSize) {
     return r;
 }
 
-uint64_t BitsOf(double v) {
-    uint64_t b;
-    std::memcpy(&b, &v, sizeof b);
-    return b;
-}
-
-double DoubleOf(uint64_t b) {
-    double v;
-    std::memcpy(&v, &b, sizeof v);
-    return v;
-}
+using orvtest::BitsOf;
+using orvtest::DoubleOf;
 
 void ExpectSameChunks(const ChunkValues& a, const ChunkValues& b) {
     EXPECT_EQ(a.integerPresent, b.integerPresent);

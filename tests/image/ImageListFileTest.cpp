@@ -20,6 +20,7 @@
 #include "image/ChunkDecoder.h"
 #include "image/Crc32.h"
 #include "image/ImageAccess.h"
+#include "FloatBits.h"
 
 using namespace Orvane;
 using codectest::ReadBytes;
@@ -35,17 +36,8 @@ namespace {
 
 const size_t kWidth = 8, kHeight = 4, kImageBytes = kWidth * kHeight, kChunkBytes = 16;
 
-uint64_t BitsOf(double v) {
-    uint64_t b;
-    std::memcpy(&b, &v, sizeof b);
-    return b;
-}
-
-double DoubleOf(uint64_t b) {
-    double v;
-    std::memcpy(&v, &b, sizeof v);
-    return v;
-}
+using orvtest::BitsOf;
+using orvtest::DoubleOf;
 
 ChunkData::IntegerItem IntItem(int i) { return static_cast<ChunkData::IntegerItem>(i); }
 ChunkData::FloatItem FloatItem(int i) { return static_cast<ChunkData::FloatItem>(i); }
