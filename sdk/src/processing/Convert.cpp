@@ -291,21 +291,6 @@ private:
     std::vector<T> samples_, a_, b_;
 };
 
-// Copies n bits from (src, srcBit) to (dst, dstBit), LSB-first.
-void CopyBits(uint8_t* dst, size_t dstBit, const uint8_t* src, size_t srcBit, size_t n) {
-    if (dstBit % 8 == 0 && srcBit % 8 == 0) {
-        std::memcpy(dst + dstBit / 8, src + srcBit / 8, n / 8);
-        dstBit += n / 8 * 8;
-        srcBit += n / 8 * 8;
-        n %= 8;
-    }
-    for (size_t i = 0; i < n; ++i) {
-        const size_t s = srcBit + i, d = dstBit + i;
-        const unsigned bit = (src[s / 8] >> (s % 8)) & 1u;
-        dst[d / 8] = static_cast<uint8_t>((dst[d / 8] & ~(1u << (d % 8))) | (bit << (d % 8)));
-    }
-}
-
 void CopyImage(const ImageView& src, const ImageLayout& sl, const MutableImageView& dst, const ImageLayout& dl) {
     if (!sl.explicitStride && !dl.explicitStride && sl.planeBytes == 0) {
         std::memcpy(dst.data, src.data, sl.bytes);
@@ -404,6 +389,20 @@ void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingA
         else
             RowConverter<uint16_t>(job).Run(first, end);
     });
+}
+
+void CopyBits(uint8_t* dst, size_t dstBit, const uint8_t* src, size_t srcBit, size_t n) {
+    if (dstBit % 8 == 0 && srcBit % 8 == 0) {
+        std::memcpy(dst + dstBit / 8, src + srcBit / 8, n / 8);
+        dstBit += n / 8 * 8;
+        srcBit += n / 8 * 8;
+        n %= 8;
+    }
+    for (size_t i = 0; i < n; ++i) {
+        const size_t s = srcBit + i, d = dstBit + i;
+        const unsigned bit = (src[s / 8] >> (s % 8)) & 1u;
+        dst[d / 8] = static_cast<uint8_t>((dst[d / 8] & ~(1u << (d % 8))) | (bit << (d % 8)));
+    }
 }
 
 } // namespace internal

@@ -44,6 +44,10 @@ void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingA
 // Whether Convert accepts the pair (for JPEG payloads pass JPEGMono8 or JPEGColor8).
 bool IsConversionSupported(PixelFormatEnums from, PixelFormatEnums to);
 
+// Copies n bits from (src, srcBit) to (dst, dstBit), least significant bit
+// first; whole bytes are copied with memcpy when both start on a byte.
+void CopyBits(uint8_t* dst, size_t dstBit, const uint8_t* src, size_t srcBit, size_t n);
+
 } // namespace internal
 } // namespace Orvane
 

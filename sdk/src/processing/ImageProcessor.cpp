@@ -52,21 +52,6 @@ ImagePtr ConvertImage(const Image& source, PixelFormatEnums format, ColorProcess
     return result;
 }
 
-// Copies n bits LSB-first from (src, srcBit) to (dst, dstBit).
-void CopyBits(uint8_t* dst, size_t dstBit, const uint8_t* src, size_t srcBit, size_t n) {
-    if (dstBit % 8 == 0 && srcBit % 8 == 0) {
-        std::memcpy(dst + dstBit / 8, src + srcBit / 8, n / 8);
-        dstBit += n / 8 * 8;
-        srcBit += n / 8 * 8;
-        n %= 8;
-    }
-    for (size_t i = 0; i < n; ++i) {
-        const size_t s = srcBit + i, d = dstBit + i;
-        const unsigned bit = (src[s / 8] >> (s % 8)) & 1u;
-        dst[d / 8] = static_cast<uint8_t>((dst[d / 8] & ~(1u << (d % 8))) | (bit << (d % 8)));
-    }
-}
-
 } // namespace
 
 ImageProcessor::ImageProcessor() : m_algorithm(COLOR_PROCESSING_DEFAULT), m_threads(0) {}
@@ -126,7 +111,7 @@ void ImageProcessor::Convert(const ImageList& source, ImagePtr& destination, Pix
                 std::memcpy(data + out.RowBit(y + r) / 8, v.data + in.RowBit(r) / 8, rowBytes);
         } else {
             // Rows that do not end on a byte: one continuous stream in both images.
-            CopyBits(data, out.RowBit(y), v.data, 0, in.height * in.rowBits);
+            internal::CopyBits(data, out.RowBit(y), v.data, 0, in.height * in.rowBits);
         }
         y += in.height;
     }
