@@ -3,7 +3,7 @@
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/sdk/include/Orvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvane)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvane
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/capi/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvane
         FILES_MATCHING PATTERN "*.h")
 
 install(TARGETS Orvane Orvane_C EXPORT OrvaneTargets
