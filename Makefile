@@ -1,14 +1,14 @@
 # Orvane quick start:
 #   make demo   installs missing Debian packages, builds, and runs orvctl on the virtual camera
 #   make test   the same set-up, then the whole test suite
-# Further targets: build, asan, tsan, bench, install (PREFIX=...), clean.
+# Further targets: build, asan, tsan, bench, install (PREFIX=...), format, format-check, clean.
 
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 PREFIX   ?= /usr/local
 CMAKE_ARGS ?=
 
-.PHONY: all bootstrap configure build demo test asan tsan bench install clean
+.PHONY: all bootstrap configure build demo test asan tsan bench install clean format format-check
 
 all: build
 
@@ -46,6 +46,13 @@ bench: build
 
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
+
+# Formats every C and C++ file with clang-format (.clang-format); format-check only reports.
+format:
+	@./scripts/format.sh
+
+format-check:
+	@./scripts/format.sh --check
 
 clean:
 	rm -rf $(BUILD) $(BUILD)-asan $(BUILD)-tsan
