@@ -53,7 +53,8 @@ int main(int argc, char** argv) {
         char name[4096];
         if (failed(orvCameraGetNextImageEx(camera, 5000 /* ms */, &image), "orvCameraGetNextImageEx")) break;
         orvImageGetFrameID(image, &frameId);
-        if (failed(orvImageProcessorConvert(processor, image, bgr, ORV_PIXEL_FORMAT_BGR8), "orvImageProcessorConvert")) {
+        if (failed(orvImageProcessorConvert(processor, image, bgr, ORV_PIXEL_FORMAT_BGR8),
+                   "orvImageProcessorConvert")) {
             orvImageRelease(image);
             break;
         }

@@ -97,8 +97,10 @@ Measure Time(uint64_t frames, Step&& step) {
     Measure m;
     const double cpu0 = ProcessCpuSeconds(), wall0 = WallSeconds(), thread0 = ThreadCpuSeconds();
     for (uint64_t i = 0; i < frames; ++i)
-        if (!step()) break;
-        else ++m.frames;
+        if (!step())
+            break;
+        else
+            ++m.frames;
     m.cpu = ProcessCpuSeconds() - cpu0;
     m.wall = WallSeconds() - wall0;
     m.caller = ThreadCpuSeconds() - thread0;
@@ -145,7 +147,7 @@ Measure AravisBlock(ArvDevice* device, uint32_t width, uint32_t height, uint64_t
         arv_stream_push_buffer(stream, b);
         return true;
     };
-    Time(50, step);  // warm-up
+    Time(50, step); // warm-up
     const Measure m = Time(frames, step);
     g_object_unref(stream);
     return m;
@@ -159,7 +161,7 @@ Measure OrvaneBlock(const CameraPtr& camera, uint64_t frames) {
         image->Release();
         return true;
     };
-    Time(50, step);  // warm-up
+    Time(50, step); // warm-up
     const Measure m = Time(frames, step);
     camera->EndAcquisition();
     return m;
@@ -176,7 +178,7 @@ Measure OrvaneCBlock(orvCamera camera, uint64_t frames) {
         benchmark::DoNotOptimize(data);
         return orvImageRelease(image) == ORVANE_ERR_SUCCESS;
     };
-    Time(50, step);  // warm-up
+    Time(50, step); // warm-up
     const Measure m = Time(frames, step);
     orvCameraEndAcquisition(camera);
     return m;
@@ -186,7 +188,7 @@ Measure OrvaneCBlock(orvCamera camera, uint64_t frames) {
 void AcquisitionCpuPerFrame(benchmark::State& state) {
     const int index = static_cast<int>(state.range(0));
     const uint32_t width = static_cast<uint32_t>(kWidths[index]), height = static_cast<uint32_t>(kHeights[index]);
-    CameraPtr camera = TheCamera().camera;  // also installs the virtual camera's description for every fake device
+    CameraPtr camera = TheCamera().camera; // also installs the virtual camera's description for every fake device
     INodeMap& map = camera->GetNodeMap();
     CIntegerPtr(map.GetNode("Width"))->SetValue(width);
     CIntegerPtr(map.GetNode("Height"))->SetValue(height);
@@ -208,7 +210,7 @@ void AcquisitionCpuPerFrame(benchmark::State& state) {
     arv_fake_camera_write_register(fake, reg::Width.address, width);
     arv_fake_camera_write_register(fake, reg::Height.address, height);
     arv_fake_camera_write_register(fake, reg::PixelFormat.address, 0x01080001);
-    arv_fake_camera_write_register(fake, reg::AcquisitionFrameRate.address, 1000);  // us
+    arv_fake_camera_write_register(fake, reg::AcquisitionFrameRate.address, 1000); // us
     arv_fake_camera_write_register(fake, reg::TriggerMode.address, 0);
     Filler filler;
     arv_fake_camera_set_fill_pattern(fake, ReferenceFill, &filler);
@@ -217,7 +219,8 @@ void AcquisitionCpuPerFrame(benchmark::State& state) {
     orvSystem cSystem = nullptr;
     orvCameraList cCameras = nullptr;
     orvCamera cCamera = nullptr;
-    if (orvSystemGetInstance(&cSystem) != ORVANE_ERR_SUCCESS || orvCameraListCreateEmpty(&cCameras) != ORVANE_ERR_SUCCESS ||
+    if (orvSystemGetInstance(&cSystem) != ORVANE_ERR_SUCCESS ||
+        orvCameraListCreateEmpty(&cCameras) != ORVANE_ERR_SUCCESS ||
         orvSystemGetCameras(cSystem, cCameras) != ORVANE_ERR_SUCCESS ||
         orvCameraListGetBySerial(cCameras, "VC0001", &cCamera) != ORVANE_ERR_SUCCESS ||
         orvCameraInit(cCamera) != ORVANE_ERR_SUCCESS) {
@@ -277,12 +280,18 @@ void AcquisitionCpuPerFrame(benchmark::State& state) {
     state.counters["ratio_min"] = minimum(orvaneCpu) / minimum(aravisCpu);
     state.counters["c_ratio_median"] = median(cCpu) / median(aravisCpu);
     state.counters["c_ratio_min"] = minimum(cCpu) / minimum(aravisCpu);
-    state.SetLabel(std::to_string(width) + "x" + std::to_string(height) + " Mono8, " + std::to_string(kBlocks) +
-                   " x " + std::to_string(kBlockFrames) + " frames each, interleaved");
+    state.SetLabel(std::to_string(width) + "x" + std::to_string(height) + " Mono8, " + std::to_string(kBlocks) + " x " +
+                   std::to_string(kBlockFrames) + " frames each, interleaved");
 }
 
 } // namespace
 
-BENCHMARK(AcquisitionCpuPerFrame)->Arg(0)->Arg(1)->Iterations(1)->UseRealTime()->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(AcquisitionCpuPerFrame)
+    ->Arg(0)
+    ->Arg(1)
+    ->Iterations(1)
+    ->UseRealTime()
+    ->MeasureProcessCPUTime()
+    ->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

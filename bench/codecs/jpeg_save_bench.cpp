@@ -132,7 +132,7 @@ void PairedRatio(int pairs) {
                 orvCpu = Seconds(CLOCK_THREAD_CPUTIME_ID) - c0;
             }
         }
-        if (i < 2) continue;  // warm-up
+        if (i < 2) continue; // warm-up
         wall.push_back(orvWall / refWall);
         cpu.push_back(orvCpu / refCpu);
     }
@@ -140,9 +140,10 @@ void PairedRatio(int pairs) {
     unlink(ref.c_str());
     unlink(orv.c_str());
     const double w = Median(wall), c = Median(cpu);
-    std::printf("JPEG save 2048x1536 BGR8 q90, %d alternating pairs: median ratio Orvane/TurboJPEG: wall %.3f, "
-                "CPU %.3f (goal <= 1.1): %s\n",
-                pairs, w, c, w <= 1.1 ? "met" : "NOT met");
+    std::printf(
+        "JPEG save 2048x1536 BGR8 q90, %d alternating pairs: median ratio Orvane/TurboJPEG: wall %.3f, "
+        "CPU %.3f (goal <= 1.1): %s\n",
+        pairs, w, c, w <= 1.1 ? "met" : "NOT met");
 }
 
 BENCHMARK(BM_TurboJpegAlone)->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true);
@@ -170,8 +171,9 @@ int main(int argc, char** argv) {
     const auto ref = reporter.medians.find("BM_TurboJpegAlone");
     const auto orv = reporter.medians.find("BM_OrvaneWriteJPEG");
     if (ref != reporter.medians.end() && orv != reporter.medians.end() && ref->second > 0)
-        std::printf("JPEG save 2048x1536 BGR8 q90, separate runs: Orvane %.2f ms, TurboJPEG alone %.2f ms, ratio %.3f\n",
-                    orv->second, ref->second, orv->second / ref->second);
+        std::printf(
+            "JPEG save 2048x1536 BGR8 q90, separate runs: Orvane %.2f ms, TurboJPEG alone %.2f ms, ratio %.3f\n",
+            orv->second, ref->second, orv->second / ref->second);
     PairedRatio(40);
     rmdir(Directory().c_str());
     benchmark::Shutdown();

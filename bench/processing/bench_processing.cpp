@@ -115,8 +115,8 @@ void BM_Mono12pToMono16_SimpleLoop(benchmark::State& state) {
 void BM_StatisticsBGR8_Orvane(benchmark::State& state) {
     const unsigned threads = static_cast<unsigned>(state.range(0));
     const cv::Mat src = RandomMat(kHeight, kWidth, CV_8UC3, 3);
-    const unsigned mask = 1u << Orvane::internal::kStatRed | 1u << Orvane::internal::kStatGreen |
-                          1u << Orvane::internal::kStatBlue;
+    const unsigned mask =
+        1u << Orvane::internal::kStatRed | 1u << Orvane::internal::kStatGreen | 1u << Orvane::internal::kStatBlue;
     for (auto _ : state) {
         Orvane::internal::StatisticsResult r = Orvane::internal::ComputeStatistics(
             View(src, kWidth, kHeight, Orvane::PixelFormat_BGR8), mask, Orvane::COLOR_PROCESSING_DEFAULT, threads);
@@ -164,7 +164,12 @@ BENCHMARK(BM_Mono12pToMono16_SimpleLoop)->Unit(benchmark::kMillisecond)->UseReal
 BENCHMARK(BM_Mono12pToMono16_Orvane)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_StatisticsBGR8_OpenCV)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_StatisticsBGR8_Orvane)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_StatisticsBGR8AllChannels_Orvane)->Arg(1)->Arg(2)->ArgName("threads")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_StatisticsBGR8AllChannels_Orvane)
+    ->Arg(1)
+    ->Arg(2)
+    ->ArgName("threads")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 // Collects times to print reference / Orvane ratios after the run. Names are
 // BM_<case>_<implementation>[/arguments]; every implementation other than
@@ -192,8 +197,8 @@ public:
     }
     void Finalize() override {
         ConsoleReporter::Finalize();
-        std::printf("\n%-48s %-10s %10s %10s %7s %10s %10s %7s\n", "case", "reference", "ref real", "orv real",
-                    "ratio", "ref cpu", "orv cpu", "ratio");
+        std::printf("\n%-48s %-10s %10s %10s %7s %10s %10s %7s\n", "case", "reference", "ref real", "orv real", "ratio",
+                    "ref cpu", "orv cpu", "ratio");
         for (const auto& [name, e] : entries_) {
             if (!e.orvane.set || !e.reference.set) continue;
             std::printf("%-48s %-10s %8.2fms %8.2fms %6.2fx %8.2fms %8.2fms %6.2fx\n", name.c_str(),

@@ -235,9 +235,8 @@ ORVANE_C_API orvError orvImageStatisticsSetChannelStatus(orvImageStatistics stat
                                                          bool8_t enable);
 ORVANE_C_API orvError orvImageStatisticsGetRange(orvImageStatistics statistics, orvStatisticsChannel channel,
                                                  unsigned int* min, unsigned int* max);
-ORVANE_C_API orvError orvImageStatisticsGetPixelValueRange(orvImageStatistics statistics,
-                                                           orvStatisticsChannel channel, unsigned int* min,
-                                                           unsigned int* max);
+ORVANE_C_API orvError orvImageStatisticsGetPixelValueRange(orvImageStatistics statistics, orvStatisticsChannel channel,
+                                                           unsigned int* min, unsigned int* max);
 ORVANE_C_API orvError orvImageStatisticsGetNumPixelValues(orvImageStatistics statistics, orvStatisticsChannel channel,
                                                           unsigned int* count);
 ORVANE_C_API orvError orvImageStatisticsGetMean(orvImageStatistics statistics, orvStatisticsChannel channel,

@@ -52,7 +52,7 @@ typedef enum _orvTIFFCompression {
     ORV_TIFF_COMPRESSION_PACKBITS = 1, /* run-length coding */
     ORV_TIFF_COMPRESSION_DEFLATE = 2,  /* zlib, level orvTIFFOption.deflateLevel */
     ORV_TIFF_COMPRESSION_LZW = 3,
-    ORV_TIFF_COMPRESSION_JPEG = 4      /* lossy, 8-bit samples only, quality orvTIFFOption.jpegQuality */
+    ORV_TIFF_COMPRESSION_JPEG = 4 /* lossy, 8-bit samples only, quality orvTIFFOption.jpegQuality */
 } orvTIFFCompression;
 
 /* TIFF predictors (orvTIFFOption.predictor), applied before Deflate or LZW. */
@@ -72,7 +72,7 @@ typedef enum _orvJPEGSubsampling {
 
 /* PNG. Defaults: not interlaced, compression level 6, adaptive filtering. */
 typedef struct _orvPNGOption {
-    uint8_t interlaced;       /* @0: non-zero: Adam7 interlacing; 0: rows in order */
+    uint8_t interlaced; /* @0: non-zero: Adam7 interlacing; 0: rows in order */
     uint8_t reserved0[3];
     int32_t compressionLevel; /* @4: zlib level, 0 (stored, fastest) to 9 (smallest) */
     uint32_t filter;          /* @8: an orvPNGFilter */
@@ -104,8 +104,8 @@ typedef struct _orvTIFFOption {
 
 /* JPEG. Defaults: quality 90, baseline coding, 4:2:0 subsampling. */
 typedef struct _orvJPEGOption {
-    int32_t quality;            /* @0: 1 (smallest) to 100 (best) */
-    uint8_t progressive;        /* @4: non-zero: progressive coding; 0: baseline */
+    int32_t quality;     /* @0: 1 (smallest) to 100 (best) */
+    uint8_t progressive; /* @4: non-zero: progressive coding; 0: baseline */
     uint8_t reserved0[3];
     uint32_t chromaSubsampling; /* @8: an orvJPEGSubsampling; ignored for gray images */
     uint8_t reserved[60];       /* @12 */
@@ -114,8 +114,8 @@ typedef struct _orvJPEGOption {
 /* JPEG 2000. Defaults: lossless, JP2 file, ratio 10 and no PSNR target (used when
  * lossy), 6 resolutions. */
 typedef struct _orvJPEG2000Option {
-    uint8_t lossless;        /* @0: non-zero: reversible 5/3 wavelet, decodes exactly; 0: lossy 9/7 wavelet */
-    uint8_t codestream;      /* @1: non-zero: bare J2K codestream; 0: JP2 file */
+    uint8_t lossless;   /* @0: non-zero: reversible 5/3 wavelet, decodes exactly; 0: lossy 9/7 wavelet */
+    uint8_t codestream; /* @1: non-zero: bare J2K codestream; 0: JP2 file */
     uint8_t reserved0[2];
     float compressionRatio;  /* @4: lossy only: uncompressed size / compressed size, at least 1 */
     float targetPSNR;        /* @8: lossy only: if > 0, aim at this PSNR in dB instead of the ratio */

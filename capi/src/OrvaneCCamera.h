@@ -8,9 +8,7 @@
 
 namespace {
 
-inline Orvane::CameraPtr& CameraOf(void* handle) {
-    return *static_cast<Orvane::CameraPtr*>(asRecord(handle)->target);
-}
+inline Orvane::CameraPtr& CameraOf(void* handle) { return *static_cast<Orvane::CameraPtr*>(asRecord(handle)->target); }
 
 // Camera null check, type check, then the work.
 template <class Work>

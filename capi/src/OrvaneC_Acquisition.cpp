@@ -17,9 +17,8 @@ orvError Retrieve(orvCamera camera, orvHandleType tag, Out* out, Get&& get) {
         CheckNullHandle(camera);
         CheckNullParam(out);
         checkObjectType(ORV_HANDLE_CAMERA, camera);
-        orvObject* record = BuildRecord(tag, [&](orvObject* r) {
-            r->target = NewHeldPointer<Holder>([&] { return get(CameraOf(camera)); });
-        });
+        orvObject* record = BuildRecord(
+            tag, [&](orvObject* r) { r->target = NewHeldPointer<Holder>([&] { return get(CameraOf(camera)); }); });
         *out = record;
         return ORV_OK;
     });

@@ -114,7 +114,7 @@ orvError orvCameraWritePort(orvCamera camera, uint64_t address, void* buffer, ui
 orvError orvCameraIsStreaming(orvCamera camera, bool8_t* isStreaming) {
     return OrvaneCFrame([&] {
         CheckNullHandle(camera);
-        CheckNullHandle(isStreaming);  // the out-pointer gets the handle check
+        CheckNullHandle(isStreaming); // the out-pointer gets the handle check
         checkObjectType(ORV_HANDLE_CAMERA, camera);
         const bool streaming = CameraOf(camera)->IsStreaming();
         *isStreaming = streaming ? 1 : 0;

@@ -15,12 +15,12 @@ orvError orvErrorGetLast(orvError* error) {
     });
 }
 
-#define ORV_TEXT_GETTER(name, field)                                \
-    orvError name(char* buffer, size_t* length) {                  \
-        return CallFrameNoClear(g_record, [&] {                     \
+#define ORV_TEXT_GETTER(name, field)                                              \
+    orvError name(char* buffer, size_t* length) {                                 \
+        return CallFrameNoClear(g_record, [&] {                                   \
             SetString(Orvane::GenICam::gcstring(g_record.field), buffer, length); \
-            return ORV_OK;                                          \
-        });                                                         \
+            return ORV_OK;                                                        \
+        });                                                                       \
     }
 
 ORV_TEXT_GETTER(orvErrorGetLastMessage, message)

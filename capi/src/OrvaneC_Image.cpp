@@ -48,7 +48,8 @@ orvError orvImageCreateEmpty(orvImage* image) {
 
 orvError orvImageCreateEx(orvImage* image, size_t width, size_t height, size_t offsetX, size_t offsetY,
                           orvPixelFormat pixelFormat, void* data) {
-    return CreateImage(image, [&] { return Image::Create(width, height, offsetX, offsetY, Format(pixelFormat), data); });
+    return CreateImage(image,
+                       [&] { return Image::Create(width, height, offsetX, offsetY, Format(pixelFormat), data); });
 }
 
 orvError orvImageCreateEx2(orvImage* image, size_t width, size_t height, size_t offsetX, size_t offsetY,
@@ -121,9 +122,9 @@ orvError orvImageDeepCopy(orvImage source, orvImage destination) {
     });
 }
 
-#define ORV_IMAGE_GETTER(function, Type, expression)                                  \
-    orvError function(orvImage image, Type* out) {                                    \
-        return ImageGetter(image, out, [](Image& i) { return expression; });          \
+#define ORV_IMAGE_GETTER(function, Type, expression)                         \
+    orvError function(orvImage image, Type* out) {                           \
+        return ImageGetter(image, out, [](Image& i) { return expression; }); \
     }
 
 ORV_IMAGE_GETTER(orvImageGetColorProcessing, orvColorProcessingAlgorithm, i.GetColorProcessing())

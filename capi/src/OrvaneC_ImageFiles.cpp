@@ -42,9 +42,7 @@ orvError orvImageSave(orvImage image, const char* fileName, orvImageFileFormat f
     return Save(image, fileName, static_cast<ImageFileFormat>(format));
 }
 
-orvError orvImageSaveFromExt(orvImage image, const char* fileName) {
-    return Save(image, fileName, FileFormat_FromExt);
-}
+orvError orvImageSaveFromExt(orvImage image, const char* fileName) { return Save(image, fileName, FileFormat_FromExt); }
 
 orvError orvImageSavePng(orvImage image, const char* fileName, const orvPNGOption* option) {
     return SaveWith<PNGOption>(image, fileName, option);

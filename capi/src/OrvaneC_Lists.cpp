@@ -75,7 +75,9 @@ orvError Clear(orvHandleType tag, void* handle) {
 orvError orvInterfaceListCreateEmpty(orvInterfaceList* list) {
     return CreateEmpty<InterfaceList>(ORV_HANDLE_INTERFACE_LIST, list);
 }
-orvError orvInterfaceListDestroy(orvInterfaceList list) { return Destroy<InterfaceList>(ORV_HANDLE_INTERFACE_LIST, list); }
+orvError orvInterfaceListDestroy(orvInterfaceList list) {
+    return Destroy<InterfaceList>(ORV_HANDLE_INTERFACE_LIST, list);
+}
 orvError orvInterfaceListGetSize(orvInterfaceList list, size_t* size) {
     return GetSize<InterfaceList>(ORV_HANDLE_INTERFACE_LIST, list, size);
 }
@@ -121,7 +123,8 @@ orvError orvCameraListGetBySerial(orvCameraList list, const char* serial, orvCam
         CheckNullParam(serial);
         checkObjectType(ORV_HANDLE_CAMERA_LIST, list);
         orvObject* record = BuildRecord(ORV_HANDLE_CAMERA, [&](orvObject* r) {
-            r->target = NewHeldPointer<CameraPtr>([&] { return AsList<CameraList>(list)->GetBySerial(std::string(serial)); });
+            r->target =
+                NewHeldPointer<CameraPtr>([&] { return AsList<CameraList>(list)->GetBySerial(std::string(serial)); });
         });
         *camera = record;
         return ORV_OK;
@@ -205,7 +208,7 @@ orvError orvImageListSave(orvImageList list, const char* fileName) {
     return OrvaneCFrame([&] {
         CheckNullHandle(list);
         checkObjectType(ORV_HANDLE_IMAGE_LIST, list);
-        AsList<ImageList>(list)->Save(fileName);  // the name reaches the SDK as given
+        AsList<ImageList>(list)->Save(fileName); // the name reaches the SDK as given
         return ORV_OK;
     });
 }

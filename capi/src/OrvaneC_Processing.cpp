@@ -86,9 +86,8 @@ orvError orvImageProcessorDestroy(orvImageProcessor processor) {
     return Destroy<ImageProcessor>(ORV_HANDLE_IMAGE_PROCESSOR, processor);
 }
 orvError orvImageProcessorSetColorProcessing(orvImageProcessor processor, orvColorProcessingAlgorithm algorithm) {
-    return ProcessorCall(processor, [&](ImageProcessor& p) {
-        p.SetColorProcessing(static_cast<ColorProcessingAlgorithm>(algorithm));
-    });
+    return ProcessorCall(
+        processor, [&](ImageProcessor& p) { p.SetColorProcessing(static_cast<ColorProcessingAlgorithm>(algorithm)); });
 }
 orvError orvImageProcessorGetColorProcessing(orvImageProcessor processor, orvColorProcessingAlgorithm* algorithm) {
     return OrvaneCFrame([&] {
@@ -115,7 +114,7 @@ orvError orvImageProcessorGetNumDecompressionThreads(orvImageProcessor processor
 orvError orvImageProcessorConvert(orvImageProcessor processor, orvImage source, orvImage destination,
                                   orvPixelFormat pixelFormat) {
     return ConvertCall(processor, source, ORV_HANDLE_IMAGE, destination, [&](ImageProcessor& p, ImagePtr& dst) {
-        const ImagePtr copy = ImageOf(source);  // one more reference for the call's duration
+        const ImagePtr copy = ImageOf(source); // one more reference for the call's duration
         p.Convert(copy, dst, static_cast<PixelFormatEnums>(pixelFormat));
     });
 }
@@ -247,8 +246,9 @@ orvError orvImageStatisticsGetAll(orvImageStatistics statistics, orvStatisticsCh
         CheckNullParam(mean);
         CheckNullParam(histogram);
         checkObjectType(ORV_HANDLE_IMAGE_STATISTICS, statistics);
-        StatisticsOf(statistics).GetAll(Channel(channel), rangeMin, rangeMax, pixelValueMin, pixelValueMax,
-                                        numPixelValues, mean, histogram);
+        StatisticsOf(statistics)
+            .GetAll(Channel(channel), rangeMin, rangeMax, pixelValueMin, pixelValueMax, numPixelValues, mean,
+                    histogram);
         return ORV_OK;
     });
 }

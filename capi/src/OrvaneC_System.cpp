@@ -143,7 +143,8 @@ orvError orvSystemGetTLNodeMap(orvSystem system, orvNodeMapHandle* nodeMap) {
         CheckNullParam(nodeMap);
         checkObjectType(ORV_HANDLE_SYSTEM, system);
         System* sdk = AsSystem(system);
-        *nodeMap = CachedNodeMap(asRecord(system), "TLNodeMap", [&]() -> GenApi::INodeMap& { return sdk->GetTLNodeMap(); });
+        *nodeMap =
+            CachedNodeMap(asRecord(system), "TLNodeMap", [&]() -> GenApi::INodeMap& { return sdk->GetTLNodeMap(); });
         return ORV_OK;
     });
 }

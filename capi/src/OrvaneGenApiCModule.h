@@ -15,9 +15,7 @@ namespace {
 
 // The node module's copy of the type check: an expected ORV_HANDLE_NODE
 // accepts every node kind.
-inline void checkObjectType(orvHandleType expected, const void* handle) {
-    checkObjectTypeWith(true, expected, handle);
-}
+inline void checkObjectType(orvHandleType expected, const void* handle) { checkObjectTypeWith(true, expected, handle); }
 
 template <class Body>
 inline orvError GenApiFrame(Body&& body) {

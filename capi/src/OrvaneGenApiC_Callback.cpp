@@ -5,7 +5,8 @@
 
 using namespace Orvane::GenApi;
 
-orvError orvNodeRegisterCallback(orvNodeHandle hNode, orvNodeCallbackFunction pFunction, orvNodeCallbackHandle* phCallback) {
+orvError orvNodeRegisterCallback(orvNodeHandle hNode, orvNodeCallbackFunction pFunction,
+                                 orvNodeCallbackHandle* phCallback) {
     return GenApiFrame([&] {
         CheckNullHandle(hNode);
         if (!pFunction)

@@ -68,7 +68,8 @@ int32_t NodeTypeOf(EInterfaceType type) {
 } // namespace
 
 orvError orvNodeGetAccessMode(orvNodeHandle hNode, int32_t* pAccessMode) {
-    return NodeGetter(hNode, pAccessMode, [](INode* n) { return static_cast<int32_t>(static_cast<IBase*>(n)->GetAccessMode()); });
+    return NodeGetter(hNode, pAccessMode,
+                      [](INode* n) { return static_cast<int32_t>(static_cast<IBase*>(n)->GetAccessMode()); });
 }
 
 orvError orvNodeGetName(orvNodeHandle hNode, char* pBuf, size_t* pBufLen) {
@@ -158,7 +159,9 @@ orvError FromString(orvNodeHandle hNode, bool verify, const char* pValue) {
 }
 } // namespace
 
-orvError orvNodeToString(orvNodeHandle hNode, char* pBuf, size_t* pBufLen) { return ToString(hNode, false, pBuf, pBufLen); }
+orvError orvNodeToString(orvNodeHandle hNode, char* pBuf, size_t* pBufLen) {
+    return ToString(hNode, false, pBuf, pBufLen);
+}
 orvError orvNodeToStringEx(orvNodeHandle hNode, bool8_t bVerify, char* pBuf, size_t* pBufLen) {
     return ToString(hNode, bVerify != 0, pBuf, pBufLen);
 }

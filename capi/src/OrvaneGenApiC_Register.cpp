@@ -33,7 +33,8 @@ orvError orvRegisterGet(orvNodeHandle hNode, uint8_t* pBuffer, int64_t length) {
     return RegisterCall(hNode, [&](CRegisterPtr& r) { r->Get(pBuffer, length, false, false); });
 }
 
-orvError orvRegisterGetEx(orvNodeHandle hNode, bool8_t bVerify, bool8_t bIgnoreCache, uint8_t* pBuffer, int64_t length) {
+orvError orvRegisterGetEx(orvNodeHandle hNode, bool8_t bVerify, bool8_t bIgnoreCache, uint8_t* pBuffer,
+                          int64_t length) {
     return RegisterCall(hNode, [&](CRegisterPtr& r) { r->Get(pBuffer, length, bVerify != 0, bIgnoreCache != 0); });
 }
 

@@ -82,7 +82,8 @@ orvError orvIntegerSetValueEx(orvNodeHandle hNode, bool8_t bVerify, int64_t valu
     return Set<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, [&](CIntegerPtr& p) { p->SetValue(value, bVerify != 0); });
 }
 orvError orvIntegerGetValue(orvNodeHandle hNode, int64_t* pValue) {
-    return Get<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue, [](CIntegerPtr& p) { return p->GetValue(false, false); });
+    return Get<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
+                            [](CIntegerPtr& p) { return p->GetValue(false, false); });
 }
 orvError orvIntegerGetValueEx(orvNodeHandle hNode, bool8_t bVerify, int64_t* pValue) {
     return Get<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,

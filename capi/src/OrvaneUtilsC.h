@@ -128,7 +128,7 @@ inline std::string handleToString(orvHandleType type) {
     case ORV_HANDLE_LOGGING_EVENT_DATA: return "Logging event data handle";
     case ORV_HANDLE_DEVICE_EVENT_DATA: return "Device event data handle";
     case ORV_HANDLE_AVI_RECORDER: return "AVI recorder handle";
-    default: return "Unknown handle";  // also image list, image processor, image list event
+    default: return "Unknown handle"; // also image list, image processor, image list event
     }
 }
 
@@ -177,7 +177,8 @@ inline void checkObjectTypeWith(bool nodeRule, orvHandleType expected, const voi
         return;
     }
     if (nodeRule && expected == ORV_HANDLE_NODE) {
-        if (received < ORV_HANDLE_NODE || received > ORV_HANDLE_UNAVAILABLE_NODE) WrongHandle(323, "Node handle", received);
+        if (received < ORV_HANDLE_NODE || received > ORV_HANDLE_UNAVAILABLE_NODE)
+            WrongHandle(323, "Node handle", received);
         return;
     }
     if (received != expected) WrongHandle(343, handleToString(expected), received);

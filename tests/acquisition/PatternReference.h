@@ -17,10 +17,11 @@ struct Format {
     const char* name;
     uint32_t pfnc;
     Family family;
-    unsigned bits;     // significant bits per component
-    unsigned storage;  // bits per pixel in memory
+    unsigned bits;    // significant bits per component
+    unsigned storage; // bits per pixel in memory
     Pack pack;
-    const char* layout;  // Bayer: the 2x2 pattern ("RGGB"); Rgb/Yuv: component order ("RGB", "BGRa", "YUYV", "UYVY", "UYV")
+    const char*
+        layout; // Bayer: the 2x2 pattern ("RGGB"); Rgb/Yuv: component order ("RGB", "BGRa", "YUYV", "UYVY", "UYV")
 };
 
 // Every pixel format the virtual camera offers.
@@ -87,9 +88,19 @@ inline const Format* FindFormat(const std::string& name) {
 
 // TestPattern entry values.
 enum Pattern : int64_t {
-    Off = 0, Black = 0x10, White = 0x11, GreyHorizontalRamp = 0x20, GreyVerticalRamp = 0x21, GreyDiagonalRamp = 0x22,
-    GreyHorizontalRampMoving = 0x30, GreyVerticalRampMoving = 0x31, GreyDiagonalRampMoving = 0x32, ColorBar = 0x40,
-    FrameCounter = 0x50, Increment = 0x60, SensorTestPattern = 0x70
+    Off = 0,
+    Black = 0x10,
+    White = 0x11,
+    GreyHorizontalRamp = 0x20,
+    GreyVerticalRamp = 0x21,
+    GreyDiagonalRamp = 0x22,
+    GreyHorizontalRampMoving = 0x30,
+    GreyVerticalRampMoving = 0x31,
+    GreyDiagonalRampMoving = 0x32,
+    ColorBar = 0x40,
+    FrameCounter = 0x50,
+    Increment = 0x60,
+    SensorTestPattern = 0x70
 };
 
 inline const std::vector<std::pair<const char*, int64_t>>& Patterns() {
@@ -116,8 +127,8 @@ struct Rgb {
 
 // The colour of pixel (x, y) of frame f: a grey value in all three components
 // for the grey patterns.
-inline Rgb PixelColour(int64_t pattern, unsigned bits, uint64_t W, uint64_t H, uint64_t offX, uint64_t offY,
-                       uint64_t f, uint64_t x, uint64_t y) {
+inline Rgb PixelColour(int64_t pattern, unsigned bits, uint64_t W, uint64_t H, uint64_t offX, uint64_t offY, uint64_t f,
+                       uint64_t x, uint64_t y) {
     const uint64_t M = (uint64_t(1) << bits) - 1;
     const uint64_t X = x + offX, Y = y + offY;
     const bool burn = pattern != Black && pattern != White && pattern != FrameCounter && pattern != Increment;
@@ -145,19 +156,15 @@ inline Rgb PixelColour(int64_t pattern, unsigned bits, uint64_t W, uint64_t H, u
         const int* c = bars[x * 8 / W];
         return {c[0] ? M : 0, c[1] ? M : 0, c[2] ? M : 0};
     }
-    default: v = ((X + Y + f) % 256) << (bits - 8); break;  // Off
+    default: v = ((X + Y + f) % 256) << (bits - 8); break; // Off
     }
     return {v, v, v};
 }
 
 inline int Clamp(int v) { return v < 0 ? 0 : v > 255 ? 255 : v; }
 inline int Luma(const Rgb& c) { return Clamp(int((77 * c.r + 150 * c.g + 29 * c.b + 128) >> 8)); }
-inline int ChromaU(const Rgb& c) {
-    return Clamp((-43 * int(c.r) - 85 * int(c.g) + 128 * int(c.b) + 32896) >> 8);
-}
-inline int ChromaV(const Rgb& c) {
-    return Clamp((128 * int(c.r) - 107 * int(c.g) - 21 * int(c.b) + 32896) >> 8);
-}
+inline int ChromaU(const Rgb& c) { return Clamp((-43 * int(c.r) - 85 * int(c.g) + 128 * int(c.b) + 32896) >> 8); }
+inline int ChromaV(const Rgb& c) { return Clamp((128 * int(c.r) - 107 * int(c.g) - 21 * int(c.b) + 32896) >> 8); }
 
 // The whole image, as the documentation says it is stored.
 inline std::vector<uint8_t> Image(const Format& fmt, int64_t pattern, uint64_t W, uint64_t H, uint64_t offX,
@@ -172,8 +179,10 @@ inline std::vector<uint8_t> Image(const Format& fmt, int64_t pattern, uint64_t W
                     const Rgb a = colour(x, y), b = colour(x + 1 < W ? x + 1 : x, y);
                     const uint8_t y0 = uint8_t(Luma(a)), y1 = uint8_t(Luma(b)), u = uint8_t(ChromaU(a)),
                                   v = uint8_t(ChromaV(a));
-                    if (order == "YUYV") out.insert(out.end(), {y0, u, y1, v});
-                    else out.insert(out.end(), {u, y0, v, y1});
+                    if (order == "YUYV")
+                        out.insert(out.end(), {y0, u, y1, v});
+                    else
+                        out.insert(out.end(), {u, y0, v, y1});
                 }
                 continue;
             }

@@ -38,16 +38,16 @@ TEST_F(VirtualStream, ConcurrentConsumersShareTheFramesWithoutLossOrDuplicates) 
     camera->EndAcquisition();
     ASSERT_EQ(ids.size(), size_t(total));
     EXPECT_EQ(*ids.begin(), 1u);
-    EXPECT_EQ(*ids.rbegin(), uint64_t(total));  // every frame 1..400, none lost (OldestFirst)
+    EXPECT_EQ(*ids.rbegin(), uint64_t(total)); // every frame 1..400, none lost (OldestFirst)
 }
 
 TEST_F(VirtualStream, EndAcquisitionWakesAWaitingThreadWithAbort) {
-    SetEnum("TriggerMode", "On");  // no frame comes
+    SetEnum("TriggerMode", "On"); // no frame comes
     camera->BeginAcquisition();
     std::promise<void> waiting;
     auto waiter = std::async(std::launch::async, [&] {
         waiting.set_value();
-        return CodeOf([&] { camera->GetNextImage(); });  // forever
+        return CodeOf([&] { camera->GetNextImage(); }); // forever
     });
     waiting.get_future().wait();
     std::this_thread::sleep_for(std::chrono::milliseconds(100));

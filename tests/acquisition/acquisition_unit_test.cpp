@@ -77,8 +77,8 @@ TEST(TestPattern, EveryFormatAndPatternMatchesTheFormulas) {
                     frame.frameId = f;
                     ASSERT_EQ(FillTestPattern(frame, scratch), expected.size()) << fmt.name << " " << pattern.first;
                     const std::vector<uint8_t> image(buffer.begin(), buffer.begin() + expected.size());
-                    ASSERT_EQ(image, expected) << fmt.name << " " << pattern.first << " " << s.w << "x" << s.h
-                                               << " frame " << f;
+                    ASSERT_EQ(image, expected)
+                        << fmt.name << " " << pattern.first << " " << s.w << "x" << s.h << " frame " << f;
                     for (size_t i = expected.size(); i < buffer.size(); ++i)
                         ASSERT_EQ(buffer[i], 0xA5) << fmt.name << ": wrote past the image";
                 }
@@ -103,8 +103,8 @@ TEST(TestPattern, DocumentedValuesOfMono8) {
     frame.pattern = 0;
     frame.frameId = 3;
     ASSERT_EQ(FillTestPattern(frame, scratch), 256u);
-    EXPECT_EQ(buffer[0], 255);  // bit 0 of 3
-    EXPECT_EQ(buffer[1], 255);  // bit 1
+    EXPECT_EQ(buffer[0], 255); // bit 0 of 3
+    EXPECT_EQ(buffer[1], 255); // bit 1
     EXPECT_EQ(buffer[2], 0);
     EXPECT_EQ(buffer[63], 0);
     EXPECT_EQ(buffer[64], (64 + 10 + 3 + 3) % 256);
@@ -119,12 +119,12 @@ TEST(TestPattern, RefusesWhatItCannotDraw) {
     frame.capacity = buffer.size();
     frame.width = 64;
     frame.height = 64;
-    frame.pixelFormat = 0x02180014;  // RGB8 fits
+    frame.pixelFormat = 0x02180014; // RGB8 fits
     EXPECT_EQ(FillTestPattern(frame, scratch), 64u * 64 * 3);
-    frame.pixelFormat = 0x0220001C;  // a planar format the camera does not offer
+    frame.pixelFormat = 0x0220001C; // a planar format the camera does not offer
     EXPECT_EQ(FillTestPattern(frame, scratch), 0u);
     EXPECT_EQ(PatternImageBytes(0xDEADBEEF, 8, 8), 0u);
-    frame.pixelFormat = 0x02200016;  // RGBa8: 16384 bytes
+    frame.pixelFormat = 0x02200016; // RGBa8: 16384 bytes
     frame.capacity = 64 * 64 * 4 - 1;
     EXPECT_EQ(FillTestPattern(frame, scratch), 0u);
     frame.data = nullptr;
@@ -203,8 +203,8 @@ TEST(VirtualChunks, LayoutHoldsTheEnabledChunksWithTheirValuesAndTheCrcLast) {
     EXPECT_NE(id, 0u);
     v.frameId = 1;
     WriteVirtualChunks(payload.data(), imageSize, payload.size(), mask, v);
-    EXPECT_EQ(ChunkLayoutId(payload.data(), expectedSize), id);  // same chunks, other values
-    EXPECT_EQ(ChunkLayoutId(payload.data(), imageSize), 0u);     // no layout
+    EXPECT_EQ(ChunkLayoutId(payload.data(), expectedSize), id); // same chunks, other values
+    EXPECT_EQ(ChunkLayoutId(payload.data(), imageSize), 0u);    // no layout
 }
 
 TEST(ChunkLayout, RejectsLengthsOutsideThePayload) {
@@ -225,8 +225,7 @@ TEST(ChunkData, AbsentChunksRaiseNoDataNamingTheChunk) {
         FAIL() << "no exception";
     } catch (const Exception& e) {
         EXPECT_EQ(e.GetError(), ORVANE_ERR_NO_DATA);
-        EXPECT_NE(std::string(e.GetErrorMessage()).find("ChunkExposureTime"), std::string::npos)
-            << e.GetErrorMessage();
+        EXPECT_NE(std::string(e.GetErrorMessage()).find("ChunkExposureTime"), std::string::npos) << e.GetErrorMessage();
     }
     try {
         data.GetTransferQueueCurrentBlockCount();
@@ -255,7 +254,7 @@ TEST(FrameQueue, IsADoubleEndedRing) {
     q.PushBack(b);
     EXPECT_EQ(q.PopFront(), a);
     q.PushBack(c);
-    q.PushBack(a);  // wraps
+    q.PushBack(a); // wraps
     EXPECT_EQ(q.Size(), 3u);
     EXPECT_EQ(q.PopBack(), a);
     EXPECT_EQ(q.PopFront(), b);
@@ -277,7 +276,7 @@ TEST(ImageLeasePool, ReusesBlocksOnceWarm) {
     }
     EXPECT_EQ(pool->BlocksAllocated(), 5u);
     ImagePtr survivor = pool->NewImage();
-    pool.reset();  // the image keeps its pool
+    pool.reset(); // the image keeps its pool
     EXPECT_EQ(survivor->GetData(), nullptr);
 }
 

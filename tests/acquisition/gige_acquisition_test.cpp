@@ -98,9 +98,7 @@ protected:
         fake = -1;
     }
 
-    int64_t StreamInt(const char* name) {
-        return CIntegerPtr(camera->GetTLStreamNodeMap().GetNode(name))->GetValue();
-    }
+    int64_t StreamInt(const char* name) { return CIntegerPtr(camera->GetTLStreamNodeMap().GetNode(name))->GetValue(); }
 
     pid_t fake = -1;
     SystemPtr system;
@@ -132,7 +130,7 @@ TEST_F(GigEStream, HundredFramesArriveCompleteWithConsecutiveIds) {
     EXPECT_GE(StreamInt("StreamReceivedFrameCount"), 100);
     EXPECT_EQ(StreamInt("StreamIncompleteFrameCount"), 0);
     EXPECT_EQ(StreamInt("StreamLostFrameCount"), 0);
-    EXPECT_GE(StreamInt("StreamReceivedPacketCount"), 100 * 9);  // 12288 bytes: 9 data packets and more
+    EXPECT_GE(StreamInt("StreamReceivedPacketCount"), 100 * 9); // 12288 bytes: 9 data packets and more
     EXPECT_EQ(StreamInt("StreamMissedPacketCount"), 0);
     camera->EndAcquisition();
     EXPECT_EQ(CIntegerPtr(camera->GetNodeMap().GetNode("TLParamsLocked"))->GetValue(), 0);
@@ -156,7 +154,8 @@ TEST_F(GigEStream, LostPacketsGiveIncompleteFramesWithTheirStatus) {
             ++complete;
         } else {
             EXPECT_TRUE(image->IsIncomplete());
-            EXPECT_TRUE(image->GetStatus() == IMAGE_STATUS_MISSING_PACKETS || image->GetStatus() == IMAGE_STATUS_TIMEOUT)
+            EXPECT_TRUE(image->GetStatus() == IMAGE_STATUS_MISSING_PACKETS ||
+                        image->GetStatus() == IMAGE_STATUS_TIMEOUT)
                 << image->GetStatus();
             // The format is known even when the leader was lost.
             EXPECT_EQ(image->GetWidth(), 128u);

@@ -14,11 +14,11 @@ TEST_F(VirtualStream, ActionSignalsTriggerFramesFromTheirSource) {
     SetEnum("TriggerMode", "On");
     SetEnum("TriggerSource", "Action0");
     internal::Acquisition& acquisition = internal::Acquisition::Of(camera->Core().Control());
-    acquisition.Signal(0x70);  // before streaming: nothing
+    acquisition.Signal(0x70); // before streaming: nothing
     camera->BeginAcquisition();
     EXPECT_EQ(CodeOf([&] { camera->GetNextImage(200); }), ORVANE_ERR_TIMEOUT);
-    acquisition.Signal(0x71);  // Action1: not this trigger's source
-    acquisition.Signal(0x01);  // Software: neither
+    acquisition.Signal(0x71); // Action1: not this trigger's source
+    acquisition.Signal(0x01); // Software: neither
     EXPECT_EQ(CodeOf([&] { camera->GetNextImage(200); }), ORVANE_ERR_TIMEOUT);
     acquisition.Signal(0x70);
     acquisition.Signal(0x70);

@@ -48,7 +48,7 @@ TEST_F(VirtualStream, TwentyThousandFramesWithoutMemoryGrowth) {
     SetInt("Width", 64);
     SetInt("Height", 16);
     SetBool("AcquisitionFrameRateEnable", false);
-    SetFloat("ExposureTime", 10.0);  // 1000 frames a second, the camera's fastest
+    SetFloat("ExposureTime", 10.0); // 1000 frames a second, the camera's fastest
     SetBool("ChunkModeActive", true);
     SetEnum("ChunkSelector", "FrameID");
     SetBool("ChunkEnable", true);
@@ -73,10 +73,11 @@ TEST_F(VirtualStream, TwentyThousandFramesWithoutMemoryGrowth) {
     const long endResident = ResidentKiB();
     const uint64_t allocations = g_allocations.load() - warmAllocations;
     camera->EndAcquisition();
-    std::printf("resident memory after %d frames: %ld KiB, after %d: %ld KiB; C++ allocations in between: %llu "
-                "(%.4f a frame)\n",
-                warmUp, warmResident, total, endResident, static_cast<unsigned long long>(allocations),
-                double(allocations) / (total - warmUp));
+    std::printf(
+        "resident memory after %d frames: %ld KiB, after %d: %ld KiB; C++ allocations in between: %llu "
+        "(%.4f a frame)\n",
+        warmUp, warmResident, total, endResident, static_cast<unsigned long long>(allocations),
+        double(allocations) / (total - warmUp));
     EXPECT_LT(endResident - warmResident, 2048) << "resident memory grew";
     // Chunk decoding (one frame in 1000) may allocate; frames themselves do not.
     EXPECT_LE(allocations, uint64_t((total - warmUp) / 1000 * 4));

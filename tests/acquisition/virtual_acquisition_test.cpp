@@ -154,7 +154,7 @@ TEST_F(VirtualStream, FrameRateFollowsAcquisitionFrameRateOrTheExposureTime) {
     camera->EndAcquisition();
     const double period = double(last - first) / 10;
     EXPECT_GE(period, 0.95 * 3e6);
-    EXPECT_LT(period, 4.9e6);  // not held back by the 5 ms of the disabled frame rate
+    EXPECT_LT(period, 4.9e6); // not held back by the 5 ms of the disabled frame rate
     SetBool("AcquisitionFrameRateEnable", true);
     EXPECT_NEAR(CFloatPtr(Map().GetNode("AcquisitionFrameRate"))->GetValue(), 200.0, 1e-9);
 }
@@ -188,7 +188,7 @@ TEST_F(VirtualStream, SoftwareTriggerGivesExactlyOneFramePerTrigger) {
     SetEnum("TriggerSelector", "FrameStart");
     SetEnum("TriggerMode", "On");
     SetEnum("TriggerSource", "Software");
-    Execute("TriggerSoftware");  // before streaming: nothing
+    Execute("TriggerSoftware"); // before streaming: nothing
     EXPECT_TRUE(CCommandPtr(Map().GetNode("TriggerSoftware"))->IsDone());
     camera->BeginAcquisition();
     EXPECT_EQ(CodeOf([&] { camera->GetNextImage(300); }), ORVANE_ERR_TIMEOUT);
@@ -233,7 +233,7 @@ TEST_F(VirtualStream, AcquisitionStartTriggerAndFrameBursts) {
 }
 
 TEST_F(VirtualStream, TimeoutsReturnWithinTheirTime) {
-    SetEnum("TriggerMode", "On");  // FrameStart, Software: no frames without triggers
+    SetEnum("TriggerMode", "On"); // FrameStart, Software: no frames without triggers
     camera->BeginAcquisition();
     for (uint64_t timeout : {0, 20, 100, 400}) {
         const Clock::time_point start = Clock::now();
@@ -268,10 +268,10 @@ TEST_F(VirtualStream, AcquisitionStopAbortAndStartThroughTheNodeMap) {
     EXPECT_EQ(code, ORVANE_ERR_TIMEOUT);
     uint32_t reg = 1;
     camera->ReadPort(0x124, &reg, 4);
-    EXPECT_EQ(reg, 0u);  // AcquisitionStart register cleared
+    EXPECT_EQ(reg, 0u); // AcquisitionStart register cleared
     Execute("AcquisitionStart");
     EXPECT_TRUE(CCommandPtr(Map().GetNode("AcquisitionStart"))->IsDone());
-    EXPECT_EQ(camera->GetNextImage(5000)->GetFrameID(), 1u);  // counting again
+    EXPECT_EQ(camera->GetNextImage(5000)->GetFrameID(), 1u); // counting again
     Execute("AcquisitionAbort");
     code = 0;
     for (int i = 0; i < 10 && code == 0; ++i) code = CodeOf([&] { camera->GetNextImage(200); });
@@ -337,7 +337,7 @@ TEST_F(VirtualStream, SlowConsumerWithNewestOnlyAlwaysGetsARecentFrame) {
     for (int i = 0; i < 5; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         ImagePtr image = camera->GetNextImage(5000);
-        EXPECT_GT(image->GetFrameID(), last + 5);  // tens of frames made meanwhile
+        EXPECT_GT(image->GetFrameID(), last + 5); // tens of frames made meanwhile
         last = image->GetFrameID();
     }
     EXPECT_GT(StreamInt("StreamDroppedFrameCount"), 20);
@@ -353,11 +353,11 @@ TEST_F(VirtualStream, ImagesHeldPastEndAcquisitionStayValid) {
     camera->EndAcquisition();
     camera->DeInit();
     for (const ImagePtr& image : held)
-        EXPECT_EQ(Bytes(image), reference::Image(*fmt, reference::GreyDiagonalRampMoving, 64, 16, 0, 0,
-                                                 image->GetFrameID()));
-    held[0]->Release();  // harmless after the end
+        EXPECT_EQ(Bytes(image),
+                  reference::Image(*fmt, reference::GreyDiagonalRampMoving, 64, 16, 0, 0, image->GetFrameID()));
+    held[0]->Release(); // harmless after the end
     EXPECT_EQ(held[0]->GetData(), nullptr);
-    held.clear();  // the others hand their buffers back as they die
+    held.clear(); // the others hand their buffers back as they die
 }
 
 TEST_F(VirtualStream, ImagesDroppedWithoutReleaseReturnTheirBuffers) {
@@ -543,8 +543,10 @@ void ExpectSameChunks(const ImagePtr& a, const ImagePtr& b) {
     for (int i = 0; i < ChunkData::IntegerItemCount; ++i) {
         const ChunkData::IntegerItem item = static_cast<ChunkData::IntegerItem>(i);
         ASSERT_EQ(y.IsPresent(item), x.IsPresent(item)) << ChunkData::GetName(item);
-        if (x.IsPresent(item)) EXPECT_EQ(y.GetIntegerValue(item), x.GetIntegerValue(item)) << ChunkData::GetName(item);
-        else EXPECT_EQ(CodeOf([&] { y.GetIntegerValue(item); }), ORVANE_ERR_NO_DATA) << ChunkData::GetName(item);
+        if (x.IsPresent(item))
+            EXPECT_EQ(y.GetIntegerValue(item), x.GetIntegerValue(item)) << ChunkData::GetName(item);
+        else
+            EXPECT_EQ(CodeOf([&] { y.GetIntegerValue(item); }), ORVANE_ERR_NO_DATA) << ChunkData::GetName(item);
     }
     for (int i = 0; i < ChunkData::FloatItemCount; ++i) {
         const ChunkData::FloatItem item = static_cast<ChunkData::FloatItem>(i);
@@ -606,7 +608,7 @@ TEST_F(ChunkStream, ListsSavedAfterDeInitKeepTheValuesDecodedBefore) {
     ImageList list;
     list.PushBack(decoded);
     list.PushBack(undecoded);
-    list.Save(ListFile().c_str());  // the undecoded image's chunks cannot be decoded any more
+    list.Save(ListFile().c_str()); // the undecoded image's chunks cannot be decoded any more
     const ImageList loaded = ImageList::Load(listFile.c_str());
     ASSERT_EQ(loaded.GetSize(), 2u);
     ExpectSameChunks(decoded, loaded.GetByIndex(0));

@@ -8,12 +8,12 @@
 
 static int failures = 0;
 
-#define CHECK(cond)                                                                 \
-    do {                                                                            \
-        if (!(cond)) {                                                              \
+#define CHECK(cond)                                                                  \
+    do {                                                                             \
+        if (!(cond)) {                                                               \
             fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
-            ++failures;                                                             \
-        }                                                                           \
+            ++failures;                                                              \
+        }                                                                            \
     } while (0)
 
 #define CHECK_OK(call) CHECK((call) == ORVANE_ERR_SUCCESS)
@@ -211,8 +211,11 @@ static void caseAcquisition(void) {
 static const struct {
     const char* name;
     void (*run)(void);
-} kCases[] = {{"system", caseSystem}, {"errors", caseErrors}, {"cameras", caseCameras}, {"nodes", caseNodes},
-               {"acquisition", caseAcquisition}};
+} kCases[] = {{"system", caseSystem},
+              {"errors", caseErrors},
+              {"cameras", caseCameras},
+              {"nodes", caseNodes},
+              {"acquisition", caseAcquisition}};
 
 int main(int argc, char** argv) {
     size_t i;

@@ -3,8 +3,8 @@
 // values by name with the silent refusal of unknown names.
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -14,7 +14,7 @@
 namespace {
 
 int untouchedTarget;
-orvImage const kUntouched = &untouchedTarget;  // an out-pointer value no call may write
+orvImage const kUntouched = &untouchedTarget; // an out-pointer value no call may write
 
 class AcquisitionTest : public CapiTest {
 protected:
@@ -51,10 +51,16 @@ protected:
         EXPECT_EQ(orvNodeMapGetNode(map, name, &node), ORVANE_ERR_SUCCESS) << name;
         return node;
     }
-    void SetInt(const char* name, int64_t v) { ASSERT_EQ(orvIntegerSetValue(Node(name), v), ORVANE_ERR_SUCCESS) << name; }
-    void SetFloat(const char* name, double v) { ASSERT_EQ(orvFloatSetValue(Node(name), v), ORVANE_ERR_SUCCESS) << name; }
+    void SetInt(const char* name, int64_t v) {
+        ASSERT_EQ(orvIntegerSetValue(Node(name), v), ORVANE_ERR_SUCCESS) << name;
+    }
+    void SetFloat(const char* name, double v) {
+        ASSERT_EQ(orvFloatSetValue(Node(name), v), ORVANE_ERR_SUCCESS) << name;
+    }
     void SetBool(const char* name, bool v) { ASSERT_EQ(orvBooleanSetValue(Node(name), v), ORVANE_ERR_SUCCESS) << name; }
-    void SetText(const char* name, const char* v) { ASSERT_EQ(orvNodeFromString(Node(name), v), ORVANE_ERR_SUCCESS) << name; }
+    void SetText(const char* name, const char* v) {
+        ASSERT_EQ(orvNodeFromString(Node(name), v), ORVANE_ERR_SUCCESS) << name;
+    }
     void Execute(const char* name) { ASSERT_EQ(orvCommandExecute(Node(name)), ORVANE_ERR_SUCCESS) << name; }
 
     void EnableChunks(const std::vector<const char*>& selectors) {
@@ -67,7 +73,8 @@ protected:
 
     orvImage Next(uint64_t timeout = 5000) {
         orvImage image = nullptr;
-        EXPECT_EQ(orvCameraGetNextImageEx(camera, timeout, &image), ORVANE_ERR_SUCCESS) << LastText(orvErrorGetLastMessage);
+        EXPECT_EQ(orvCameraGetNextImageEx(camera, timeout, &image), ORVANE_ERR_SUCCESS)
+            << LastText(orvErrorGetLastMessage);
         return image;
     }
     template <class T>
@@ -189,7 +196,7 @@ TEST_F(AcquisitionTest, ImagesHeldPastTheEndOfTheAcquisitionStayReadable) {
     const uint8_t* bytes = static_cast<const uint8_t*>(data);
     unsigned sum = 0;
     for (size_t i = 0; i < 64 * 16; ++i) sum += bytes[i];
-    EXPECT_GT(sum, 0u);  // the test pattern, still in place
+    EXPECT_GT(sum, 0u); // the test pattern, still in place
     EXPECT_EQ(orvImageRelease(image), ORVANE_ERR_SUCCESS);
 }
 
@@ -258,7 +265,7 @@ TEST_F(AcquisitionTest, ImageListsOfStreamedImages) {
     EXPECT_EQ(orvImageListGetSize(mono8, &size), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(size, 2u);
 
-    std::vector<orvImage> taken;  // list element handles (generic kind), freed below
+    std::vector<orvImage> taken; // list element handles (generic kind), freed below
     auto take = [&](orvImage image) {
         taken.push_back(image);
         return image;
@@ -330,8 +337,8 @@ TEST_F(AcquisitionTest, ChunkValuesByName) {
     SetFloat("ExposureTime", 250.0);
     SetFloat("Gain", 3.5);
     SetFloat("BlackLevel", 2.5);
-    EnableChunks({"FrameID", "Timestamp", "Width", "Height", "OffsetX", "OffsetY", "ExposureTime", "Gain",
-                  "BlackLevel", "PixelFormat", "CRC", "LinePitch", "PixelDynamicRangeMin", "PixelDynamicRangeMax"});
+    EnableChunks({"FrameID", "Timestamp", "Width", "Height", "OffsetX", "OffsetY", "ExposureTime", "Gain", "BlackLevel",
+                  "PixelFormat", "CRC", "LinePitch", "PixelDynamicRangeMin", "PixelDynamicRangeMax"});
     ASSERT_EQ(orvCameraBeginAcquisition(camera), ORVANE_ERR_SUCCESS);
     for (int i = 0; i < 3; ++i) {
         orvImage image = Next();
@@ -366,7 +373,7 @@ TEST_F(AcquisitionTest, ChunkNameRules) {
     EXPECT_EQ(v, 42);
 
     // Unknown names: -1009 with the record left cleared and nothing logged.
-    EXPECT_EQ(orvCameraGetNextImageEx(camera, 0, nullptr), ORVANE_ERR_INVALID_PARAMETER);  // record set
+    EXPECT_EQ(orvCameraGetNextImageEx(camera, 0, nullptr), ORVANE_ERR_INVALID_PARAMETER); // record set
     log.Clear();
     EXPECT_EQ(orvImageChunkDataGetIntValue(image, "chunkframeid", &v), ORVANE_ERR_INVALID_PARAMETER);
     EXPECT_EQ(LastCode(), ORVANE_ERR_SUCCESS);
@@ -397,7 +404,7 @@ TEST_F(AcquisitionTest, ChunkNameRules) {
     // Checks: image null, name null, value null, then the type (either kind).
     EXPECT_EQ(orvImageChunkDataGetIntValue(nullptr, nullptr, nullptr), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(orvImageChunkDataGetIntValue(image, nullptr, &v), ORVANE_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(LastCode(), ORVANE_ERR_INVALID_PARAMETER);  // the normal failure path
+    EXPECT_EQ(LastCode(), ORVANE_ERR_INVALID_PARAMETER); // the normal failure path
     EXPECT_EQ(orvImageChunkDataGetFloatValue(image, nullptr, &d), ORVANE_ERR_INVALID_PARAMETER);
     EXPECT_EQ(LastCode(), ORVANE_ERR_INVALID_PARAMETER);
     EXPECT_EQ(orvImageChunkDataGetIntValue(camera, "ChunkFrameID", nullptr), ORVANE_ERR_INVALID_PARAMETER);
@@ -422,16 +429,37 @@ TEST_F(AcquisitionTest, EveryListedNameReachesItsGetter) {
     ASSERT_EQ(orvCameraBeginAcquisition(camera), ORVANE_ERR_SUCCESS);
     orvImage image = Next();
     ASSERT_NE(image, nullptr);
-    const char* integers[] = {"ChunkFrameID", "ChunkOffsetX", "ChunkOffsetY", "ChunkWidth", "ChunkHeight",
-                              "ChunkCounterValue", "ChunkLinePitch", "ChunkLineStatusAll",
-                              "ChunkPixelDynamicRangeMax", "ChunkPixelDynamicRangeMin", "ChunkSequencerSetActive",
-                              "ChunkStreamChannelID", "ChunkTimestamp", "ChunkTimestampLatchValue",
-                              "ChunkTransferBlockID", "ChunkTransferQueueCurrentBlockCount", "ChunkPartSelector",
-                              "ChunkScanLineSelector", "ChunkEncoderValue"};
-    const char* floats[] = {"ChunkExposureTime", "ChunkCompressionRatio", "ChunkGain", "ChunkBlackLevel",
-                            "ChunkTimerValue", "ChunkScan3dCoordinateScale", "ChunkScan3dCoordinateOffset",
-                            "ChunkScan3dCoordinateReferenceValue", "ChunkScan3dInvalidDataValue",
-                            "ChunkScan3dAxisMin", "ChunkScan3dAxisMax", "ChunkScan3dTransformValue"};
+    const char* integers[] = {"ChunkFrameID",
+                              "ChunkOffsetX",
+                              "ChunkOffsetY",
+                              "ChunkWidth",
+                              "ChunkHeight",
+                              "ChunkCounterValue",
+                              "ChunkLinePitch",
+                              "ChunkLineStatusAll",
+                              "ChunkPixelDynamicRangeMax",
+                              "ChunkPixelDynamicRangeMin",
+                              "ChunkSequencerSetActive",
+                              "ChunkStreamChannelID",
+                              "ChunkTimestamp",
+                              "ChunkTimestampLatchValue",
+                              "ChunkTransferBlockID",
+                              "ChunkTransferQueueCurrentBlockCount",
+                              "ChunkPartSelector",
+                              "ChunkScanLineSelector",
+                              "ChunkEncoderValue"};
+    const char* floats[] = {"ChunkExposureTime",
+                            "ChunkCompressionRatio",
+                            "ChunkGain",
+                            "ChunkBlackLevel",
+                            "ChunkTimerValue",
+                            "ChunkScan3dCoordinateScale",
+                            "ChunkScan3dCoordinateOffset",
+                            "ChunkScan3dCoordinateReferenceValue",
+                            "ChunkScan3dInvalidDataValue",
+                            "ChunkScan3dAxisMin",
+                            "ChunkScan3dAxisMax",
+                            "ChunkScan3dTransformValue"};
     const std::string tail = " chunk (chunk mode off, the chunk not enabled, or the camera does not have it)";
     int64_t v = 0;
     double d = 0;

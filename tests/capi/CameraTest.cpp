@@ -152,7 +152,8 @@ TEST_F(CameraTest, PortAccessReachesTheWidthRegister) {
     int64_t value = 0;
     ASSERT_EQ(orvIntegerGetValue(width, &value), ORVANE_ERR_SUCCESS);
     const uint32_t big = (uint32_t(bytes[0]) << 24) | (uint32_t(bytes[1]) << 16) | (uint32_t(bytes[2]) << 8) | bytes[3];
-    const uint32_t little = (uint32_t(bytes[3]) << 24) | (uint32_t(bytes[2]) << 16) | (uint32_t(bytes[1]) << 8) | bytes[0];
+    const uint32_t little =
+        (uint32_t(bytes[3]) << 24) | (uint32_t(bytes[2]) << 16) | (uint32_t(bytes[1]) << 8) | bytes[0];
     EXPECT_TRUE(value == big || value == little) << value;
     // A write through the port is seen by the node map at once.
     int64_t inc = 0;

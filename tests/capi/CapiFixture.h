@@ -78,14 +78,14 @@ protected:
         Orvane::System::GetInstance()->UnregisterLoggingEventHandler(log);
     }
 
-    static std::string Trace(const std::string& file, int line, const std::string& function,
-                             const std::string& message, int code) {
+    static std::string Trace(const std::string& file, int line, const std::string& function, const std::string& message,
+                             int code) {
         return "Orv Trace: " + file + ", line " + std::to_string(line) + ", " + function + ": Message = " + message +
                " Code = " + std::to_string(code);
     }
     static std::string WrongHandle(const std::string& expected, const std::string& received) {
-        return "Orvane Exception: Incorrect handle exception thrown. Expected: " + expected + "; Received: " + received +
-               ".";
+        return "Orvane Exception: Incorrect handle exception thrown. Expected: " + expected +
+               "; Received: " + received + ".";
     }
 
     LogCapture log;

@@ -38,7 +38,8 @@ TEST_F(FrameTest, NullParameterFillsEveryField) {
     EXPECT_EQ(LastText(orvErrorGetLastBuildDate), reference.GetBuildDate());
     EXPECT_EQ(LastText(orvErrorGetLastBuildTime), reference.GetBuildTime());
     EXPECT_FALSE(LastText(orvErrorGetLastBuildDate).empty());
-    EXPECT_TRUE(log.Contains("Orv Trace: ./OrvaneUtilsC, line 129, CheckNullParam: Message = Parameter is NULL Code = -1009"));
+    EXPECT_TRUE(
+        log.Contains("Orv Trace: ./OrvaneUtilsC, line 129, CheckNullParam: Message = Parameter is NULL Code = -1009"));
 }
 
 TEST_F(FrameTest, NullHandleComesBeforeNullOutPointer) {
@@ -107,7 +108,7 @@ TEST_F(FrameTest, NodeFailuresStayInTheirOwnModule) {
 
 TEST_F(FrameTest, LineNumberIsWrittenAsSixtyFourBits) {
     EXPECT_EQ(orvSystemGetInstance(nullptr), ORVANE_ERR_INVALID_PARAMETER);
-    int64_t line = -1;  // every bit set
+    int64_t line = -1; // every bit set
     EXPECT_EQ(orvErrorGetLastLineNumber(&line), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(line, 129);
 }

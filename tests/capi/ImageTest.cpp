@@ -31,7 +31,7 @@ TEST_F(ImageTest, CreatedImageOwnsAZeroedBuffer) {
     EXPECT_EQ(Get(orvImageGetOffsetY, image), 1u);
     EXPECT_EQ(Get(orvImageGetBitsPerPixel, image), 12u);
     EXPECT_EQ(Get(orvImageGetSize, image), 23u);  // 15 pixels of 12 bits, rounded up
-    EXPECT_EQ(Get(orvImageGetStride, image), 8u);  // 60 bits a line, rounded up
+    EXPECT_EQ(Get(orvImageGetStride, image), 8u); // 60 bits a line, rounded up
     EXPECT_EQ(Get(orvImageGetBufferSize, image), 23u);
     EXPECT_EQ(Get(orvImageGetPixelFormat, image), Orvane::PixelFormat_Mono12p);
     EXPECT_EQ(Get(orvImageGetTLPixelFormat, image), 0x010C0047u);
@@ -81,8 +81,8 @@ TEST_F(ImageTest, ImageOverCallerDataBorrowsIt) {
 TEST_F(ImageTest, CreateEx2TakesPayloadTypeAndSize) {
     std::vector<uint8_t> buffer(4 * 2 + 8, 7);
     orvImage image = nullptr;
-    ASSERT_EQ(orvImageCreateEx2(&image, 4, 2, 0, 0, Orvane::PixelFormat_Mono8, buffer.data(), ORV_PAYLOAD_TYPE_CHUNK_DATA,
-                                buffer.size()),
+    ASSERT_EQ(orvImageCreateEx2(&image, 4, 2, 0, 0, Orvane::PixelFormat_Mono8, buffer.data(),
+                                ORV_PAYLOAD_TYPE_CHUNK_DATA, buffer.size()),
               ORVANE_ERR_SUCCESS);
     EXPECT_EQ(Get(orvImageGetBufferSize, image), 16u);
     EXPECT_EQ(Get(orvImageGetSize, image), 8u);
@@ -91,10 +91,12 @@ TEST_F(ImageTest, CreateEx2TakesPayloadTypeAndSize) {
     EXPECT_EQ(orvImageDestroy(image), ORVANE_ERR_SUCCESS);
     // Too little data for the image.
     image = reinterpret_cast<orvImage>(0x1);
-    EXPECT_EQ(orvImageCreateEx2(&image, 4, 4, 0, 0, Orvane::PixelFormat_Mono8, buffer.data(), ORV_PAYLOAD_TYPE_IMAGE, 15),
-              ORVANE_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(
+        orvImageCreateEx2(&image, 4, 4, 0, 0, Orvane::PixelFormat_Mono8, buffer.data(), ORV_PAYLOAD_TYPE_IMAGE, 15),
+        ORVANE_ERR_INVALID_ARGUMENT);
     EXPECT_EQ(image, reinterpret_cast<orvImage>(0x1));
-    EXPECT_EQ(LastText(orvErrorGetLastMessage), "the data holds 15 bytes, fewer than the 16 bytes of a 4 x 4 Mono8 image");
+    EXPECT_EQ(LastText(orvErrorGetLastMessage),
+              "the data holds 15 bytes, fewer than the 16 bytes of a 4 x 4 Mono8 image");
 }
 
 TEST_F(ImageTest, BadFormatsAndSizesAreRefused) {
@@ -219,9 +221,9 @@ TEST_F(ImageTest, ImageListFilesRoundTrip) {
     orvImageList list = nullptr;
     ASSERT_EQ(orvImageListCreateEmpty(&list), ORVANE_ERR_SUCCESS);
     Orvane::ImageList* sdk = static_cast<Orvane::ImageList*>(static_cast<orvObject*>(list)->target);
-    std::vector<uint8_t> mono = {1, 2, 3, 4, 5, 6, 7, 8, 0xC0, 0xFF, 0xEE, 0x01};  // 8 pixels + 4 chunk bytes
-    sdk->PushBack(Orvane::Image::Create(4, 2, 3, 5, Orvane::PixelFormat_Mono8, mono.data(), Orvane::PayloadType_ChunkData,
-                                        mono.size()));
+    std::vector<uint8_t> mono = {1, 2, 3, 4, 5, 6, 7, 8, 0xC0, 0xFF, 0xEE, 0x01}; // 8 pixels + 4 chunk bytes
+    sdk->PushBack(Orvane::Image::Create(4, 2, 3, 5, Orvane::PixelFormat_Mono8, mono.data(),
+                                        Orvane::PayloadType_ChunkData, mono.size()));
     sdk->PushBack(Orvane::Image::Create(3, 1, 0, 0, Orvane::PixelFormat_RGB8));
     ASSERT_EQ(orvImageListSave(list, file.c_str()), ORVANE_ERR_SUCCESS);
     orvImageList loaded = nullptr;

@@ -11,18 +11,43 @@
 namespace {
 
 TEST(Internals, HandleTexts) {
-    const std::map<int, std::string> expected = {
-        {1, "Nodemap handle"}, {2, "Node handle"}, {3, "String node handle"}, {4, "Integer node handle"},
-        {5, "Float node handle"}, {6, "Boolean node handle"}, {7, "Enumeration node handle"},
-        {8, "Enumeration entry node handle"}, {9, "Command node handle"}, {10, "Register node handle"},
-        {11, "Category node handle"}, {12, "Unavailable node"}, {13, "System handle"}, {14, "Interface list handle"},
-        {15, "Interface handle"}, {16, "Camera list handle"}, {17, "Camera handle"}, {18, "Unknown handle"},
-        {19, "Image handle"}, {20, "Image retrieved from camera"}, {21, "User-created image"}, {22, "Unknown handle"},
-        {23, "Image statistics handle"}, {24, "Device event handle"}, {25, "Image event handle"},
-        {26, "Unknown handle"}, {27, "Arrival event handle"}, {28, "Removal event handle"},
-        {29, "Interface event handle"}, {30, "Logging event handle"}, {31, "Callback handle"},
-        {32, "Logging event data handle"}, {33, "Device event data handle"}, {34, "AVI recorder handle"},
-        {0, "Unknown handle"}, {35, "Unknown handle"}, {-1, "Unknown handle"}};
+    const std::map<int, std::string> expected = {{1, "Nodemap handle"},
+                                                 {2, "Node handle"},
+                                                 {3, "String node handle"},
+                                                 {4, "Integer node handle"},
+                                                 {5, "Float node handle"},
+                                                 {6, "Boolean node handle"},
+                                                 {7, "Enumeration node handle"},
+                                                 {8, "Enumeration entry node handle"},
+                                                 {9, "Command node handle"},
+                                                 {10, "Register node handle"},
+                                                 {11, "Category node handle"},
+                                                 {12, "Unavailable node"},
+                                                 {13, "System handle"},
+                                                 {14, "Interface list handle"},
+                                                 {15, "Interface handle"},
+                                                 {16, "Camera list handle"},
+                                                 {17, "Camera handle"},
+                                                 {18, "Unknown handle"},
+                                                 {19, "Image handle"},
+                                                 {20, "Image retrieved from camera"},
+                                                 {21, "User-created image"},
+                                                 {22, "Unknown handle"},
+                                                 {23, "Image statistics handle"},
+                                                 {24, "Device event handle"},
+                                                 {25, "Image event handle"},
+                                                 {26, "Unknown handle"},
+                                                 {27, "Arrival event handle"},
+                                                 {28, "Removal event handle"},
+                                                 {29, "Interface event handle"},
+                                                 {30, "Logging event handle"},
+                                                 {31, "Callback handle"},
+                                                 {32, "Logging event data handle"},
+                                                 {33, "Device event data handle"},
+                                                 {34, "AVI recorder handle"},
+                                                 {0, "Unknown handle"},
+                                                 {35, "Unknown handle"},
+                                                 {-1, "Unknown handle"}};
     for (const auto& e : expected) EXPECT_EQ(handleToString(static_cast<orvHandleType>(e.first)), e.second) << e.first;
 }
 
@@ -41,24 +66,29 @@ TEST(Internals, TypeCheckRules) {
         EXPECT_EQ(Check(false, ORV_HANDLE_IMAGE, t, r), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(Check(false, ORV_HANDLE_IMAGE, ORV_HANDLE_CAMERA, r), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(r.line, 333);
-    EXPECT_EQ(r.message, "Orvane Exception: Incorrect handle exception thrown. Expected: Image handle; Received: Camera handle.");
+    EXPECT_EQ(r.message,
+              "Orvane Exception: Incorrect handle exception thrown. Expected: Image handle; Received: Camera handle.");
     EXPECT_EQ(Check(false, ORV_HANDLE_IMAGE_FROM_CAMERA, ORV_HANDLE_IMAGE_USER_CREATED, r), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(r.line, 343);
-    EXPECT_EQ(r.message, "Orvane Exception: Incorrect handle exception thrown. Expected: Image retrieved from camera; "
-                         "Received: User-created image.");
+    EXPECT_EQ(r.message,
+              "Orvane Exception: Incorrect handle exception thrown. Expected: Image retrieved from camera; "
+              "Received: User-created image.");
     // Nodes: only the node module's copy accepts every node kind as generic.
     for (int t = 2; t <= 12; ++t)
         EXPECT_EQ(Check(true, ORV_HANDLE_NODE, static_cast<orvHandleType>(t), r), ORVANE_ERR_SUCCESS) << t;
     EXPECT_EQ(Check(true, ORV_HANDLE_NODE, ORV_HANDLE_NODEMAP, r), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(r.line, 323);
-    EXPECT_EQ(r.message, "Orvane Exception: Incorrect handle exception thrown. Expected: Node handle; Received: Nodemap handle.");
+    EXPECT_EQ(r.message,
+              "Orvane Exception: Incorrect handle exception thrown. Expected: Node handle; Received: Nodemap handle.");
     EXPECT_EQ(Check(true, ORV_HANDLE_NODE, ORV_HANDLE_CALLBACK, r), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(Check(false, ORV_HANDLE_NODE, ORV_HANDLE_INTEGER_NODE, r), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(r.line, 343);
     EXPECT_EQ(Check(false, ORV_HANDLE_NODE, ORV_HANDLE_NODE, r), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(Check(true, ORV_HANDLE_INTEGER_NODE, ORV_HANDLE_FLOAT_NODE, r), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(Check(false, ORV_HANDLE_CAMERA, ORV_HANDLE_IMAGE_LIST, r), ORVANE_ERR_INVALID_HANDLE);
-    EXPECT_EQ(r.message, "Orvane Exception: Incorrect handle exception thrown. Expected: Camera handle; Received: Unknown handle.");
+    EXPECT_EQ(
+        r.message,
+        "Orvane Exception: Incorrect handle exception thrown. Expected: Camera handle; Received: Unknown handle.");
 }
 
 orvError Set(const std::string& text, char* buffer, size_t* length, ErrorRecord& record) {

@@ -79,7 +79,7 @@ TEST_F(NodeTest, ByIndexAndByNameMeet) {
 
 TEST_F(NodeTest, ReleasingAHandleNotInTheCacheFreesIt) {
     orvObject* stray = new orvObject(ORV_HANDLE_STRING_NODE);
-    EXPECT_EQ(orvNodeMapReleaseNode(map, stray), ORVANE_ERR_SUCCESS);  // LeakSanitizer: freed
+    EXPECT_EQ(orvNodeMapReleaseNode(map, stray), ORVANE_ERR_SUCCESS); // LeakSanitizer: freed
     EXPECT_EQ(orvNodeMapReleaseNode(map, nullptr), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(orvNodeMapReleaseNode(map, map), ORVANE_ERR_INVALID_HANDLE);
 }
@@ -90,7 +90,8 @@ TEST_F(NodeTest, CheckOrder) {
     EXPECT_EQ(orvNodeMapGetNode(system, "TLID", nullptr), ORVANE_ERR_INVALID_PARAMETER);
     EXPECT_EQ(orvNodeMapGetNode(system, nullptr, &node), ORVANE_ERR_INVALID_PARAMETER);
     EXPECT_EQ(orvNodeMapGetNode(system, "TLID", &node), ORVANE_ERR_INVALID_HANDLE);
-    EXPECT_TRUE(log.Contains(Trace("./OrvaneUtilsC", 343, "checkObjectType", WrongHandle("Nodemap handle", "System handle"), -1006)));
+    EXPECT_TRUE(log.Contains(
+        Trace("./OrvaneUtilsC", 343, "checkObjectType", WrongHandle("Nodemap handle", "System handle"), -1006)));
     EXPECT_EQ(orvNodeMapGetNode(nullptr, nullptr, nullptr), ORVANE_ERR_INVALID_HANDLE);
 }
 
@@ -103,12 +104,13 @@ TEST_F(NodeTest, GenericNodeAcceptsEveryNodeKind) {
     EXPECT_STREQ(name, "EnumEntry_TLType_GigEVision");
     // A node of no kind but the generic one is refused where a node is wanted.
     EXPECT_EQ(orvNodeGetName(map, name, &length), ORVANE_ERR_INVALID_HANDLE);
-    std::string trace = Trace("./OrvaneUtilsC", 323, "checkObjectType", WrongHandle("Node handle", "Nodemap handle"), -1006);
+    std::string trace =
+        Trace("./OrvaneUtilsC", 323, "checkObjectType", WrongHandle("Node handle", "Nodemap handle"), -1006);
     EXPECT_TRUE(log.Contains(trace));
 }
 
 TEST_F(NodeTest, UnavailableNodeHandles) {
-    orvObject unavailable(ORV_HANDLE_UNAVAILABLE_NODE);  // a handle without a node
+    orvObject unavailable(ORV_HANDLE_UNAVAILABLE_NODE); // a handle without a node
     bool8_t b = 7;
     EXPECT_EQ(orvNodeIsAvailable(&unavailable, &b), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(b, 0);
@@ -130,7 +132,8 @@ TEST_F(NodeTest, UnavailableNodeHandles) {
 
 TEST_F(NodeTest, AccessTestsAndKinds) {
     bool8_t b = 0;
-    orvNodeHandle count = Node("VirtualCameraCount"), vendor = Node("TLVendorName"), update = Node("InterfaceUpdateList");
+    orvNodeHandle count = Node("VirtualCameraCount"), vendor = Node("TLVendorName"),
+                  update = Node("InterfaceUpdateList");
     EXPECT_EQ(orvNodeIsWritable(count, &b), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(b, 1);
     EXPECT_EQ(orvNodeIsWritable(vendor, &b), ORVANE_ERR_SUCCESS);
@@ -206,7 +209,7 @@ TEST_F(NodeTest, TypedValues) {
     EXPECT_EQ(v, 65);
     v = -7;
     EXPECT_EQ(orvIntegerGetValueEx(count, 1, &v), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
-    EXPECT_EQ(v, -7);  // a failed getter leaves the variable alone
+    EXPECT_EQ(v, -7); // a failed getter leaves the variable alone
     EXPECT_EQ(orvIntegerSetValue(count, 2), ORVANE_ERR_SUCCESS);
     // Kinds do not convert into each other.
     EXPECT_EQ(orvFloatSetValue(count, 1.0), ORVANE_ERR_INVALID_HANDLE);
@@ -262,8 +265,8 @@ TEST_F(NodeTest, TextConversion) {
 
 TEST_F(NodeTest, IsEqualComparesNodesNotHandles) {
     orvNodeHandle root = Node("Root"), info = nullptr, fromCategory = nullptr;
-    ASSERT_EQ(orvCategoryGetFeatureByIndex(root, 0, &info), ORVANE_ERR_SUCCESS);  // SystemInformation
-    ASSERT_EQ(orvCategoryGetFeatureByIndex(info, 0, &fromCategory), ORVANE_ERR_SUCCESS);  // TLID
+    ASSERT_EQ(orvCategoryGetFeatureByIndex(root, 0, &info), ORVANE_ERR_SUCCESS);         // SystemInformation
+    ASSERT_EQ(orvCategoryGetFeatureByIndex(info, 0, &fromCategory), ORVANE_ERR_SUCCESS); // TLID
     orvNodeHandle fromMap = Node("TLID");
     EXPECT_NE(fromCategory, fromMap);
     bool8_t equal = 0;
@@ -310,7 +313,7 @@ TEST_F(NodeTest, EnumerationEntries) {
     // Releases: the enumeration takes entries only; a category any node.
     EXPECT_EQ(orvEnumerationReleaseNode(type, Node("TLID")), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(orvEnumerationReleaseNode(type, byIndex), ORVANE_ERR_SUCCESS);
-    EXPECT_EQ(orvEnumerationSetIntValue(type, 3), ORVANE_ERR_GENICAM_ACCESS);  // read-only
+    EXPECT_EQ(orvEnumerationSetIntValue(type, 3), ORVANE_ERR_GENICAM_ACCESS); // read-only
     EXPECT_EQ(orvEnumerationSetIntValue(Node("TLID"), 3), ORVANE_ERR_INVALID_HANDLE);
 }
 
@@ -325,7 +328,7 @@ TEST_F(NodeTest, Categories) {
     ASSERT_EQ(orvCategoryGetFeatureByIndex(info, 0, &tlid), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(static_cast<orvObject*>(tlid)->tag, ORV_HANDLE_STRING_NODE);
     EXPECT_EQ(orvCategoryGetFeatureByIndex(root, 3, &info), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
-    EXPECT_EQ(orvCategoryReleaseNode(tlid, info), ORVANE_ERR_INVALID_HANDLE);  // not a category
+    EXPECT_EQ(orvCategoryReleaseNode(tlid, info), ORVANE_ERR_INVALID_HANDLE); // not a category
     EXPECT_EQ(orvCategoryReleaseNode(info, tlid), ORVANE_ERR_SUCCESS);
 }
 
@@ -345,8 +348,8 @@ TEST_F(NodeTest, Callbacks) {
     orvNodeHandle count = Node("VirtualCameraCount");
     orvNodeCallbackHandle a = nullptr, b = nullptr;
     EXPECT_EQ(orvNodeRegisterCallback(count, nullptr, nullptr), ORVANE_ERR_INVALID_PARAMETER);
-    EXPECT_TRUE(log.Contains(Trace("OrvaneGenApiC", 371, "orvNodeRegisterCallback",
-                                   "orvNodeCallbackFunction parameter is NULL", -1009)));
+    EXPECT_TRUE(log.Contains(
+        Trace("OrvaneGenApiC", 371, "orvNodeRegisterCallback", "orvNodeCallbackFunction parameter is NULL", -1009)));
     EXPECT_EQ(orvNodeRegisterCallback(count, OnChange, nullptr), ORVANE_ERR_INVALID_PARAMETER);
     g_registered = count;
     g_calls = 0;

@@ -109,7 +109,7 @@ TEST_F(ProcessingTest, ConvertIntoAUserImage) {
     EXPECT_EQ(format, Orvane::PixelFormat_RGB8);
     void* data = nullptr;
     EXPECT_EQ(orvImageGetData(out, &data), ORVANE_ERR_SUCCESS);
-    EXPECT_EQ(static_cast<uint8_t*>(data)[3 * 5 + 1], pixels[5]);  // grey to RGB copies the value
+    EXPECT_EQ(static_cast<uint8_t*>(data)[3 * 5 + 1], pixels[5]); // grey to RGB copies the value
     // A camera's image is a fine source and a refused destination.
     orvObject* camera = CameraImage();
     EXPECT_EQ(orvImageProcessorConvert(p, camera, out, Orvane::PixelFormat_BGR8), ORVANE_ERR_SUCCESS);
@@ -122,7 +122,7 @@ TEST_F(ProcessingTest, ConvertIntoAUserImage) {
     // Gamma.
     EXPECT_EQ(orvImageProcessorApplyGamma(p, image, out, 2.2f, 1), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(orvImageGetData(out, &data), ORVANE_ERR_SUCCESS);
-    EXPECT_GT(static_cast<uint8_t*>(data)[4], pixels[4]);  // encoding brightens mid-tones
+    EXPECT_GT(static_cast<uint8_t*>(data)[4], pixels[4]); // encoding brightens mid-tones
     EXPECT_EQ(orvImageProcessorApplyGamma(p, image, nullptr, 2.2f, 1), ORVANE_ERR_INVALID_PARAMETER);
     // A list of two images becomes one stacked image.
     orvImageList list = nullptr;

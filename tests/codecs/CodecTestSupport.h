@@ -112,10 +112,11 @@ inline TestImage MakeImage(size_t width, size_t height, Orvane::codecs::ChannelO
         for (size_t x = 0; x < width; ++x) {
             for (size_t c = 0; c < channels; ++c) {
                 const double phase = 0.9 * static_cast<double>(c);
-                double v = 0.5 + 0.3 * std::sin(0.05 * static_cast<double>(x) + phase) *
-                                     std::cos(0.037 * static_cast<double>(y) - phase) +
+                double v = 0.5 +
+                           0.3 * std::sin(0.05 * static_cast<double>(x) + phase) *
+                               std::cos(0.037 * static_cast<double>(y) - phase) +
                            0.15 * std::sin(0.011 * static_cast<double>(x + 2 * y) + 3 * phase);
-                if (c == 3) v = static_cast<double>((x * 7 + y * 3) % 256) / 255.0;  // alpha: a ramp
+                if (c == 3) v = static_cast<double>((x * 7 + y * 3) % 256) / 255.0; // alpha: a ramp
                 const unsigned sample = static_cast<unsigned>(std::lround(std::min(1.0, std::max(0.0, v)) * maxValue));
                 uint8_t* p = t.bytes.data() + y * stride + (x * channels + c) * bps;
                 if (bps == 1) {

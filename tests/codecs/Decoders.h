@@ -92,8 +92,8 @@ inline std::vector<uint8_t> PngIdat(const std::vector<uint8_t>& file) {
     std::vector<uint8_t> idat;
     size_t p = 8;
     while (p + 12 <= file.size()) {
-        const uint32_t len = (uint32_t(file[p]) << 24) | (uint32_t(file[p + 1]) << 16) | (uint32_t(file[p + 2]) << 8) |
-                             file[p + 3];
+        const uint32_t len =
+            (uint32_t(file[p]) << 24) | (uint32_t(file[p + 1]) << 16) | (uint32_t(file[p + 2]) << 8) | file[p + 3];
         if (std::memcmp(&file[p + 4], "IDAT", 4) == 0) idat.insert(idat.end(), &file[p + 8], &file[p + 8 + len]);
         p += 12 + len;
     }
@@ -305,7 +305,7 @@ inline Decoded ReadNetpbm(const std::string& path, NetpbmInfo* info = nullptr) {
     const size_t n = w * h * d.channels;
     d.samples.resize(n);
     if (magic == "P5" || magic == "P6") {
-        ++p;  // the single whitespace after maxval
+        ++p; // the single whitespace after maxval
         const size_t bps = maxValue > 255 ? 2 : 1;
         if (file.size() != p + n * bps) {
             d.error = "wrong binary size";
@@ -376,7 +376,7 @@ inline Decoded ReadBmp(const std::string& path, BmpInfo* info = nullptr) {
             uint32_t* out = &d.samples[(y * w + x) * d.channels];
             if (bytesPerPixel == 1) {
                 const size_t palette = 14 + bi.headerSize;
-                out[0] = f[palette + 4 * r[x]];  // blue of the palette entry (gray: all equal)
+                out[0] = f[palette + 4 * r[x]]; // blue of the palette entry (gray: all equal)
             } else {
                 out[0] = r[x * bytesPerPixel + 2];
                 out[1] = r[x * bytesPerPixel + 1];

@@ -75,7 +75,8 @@ TEST(WriterFailures, MissingDirectory) {
         const std::string path = dir.File(std::string("missing/") + w.name);
         const Outcome o = Capture([&] { w.write(path, img.buffer); });
         EXPECT_EQ(o.code, ORVANE_ERR_IO);
-        const std::string context = Contains(w.name, ".lst") ? "Cannot save image list file '" : "Cannot save image file '";
+        const std::string context =
+            Contains(w.name, ".lst") ? "Cannot save image list file '" : "Cannot save image file '";
         EXPECT_EQ(o.message, context + path + "': cannot create a file in directory '" + dir.File("missing") +
                                  "': No such file or directory");
         EXPECT_EQ(dir.List(), std::vector<std::string>());
@@ -93,8 +94,8 @@ TEST(WriterFailures, ReadOnlyDirectory) {
         const std::string path = ro + "/" + w.name;
         const Outcome o = CaptureUnprivileged([&] { w.write(path, img.buffer); });
         EXPECT_EQ(o.code, ORVANE_ERR_IO);
-        EXPECT_TRUE(Contains(o.message, "'" + path + "': cannot create a file in directory '" + ro +
-                                            "': Permission denied"))
+        EXPECT_TRUE(
+            Contains(o.message, "'" + path + "': cannot create a file in directory '" + ro + "': Permission denied"))
             << o.message;
         EXPECT_EQ(TempDir::List(ro), std::vector<std::string>());
     }
@@ -223,7 +224,8 @@ TEST(WriterFailures, InvalidOptionsRaiseInvalidArgumentAndWriteNothing) {
         {[&] { WriteTIFF(f, rgb.buffer, tiffP); }, p + "unknown TIFF predictor 2"},
         {[&] { WriteTIFF(f, rgb.buffer, tiffQ); }, p + "TIFF JPEG quality 0 is outside 1..100"},
         {[&] { WriteTIFF(f, rgb.buffer, tiffD); }, p + "TIFF Deflate level 0 is outside 1..9"},
-        {[&] { WriteTIFF(f, rgb.buffer, tiffR); }, p + "TIFF JPEG compression needs a multiple of 8 rows per strip, not 12"},
+        {[&] { WriteTIFF(f, rgb.buffer, tiffR); },
+         p + "TIFF JPEG compression needs a multiple of 8 rows per strip, not 12"},
         {[&] { WriteJPEG2000(f, rgb.buffer, j2kRatio); },
          p + "JPEG 2000 compression ratio 0.500000 is not a number of at least 1"},
         {[&] { WriteJPEG2000(f, rgb.buffer, j2kNan); },

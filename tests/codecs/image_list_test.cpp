@@ -9,8 +9,8 @@
 #include <limits>
 
 #include "CodecTestSupport.h"
-#include "codecs/ImageListFile.h"
 #include "FloatBits.h"
+#include "codecs/ImageListFile.h"
 
 using namespace Orvane;
 using namespace Orvane::codecs;
@@ -105,7 +105,9 @@ void ExpectSameWithoutChunks(const ImageRecord& a, const ImageRecord& b) {
 uint32_t Le32(const std::vector<uint8_t>& b, size_t p) {
     return uint32_t(b[p]) | (uint32_t(b[p + 1]) << 8) | (uint32_t(b[p + 2]) << 16) | (uint32_t(b[p + 3]) << 24);
 }
-uint64_t Le64(const std::vector<uint8_t>& b, size_t p) { return uint64_t(Le32(b, p)) | (uint64_t(Le32(b, p + 4)) << 32); }
+uint64_t Le64(const std::vector<uint8_t>& b, size_t p) {
+    return uint64_t(Le32(b, p)) | (uint64_t(Le32(b, p + 4)) << 32);
+}
 void PutLe32(std::vector<uint8_t>& b, size_t p, uint32_t v) {
     for (int i = 0; i < 4; ++i) b[p + static_cast<size_t>(i)] = static_cast<uint8_t>(v >> (8 * i));
 }
@@ -194,10 +196,11 @@ TEST_F(ImageList, SaveAndLoadKeepEveryFieldAndByte) {
         extreme.paddingY = extreme.stride = extreme.frameId = extreme.timestamp = extreme.chunkLayoutId = UINT64_MAX;
     extreme.chunks.integerPresent = 0x7FFFFu;
     extreme.chunks.floatPresent = 0xFFFu;
-    const int64_t integers[kChunkIntegerCount] = {INT64_MIN, INT64_MAX, -1, 0, 1, INT64_MIN + 1, 0x0123456789ABCDEF,
-                                                  -0x0123456789ABCDEF, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-    const double floats[kChunkFloatCount] = {DoubleOf(0x7FF4000000000123ull),  // a signalling NaN with a payload
-                                             DoubleOf(0xFFF8000000000001ull),  // a negative quiet NaN
+    const int64_t integers[kChunkIntegerCount] = {
+        INT64_MIN, INT64_MAX, -1, 0,  1, INT64_MIN + 1, 0x0123456789ABCDEF, -0x0123456789ABCDEF, 2, 3, 4, 5, 6, 7,
+        8,         9,         10, 11, 12};
+    const double floats[kChunkFloatCount] = {DoubleOf(0x7FF4000000000123ull), // a signalling NaN with a payload
+                                             DoubleOf(0xFFF8000000000001ull), // a negative quiet NaN
                                              -0.0,
                                              std::numeric_limits<double>::infinity(),
                                              -std::numeric_limits<double>::infinity(),
@@ -214,9 +217,9 @@ TEST_F(ImageList, SaveAndLoadKeepEveryFieldAndByte) {
     extreme.chunks.crc = 0xFFFFFFFFu;
     ImageRecord zeroCrc = MakeRecord(1, 4, 0);
     zeroCrc.chunks = ChunkValues();
-    zeroCrc.chunks.crcPresent = true;  // a CRC chunk whose value is 0 stays present
+    zeroCrc.chunks.crcPresent = true; // a CRC chunk whose value is 0 stays present
     zeroCrc.chunks.crc = 0;
-    zeroCrc.chunks.integerPresent = 1;  // a present item whose value is 0 stays present
+    zeroCrc.chunks.integerPresent = 1; // a present item whose value is 0 stays present
     zeroCrc.chunks.integers[0] = 0;
     SaveImageList(dir.File("x.oil"), std::vector<ImageRecord>{extreme, zeroCrc});
     const std::vector<ImageRecord> x = LoadImageList(dir.File("x.oil"));
@@ -231,10 +234,10 @@ TEST_F(ImageList, AbsentChunkItemsAreSavedAsZeroAndLoadAsZero) {
     ImageRecord r = MakeRecord(0, 4, 2);
     r.chunks.integerPresent = 1u << 3;
     r.chunks.floatPresent = 1u << 11;
-    for (size_t i = 0; i < kChunkIntegerCount; ++i) r.chunks.integers[i] = -99;  // stale values of absent items
+    for (size_t i = 0; i < kChunkIntegerCount; ++i) r.chunks.integers[i] = -99; // stale values of absent items
     for (size_t i = 0; i < kChunkFloatCount; ++i) r.chunks.floats[i] = 99.5;
     r.chunks.crcPresent = false;
-    r.chunks.crc = 0x12345678u;  // ignored without the CRC chunk
+    r.chunks.crc = 0x12345678u; // ignored without the CRC chunk
     SaveImageList(dir.File("a.oil"), std::vector<ImageRecord>{r});
     const std::vector<uint8_t> f = ReadBytes(dir.File("a.oil"));
     const size_t h = 32;
@@ -242,8 +245,7 @@ TEST_F(ImageList, AbsentChunkItemsAreSavedAsZeroAndLoadAsZero) {
     EXPECT_EQ(Le32(f, h + 180), 0u);
     for (size_t i = 0; i < kChunkIntegerCount; ++i)
         EXPECT_EQ(Le64(f, h + 184 + 8 * i), i == 3 ? uint64_t(-99) : 0u) << i;
-    for (size_t i = 0; i < kChunkFloatCount; ++i)
-        EXPECT_EQ(Le64(f, h + 336 + 8 * i), i == 11 ? BitsOf(99.5) : 0u) << i;
+    for (size_t i = 0; i < kChunkFloatCount; ++i) EXPECT_EQ(Le64(f, h + 336 + 8 * i), i == 11 ? BitsOf(99.5) : 0u) << i;
     const std::vector<ImageRecord> loaded = LoadImageList(dir.File("a.oil"));
     ASSERT_EQ(loaded.size(), 1u);
     ChunkValues expected;
@@ -314,16 +316,16 @@ TEST_F(ImageList, DocumentedByteLayout) {
     ASSERT_EQ(f.size(), 32u + 432u + 3u + 2u + 4u);
     const uint8_t magic[8] = {0x89, 'O', 'I', 'L', '\r', '\n', 0x1A, '\n'};
     EXPECT_EQ(std::memcmp(f.data(), magic, 8), 0);
-    EXPECT_EQ(Le32(f, 8), 2u);    // version
-    EXPECT_EQ(Le32(f, 12), 32u);  // header size
-    EXPECT_EQ(Le32(f, 16), 1u);   // image count
-    EXPECT_EQ(Le32(f, 20), 0u);   // flags
-    EXPECT_EQ(Le32(f, 24), 0u);   // reserved
+    EXPECT_EQ(Le32(f, 8), 2u);   // version
+    EXPECT_EQ(Le32(f, 12), 32u); // header size
+    EXPECT_EQ(Le32(f, 16), 1u);  // image count
+    EXPECT_EQ(Le32(f, 20), 0u);  // flags
+    EXPECT_EQ(Le32(f, 24), 0u);  // reserved
     EXPECT_EQ(Le32(f, 28), CrcOf(f, 0, 28));
     const size_t h = 32;
     EXPECT_EQ(std::memcmp(f.data() + h, "OREC", 4), 0);
     EXPECT_EQ(Le32(f, h + 4), 432u);
-    EXPECT_EQ(Le32(f, h + 8), 0u);  // index
+    EXPECT_EQ(Le32(f, h + 8), 0u); // index
     EXPECT_EQ(Le32(f, h + 12), r.pixelFormat);
     EXPECT_EQ(Le64(f, h + 16), r.pfnc);
     EXPECT_EQ(Le32(f, h + 24), r.pixelFormatNamespace);
@@ -348,7 +350,7 @@ TEST_F(ImageList, DocumentedByteLayout) {
     EXPECT_EQ(Le64(f, h + 160), 2u);
     EXPECT_EQ(Le32(f, h + 168), r.chunks.integerPresent);
     EXPECT_EQ(Le32(f, h + 172), r.chunks.floatPresent);
-    EXPECT_EQ(Le32(f, h + 176), 1u);  // chunk flags: CRC chunk present
+    EXPECT_EQ(Le32(f, h + 176), 1u); // chunk flags: CRC chunk present
     EXPECT_EQ(Le32(f, h + 180), r.chunks.crc);
     for (size_t i = 0; i < kChunkIntegerCount; ++i) {
         const bool present = r.chunks.integerPresent >> i & 1u;
@@ -461,7 +463,7 @@ TEST_F(ImageList, ExactMessages) {
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA), p + "the header's checksum does not match");
 
     bad = good;
-    bad[32 + 432 + 2] ^= 0x40;  // a data byte of image 0
+    bad[32 + 432 + 2] ^= 0x40; // a data byte of image 0
     WriteBytes(path, bad);
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA), p + "image 0 of 2: checksum does not match");
 
@@ -499,8 +501,8 @@ TEST_F(ImageList, ExactMessages) {
     WriteBytes(path, bad);
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA), p + "image 0 of 2 carries the index 1");
 
-    WriteBytes(path, {'G', 'I', 'F', '8', '9', 'a', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                      0, 0, 0, 0, 0, 0, 0, 0, 0});
+    WriteBytes(path, {'G', 'I', 'F', '8', '9', 'a', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                      0,   0,   0,   0,   0,   0,   0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA), p + "not an Orvane image list file (wrong signature)");
     WriteBytes(path, {'h', 'i'});
     EXPECT_EQ(Expect(path, ORVANE_ERR_CORRUPT_DATA), p + "not an Orvane image list file (2 bytes)");
@@ -541,8 +543,7 @@ TEST_F(ImageList, MalformedChunkValuesAreCorruptData) {
     EXPECT_EQ(sealed(r0 + 336 + 8 * 2 + 4, r0, end0, 0x80000000u),
               p + "image 0 of 2 has a value for the absent float chunk item 2");
     // Clearing a present bit leaves a value behind.
-    EXPECT_EQ(sealed(r0 + 168, r0, end0, 0x5A5A4u),
-              p + "image 0 of 2 has a value for the absent integer chunk item 0");
+    EXPECT_EQ(sealed(r0 + 168, r0, end0, 0x5A5A4u), p + "image 0 of 2 has a value for the absent integer chunk item 0");
 }
 
 TEST_F(ImageList, OtherVersionsAreNotSupported) {
@@ -588,8 +589,8 @@ TEST_F(ImageList, UnreadableFilesAreIoErrors) {
     ASSERT_EQ(chmod(dir.File("p.oil").c_str(), 0), 0);
     const Outcome o = CaptureUnprivileged([&] { LoadImageList(dir.File("p.oil")); });
     EXPECT_EQ(o.code, ORVANE_ERR_IO);
-    EXPECT_EQ(o.message, "Cannot load image list file '" + dir.File("p.oil") +
-                             "': cannot open the file: Permission denied");
+    EXPECT_EQ(o.message,
+              "Cannot load image list file '" + dir.File("p.oil") + "': cannot open the file: Permission denied");
 }
 
 TEST_F(ImageList, SaveReplacesAtomically) {

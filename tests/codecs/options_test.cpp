@@ -14,13 +14,13 @@ extern "C" void orvTestCOptionDefaults(unsigned char out[7][72]);
 
 using namespace Orvane;
 
-#define ORV_SAME_LAYOUT(C, S)                                                       \
-    static_assert(sizeof(C) == 72, #C " is 72 bytes");                              \
-    static_assert(sizeof(S) == 72, #S " is 72 bytes");                              \
-    static_assert(std::is_standard_layout<C>::value, #C " is standard-layout");     \
-    static_assert(std::is_standard_layout<S>::value, #S " is standard-layout");     \
+#define ORV_SAME_LAYOUT(C, S)                                                   \
+    static_assert(sizeof(C) == 72, #C " is 72 bytes");                          \
+    static_assert(sizeof(S) == 72, #S " is 72 bytes");                          \
+    static_assert(std::is_standard_layout<C>::value, #C " is standard-layout"); \
+    static_assert(std::is_standard_layout<S>::value, #S " is standard-layout"); \
     static_assert(std::is_trivially_copyable<S>::value, #S " copies byte for byte")
-#define ORV_SAME_FIELD(C, S, f)                                                      \
+#define ORV_SAME_FIELD(C, S, f)                                                              \
     static_assert(offsetof(C, f) == offsetof(S, f), #f " has one offset in " #C " and " #S); \
     static_assert(sizeof(C::f) == sizeof(S::f), #f " has one size in " #C " and " #S)
 
@@ -74,8 +74,9 @@ static_assert(static_cast<uint32_t>(ORV_FILE_FORMAT_FROM_EXT) == 0xFFFFFFFFu, "f
 static_assert(static_cast<uint32_t>(FileFormat_FromExt) == 0xFFFFFFFFu, "from-extension is all ones");
 static_assert(int(ORV_FILE_FORMAT_PGM) == FileFormat_PGM && int(ORV_FILE_FORMAT_PPM) == FileFormat_PPM &&
                   int(ORV_FILE_FORMAT_BMP) == FileFormat_BMP && int(ORV_FILE_FORMAT_JPEG) == FileFormat_JPEG &&
-                  int(ORV_FILE_FORMAT_JPEG2000) == FileFormat_JPEG2000 && int(ORV_FILE_FORMAT_TIFF) == FileFormat_TIFF &&
-                  int(ORV_FILE_FORMAT_PNG) == FileFormat_PNG && int(ORV_FILE_FORMAT_RAW) == FileFormat_RAW,
+                  int(ORV_FILE_FORMAT_JPEG2000) == FileFormat_JPEG2000 &&
+                  int(ORV_FILE_FORMAT_TIFF) == FileFormat_TIFF && int(ORV_FILE_FORMAT_PNG) == FileFormat_PNG &&
+                  int(ORV_FILE_FORMAT_RAW) == FileFormat_RAW,
               "file formats");
 static_assert(int(ORV_PNG_FILTER_ADAPTIVE) == PNGFilter_Adaptive && int(ORV_PNG_FILTER_NONE) == PNGFilter_None &&
                   int(ORV_PNG_FILTER_SUB) == PNGFilter_Sub && int(ORV_PNG_FILTER_UP) == PNGFilter_Up &&
@@ -100,20 +101,42 @@ static_assert(int(ORV_JPEG_SUBSAMPLING_444) == JPEGSubsampling_444 &&
 namespace {
 
 std::vector<size_t> SdkLayout() {
-    return {sizeof(PNGOption), offsetof(PNGOption, interlaced), offsetof(PNGOption, reserved0),
-            offsetof(PNGOption, compressionLevel), offsetof(PNGOption, filter), offsetof(PNGOption, reserved),
-            sizeof(PPMOption), offsetof(PPMOption, binaryFile), offsetof(PPMOption, reserved),
-            sizeof(PGMOption), offsetof(PGMOption, binaryFile), offsetof(PGMOption, reserved),
-            sizeof(TIFFOption), offsetof(TIFFOption, compression), offsetof(TIFFOption, predictor),
-            offsetof(TIFFOption, jpegQuality), offsetof(TIFFOption, deflateLevel), offsetof(TIFFOption, rowsPerStrip),
+    return {sizeof(PNGOption),
+            offsetof(PNGOption, interlaced),
+            offsetof(PNGOption, reserved0),
+            offsetof(PNGOption, compressionLevel),
+            offsetof(PNGOption, filter),
+            offsetof(PNGOption, reserved),
+            sizeof(PPMOption),
+            offsetof(PPMOption, binaryFile),
+            offsetof(PPMOption, reserved),
+            sizeof(PGMOption),
+            offsetof(PGMOption, binaryFile),
+            offsetof(PGMOption, reserved),
+            sizeof(TIFFOption),
+            offsetof(TIFFOption, compression),
+            offsetof(TIFFOption, predictor),
+            offsetof(TIFFOption, jpegQuality),
+            offsetof(TIFFOption, deflateLevel),
+            offsetof(TIFFOption, rowsPerStrip),
             offsetof(TIFFOption, reserved),
-            sizeof(JPEGOption), offsetof(JPEGOption, quality), offsetof(JPEGOption, progressive),
-            offsetof(JPEGOption, reserved0), offsetof(JPEGOption, chromaSubsampling), offsetof(JPEGOption, reserved),
-            sizeof(JPEG2000Option), offsetof(JPEG2000Option, lossless), offsetof(JPEG2000Option, codestream),
-            offsetof(JPEG2000Option, reserved0), offsetof(JPEG2000Option, compressionRatio),
-            offsetof(JPEG2000Option, targetPSNR), offsetof(JPEG2000Option, numResolutions),
+            sizeof(JPEGOption),
+            offsetof(JPEGOption, quality),
+            offsetof(JPEGOption, progressive),
+            offsetof(JPEGOption, reserved0),
+            offsetof(JPEGOption, chromaSubsampling),
+            offsetof(JPEGOption, reserved),
+            sizeof(JPEG2000Option),
+            offsetof(JPEG2000Option, lossless),
+            offsetof(JPEG2000Option, codestream),
+            offsetof(JPEG2000Option, reserved0),
+            offsetof(JPEG2000Option, compressionRatio),
+            offsetof(JPEG2000Option, targetPSNR),
+            offsetof(JPEG2000Option, numResolutions),
             offsetof(JPEG2000Option, reserved),
-            sizeof(BMPOption), offsetof(BMPOption, topDown), offsetof(BMPOption, keepAlpha),
+            sizeof(BMPOption),
+            offsetof(BMPOption, topDown),
+            offsetof(BMPOption, keepAlpha),
             offsetof(BMPOption, reserved),
             static_cast<size_t>(FileFormat_FromExt)};
 }
@@ -175,15 +198,17 @@ TEST(ImageFileOptions, DocumentedDefaults) {
     EXPECT_EQ(bmp.topDown, 0);
     EXPECT_EQ(bmp.keepAlpha, 1);
     // Reserved bytes are zero.
-    for (unsigned char b : std::vector<unsigned char>(png.reserved, png.reserved + sizeof png.reserved)) EXPECT_EQ(b, 0);
-    for (unsigned char b : std::vector<unsigned char>(jp2.reserved, jp2.reserved + sizeof jp2.reserved)) EXPECT_EQ(b, 0);
+    for (unsigned char b : std::vector<unsigned char>(png.reserved, png.reserved + sizeof png.reserved))
+        EXPECT_EQ(b, 0);
+    for (unsigned char b : std::vector<unsigned char>(jp2.reserved, jp2.reserved + sizeof jp2.reserved))
+        EXPECT_EQ(b, 0);
 }
 
 TEST(ImageFileOptions, CRecordCopiedByteForByteMeansTheSame) {
     orvJPEGOption c;
     orvJPEGOptionInit(&c);
     c.quality = 42;
-    c.progressive = 7;  // any non-zero byte is true
+    c.progressive = 7; // any non-zero byte is true
     c.chromaSubsampling = ORV_JPEG_SUBSAMPLING_444;
     JPEGOption s;
     std::memcpy(static_cast<void*>(&s), &c, sizeof c);

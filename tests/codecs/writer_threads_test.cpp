@@ -41,5 +41,5 @@ TEST(WriterThreads, ConcurrentWritersShareNoState) {
         });
     for (std::thread& t : threads) t.join();
     EXPECT_EQ(failures, std::vector<int>(4, 0));
-    EXPECT_EQ(dir.List().size(), 24u);  // no temporaries left
+    EXPECT_EQ(dir.List().size(), 24u); // no temporaries left
 }

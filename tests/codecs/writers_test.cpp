@@ -18,9 +18,7 @@ const ChannelOrder kOrders[] = {ChannelOrder::Gray, ChannelOrder::RGB, ChannelOr
                                 ChannelOrder::BGRA};
 const int kDepths[] = {8, 16};
 
-std::string Kind(ChannelOrder order, int depth) {
-    return std::to_string(depth) + "-bit " + ChannelOrderName(order);
-}
+std::string Kind(ChannelOrder order, int depth) { return std::to_string(depth) + "-bit " + ChannelOrderName(order); }
 
 struct Writers : ::testing::Test {
     TempDir dir;
@@ -75,7 +73,7 @@ TEST_F(Writers, PngCompressionLevelOption) {
         EXPECT_TRUE(SamePixels(ReadPng(path), img.buffer, 3));
         sizes.push_back(ReadBytes(path).size());
     }
-    EXPECT_GT(sizes.front(), img.buffer.RowBytes() * img.buffer.height);  // level 0 stores
+    EXPECT_GT(sizes.front(), img.buffer.RowBytes() * img.buffer.height); // level 0 stores
     EXPECT_LT(sizes.back(), sizes.front() / 2);
 }
 
@@ -83,7 +81,7 @@ TEST_F(Writers, PngFilterOption) {
     TestImage img = MakeImage(64, 16, ChannelOrder::Gray, 8);
     const struct {
         uint32_t filter;
-        int rowFilter;  // -1: libpng chooses per row
+        int rowFilter; // -1: libpng chooses per row
     } cases[] = {{PNGFilter_None, 0},    {PNGFilter_Sub, 1},   {PNGFilter_Up, 2},
                  {PNGFilter_Average, 3}, {PNGFilter_Paeth, 4}, {PNGFilter_Adaptive, -1}};
     for (const auto& c : cases) {
@@ -272,7 +270,7 @@ TEST_F(Writers, TiffPredictorOption) {
         WriteTIFF(dir.File("x.tif"), img.buffer, o);
         const std::vector<uint16_t> tags = TiffTags(ReadBytes(dir.File("x.tif")));
         EXPECT_EQ(std::count(tags.begin(), tags.end(), 317), 0);
-        EXPECT_EQ(std::count(tags.begin(), tags.end(), 259), 1);  // Compression is there
+        EXPECT_EQ(std::count(tags.begin(), tags.end(), 259), 1); // Compression is there
         EXPECT_TRUE(SamePixels(ReadTiff(dir.File("x.tif")), img.buffer, 3));
     }
     const std::vector<uint16_t> tags = TiffTags(ReadBytes(dir.File("h.tif")));
@@ -300,11 +298,11 @@ TEST_F(Writers, TiffRowsPerStripOption) {
     EXPECT_TRUE(SamePixels(ReadTiff(dir.File("s.tif"), &info), img.buffer, 1));
     EXPECT_EQ(info.rowsPerStrip, 10u);
     EXPECT_EQ(info.strips, 5u);
-    o.rowsPerStrip = 0;  // about 8 KiB: the whole 2250-byte image in one strip
+    o.rowsPerStrip = 0; // about 8 KiB: the whole 2250-byte image in one strip
     WriteTIFF(dir.File("d.tif"), img.buffer, o);
     ReadTiff(dir.File("d.tif"), &info);
     EXPECT_EQ(info.strips, 1u);
-    o.rowsPerStrip = 1000;  // more than the image: one strip
+    o.rowsPerStrip = 1000; // more than the image: one strip
     WriteTIFF(dir.File("m.tif"), img.buffer, o);
     ReadTiff(dir.File("m.tif"), &info);
     EXPECT_EQ(info.rowsPerStrip, 45u);
@@ -339,13 +337,13 @@ TEST_F(Writers, Jpeg2000LosslessAndRatioOptions) {
     WriteJPEG2000(dir.File("r40.jp2"), img.buffer, o);
     const size_t s10 = ReadBytes(dir.File("r10.jp2")).size();
     const size_t s40 = ReadBytes(dir.File("r40.jp2")).size();
-    EXPECT_LE(s10, raw / 10 + 400);  // the codestream meets the ratio; boxes add a few hundred bytes
+    EXPECT_LE(s10, raw / 10 + 400); // the codestream meets the ratio; boxes add a few hundred bytes
     EXPECT_LE(s40, raw / 40 + 400);
     EXPECT_LT(s40, s10);
     const double p10 = PsnrOf(ReadJ2k(dir.File("r10.jp2")), img.buffer, 3);
     const double p40 = PsnrOf(ReadJ2k(dir.File("r40.jp2")), img.buffer, 3);
     EXPECT_GT(p10, p40);
-    EXPECT_LT(p10, 1e9);  // lossy: not exact
+    EXPECT_LT(p10, 1e9); // lossy: not exact
     EXPECT_GE(p10, 30.0);
 }
 
@@ -379,9 +377,9 @@ TEST_F(Writers, Jpeg2000CodestreamOption) {
     ASSERT_GE(jp2.size(), 12u);
     EXPECT_EQ(std::memcmp(jp2.data(), signatureBox, 12), 0);
     ASSERT_GE(j2k.size(), 4u);
-    EXPECT_EQ(j2k[0], 0xFF);  // SOC
+    EXPECT_EQ(j2k[0], 0xFF); // SOC
     EXPECT_EQ(j2k[1], 0x4F);
-    EXPECT_EQ(j2k[2], 0xFF);  // SIZ
+    EXPECT_EQ(j2k[2], 0xFF); // SIZ
     EXPECT_EQ(j2k[3], 0x51);
     EXPECT_TRUE(SamePixels(ReadJ2k(dir.File("a.j2k")), img.buffer, 3));
 }
@@ -419,9 +417,9 @@ TEST_F(Writers, BmpKnownByteLayoutGray) {
     WriteBMP(dir.File("g.bmp"), b);
     const std::vector<uint8_t> f = ReadBytes(dir.File("g.bmp"));
     ASSERT_EQ(f.size(), 14u + 40u + 1024u + 8u);
-    const uint8_t header[54] = {'B', 'M', 0x3E, 0x04, 0, 0, 0, 0, 0, 0, 0x36, 0x04, 0, 0,  // file header
-                                40, 0, 0, 0, 3, 0, 0, 0, 2, 0, 0, 0, 1, 0, 8, 0, 0, 0, 0, 0, 8, 0, 0, 0,
-                                0x13, 0x0B, 0, 0, 0x13, 0x0B, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0};
+    const uint8_t header[54] = {'B', 'M', 0x3E, 0x04, 0,    0,    0, 0, 0,    0,    0x36, 0x04, 0, 0, // file header
+                                40,  0,   0,    0,    3,    0,    0, 0, 2,    0,    0,    0,    1, 0, 8, 0, 0, 0, 0, 0,
+                                8,   0,   0,    0,    0x13, 0x0B, 0, 0, 0x13, 0x0B, 0,    0,    0, 1, 0, 0, 0, 0, 0, 0};
     EXPECT_EQ(std::vector<uint8_t>(f.begin(), f.begin() + 54), std::vector<uint8_t>(header, header + 54));
     for (int i = 0; i < 256; ++i) {
         EXPECT_EQ(f[54 + 4 * i], i);
@@ -506,7 +504,7 @@ TEST_F(Writers, BmpKeepAlphaOption) {
     EXPECT_TRUE(SamePixels(ReadBmp(dir.File("n.bmp"), &info), img.buffer, 3));
     EXPECT_EQ(info.bitsPerPixel, 24);
     EXPECT_EQ(info.headerSize, 40u);
-    o.keepAlpha = 2;  // any non-zero byte
+    o.keepAlpha = 2; // any non-zero byte
     WriteBMP(dir.File("k.bmp"), img.buffer, o);
     EXPECT_TRUE(SamePixels(ReadBmp(dir.File("k.bmp"), &info), img.buffer, 4));
     EXPECT_EQ(info.bitsPerPixel, 32);
@@ -583,7 +581,7 @@ TEST_F(Writers, NetpbmAsciiLinesStayWithinSeventyCharacters) {
         }
     }
     EXPECT_LE(longest, 70u);
-    EXPECT_GT(lines, 3u + 3u * 4u);  // header lines plus several lines per image row
+    EXPECT_GT(lines, 3u + 3u * 4u); // header lines plus several lines per image row
     EXPECT_EQ(f.back(), '\n');
 }
 
@@ -594,8 +592,7 @@ TEST_F(Writers, RawDropsStridePaddingAndKeepsBytes) {
     WriteRaw(dir.File("a.raw"), img.buffer);
     const std::vector<uint8_t> f = ReadBytes(dir.File("a.raw"));
     ASSERT_EQ(f.size(), 7u * 5u * 8u);
-    for (size_t y = 0; y < 5; ++y)
-        EXPECT_EQ(std::memcmp(f.data() + y * 56, img.buffer.Row(y), 56), 0) << y;
+    for (size_t y = 0; y < 5; ++y) EXPECT_EQ(std::memcmp(f.data() + y * 56, img.buffer.Row(y), 56), 0) << y;
     const uint8_t bytes[5] = {9, 8, 7, 6, 5};
     WriteRawBytes(dir.File("b.raw"), bytes, 5);
     EXPECT_EQ(ReadBytes(dir.File("b.raw")), std::vector<uint8_t>(bytes, bytes + 5));
@@ -617,8 +614,9 @@ TEST_F(Writers, FormatFromFileName) {
     EXPECT_EQ(FormatFromFileName("a.b.raw"), FileFormat_RAW);
     Outcome o = Capture([] { FormatFromFileName("image.gif"); });
     EXPECT_EQ(o.code, ORVANE_ERR_INVALID_ARGUMENT);
-    EXPECT_EQ(o.message, "Cannot save image file 'image.gif': unknown file extension '.gif' (known extensions: .png "
-                         ".jpg .jpeg .tif .tiff .bmp .ppm .pgm .jp2 .j2k .raw)");
+    EXPECT_EQ(o.message,
+              "Cannot save image file 'image.gif': unknown file extension '.gif' (known extensions: .png "
+              ".jpg .jpeg .tif .tiff .bmp .ppm .pgm .jp2 .j2k .raw)");
     o = Capture([] { FormatFromFileName("dir.png/image"); });
     EXPECT_EQ(o.code, ORVANE_ERR_INVALID_ARGUMENT);
     EXPECT_NE(o.message.find("'dir.png/image': the file name has no extension"), std::string::npos) << o.message;
@@ -630,7 +628,7 @@ TEST_F(Writers, WriteImageFileFromExtensionMatchesTheFormatsWriter) {
     const struct {
         const char* name;
         ImageFileFormat format;
-    } cases[] = {{"a.bmp", FileFormat_BMP}, {"a.png", FileFormat_PNG}, {"a.tif", FileFormat_TIFF},
+    } cases[] = {{"a.bmp", FileFormat_BMP},  {"a.png", FileFormat_PNG}, {"a.tif", FileFormat_TIFF},
                  {"a.jpg", FileFormat_JPEG}, {"a.ppm", FileFormat_PPM}, {"a.jp2", FileFormat_JPEG2000},
                  {"a.raw", FileFormat_RAW}};
     for (const auto& c : cases) {

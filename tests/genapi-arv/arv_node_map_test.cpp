@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "Orvane/GenApi/GenApi.h"
-#include "genapi/ArvNodeMap.h"
 #include "SdkError.h"
+#include "genapi/ArvNodeMap.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -48,7 +48,8 @@ protected:
     // Writes device memory behind the node map's back.
     void Poke(uint32_t address, uint32_t value) {
         const uint32_t be = GUINT32_TO_BE(value);
-        ASSERT_TRUE(arv_fake_camera_write_memory(arv_fake_device_get_fake_camera(ARV_FAKE_DEVICE(device)), address, 4, &be));
+        ASSERT_TRUE(
+            arv_fake_camera_write_memory(arv_fake_device_get_fake_camera(ARV_FAKE_DEVICE(device)), address, 4, &be));
     }
 
     ArvDevice* device = nullptr;
@@ -109,7 +110,7 @@ TEST_F(ArvNodeMapTest, DescriptiveDataComesFromTheDocument) {
     EXPECT_FALSE(width->IsDeprecated());
     EXPECT_EQ(width->GetCachingMode(), WriteThrough);
     EXPECT_EQ(Node("VolatileReg")->GetCachingMode(), NoCache);
-    EXPECT_EQ(Node("Volatile")->GetCachingMode(), NoCache);  // inherited from what it reads
+    EXPECT_EQ(Node("Volatile")->GetCachingMode(), NoCache); // inherited from what it reads
     EXPECT_EQ(Node("PolledReg")->GetPollingTime(), 100);
     EXPECT_EQ(width->GetPollingTime(), -1);
     EXPECT_EQ(map->GetDeviceName(), "Device");
@@ -128,9 +129,9 @@ TEST_F(ArvNodeMapTest, IntegerRangeAndIncrementViolationsLeaveTheValue) {
     EXPECT_EQ(MessageOf([&] { width->SetValue(650); }),
               "Width: value 650 does not match the increment 16 from the minimum 16");
     EXPECT_EQ(width->GetValue(false, true), 640);
-    width->SetValue(650, false);  // unverified writes reach the device
+    width->SetValue(650, false); // unverified writes reach the device
     EXPECT_EQ(width->GetValue(false, true), 650);
-    EXPECT_EQ(width->GetValue(true), 650);  // reads verify the range only
+    EXPECT_EQ(width->GetValue(true), 650); // reads verify the range only
     width->SetValue(5000, false);
     EXPECT_EQ(CodeOf([&] { width->GetValue(true); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
 }
@@ -152,7 +153,7 @@ TEST_F(ArvNodeMapTest, AccessModesFollowImplementedAvailableLockedAndImposed) {
     CIntegerPtr lock(Node("LockFlag"));
     lockable->SetValue(5);
     EXPECT_EQ(lockable->GetAccessMode(), RW);
-    lock->SetValue(1);  // the cached access mode must follow
+    lock->SetValue(1); // the cached access mode must follow
     EXPECT_EQ(lockable->GetAccessMode(), RO);
     EXPECT_EQ(CodeOf([&] { lockable->SetValue(6); }), ORVANE_ERR_GENICAM_ACCESS);
     EXPECT_EQ(lockable->GetValue(false, true), 5);
@@ -170,8 +171,9 @@ TEST_F(ArvNodeMapTest, EnumerationEntriesInDocumentOrderWithTheirValues) {
     CEnumerationPtr pf(Node("PixelFormat"));
     NodeList_t entries;
     pf->GetEntries(entries);
-    EXPECT_EQ(Names(entries), (std::vector<std::string>{"EnumEntry_PixelFormat_Mono8", "EnumEntry_PixelFormat_Mono16",
-                                                        "EnumEntry_PixelFormat_RGB8", "EnumEntry_PixelFormat_BayerRG8"}));
+    EXPECT_EQ(Names(entries),
+              (std::vector<std::string>{"EnumEntry_PixelFormat_Mono8", "EnumEntry_PixelFormat_Mono16",
+                                        "EnumEntry_PixelFormat_RGB8", "EnumEntry_PixelFormat_BayerRG8"}));
     EXPECT_EQ(CEnumEntryPtr(entries[0])->GetValue(), 17301505);
     EXPECT_EQ(CEnumEntryPtr(entries[2])->GetSymbolic(), "RGB8");
     EXPECT_EQ(entries[3]->GetAccessMode(), NA);
@@ -216,7 +218,7 @@ TEST_F(ArvNodeMapTest, SelectorsSelectAndIndexTheirFeatures) {
     sel->FromString("Blue");
     gain->SetValue(20);
     sel->FromString("Red");
-    EXPECT_EQ(gain->GetValue(), 10);  // the cached value of the other index is not served
+    EXPECT_EQ(gain->GetValue(), 10); // the cached value of the other index is not served
     sel->FromString("Blue");
     EXPECT_EQ(gain->GetValue(), 20);
 }
@@ -232,7 +234,7 @@ TEST_F(ArvNodeMapTest, RegistersRoundTrip) {
     EXPECT_EQ(std::memcmp(in, out, 8), 0);
     EXPECT_EQ(blob->ToString(), "0x0102030405060708");
     uint8_t head[3] = {0};
-    blob->Get(head, 3);  // a shorter read without verification gives the first bytes
+    blob->Get(head, 3); // a shorter read without verification gives the first bytes
     EXPECT_EQ(head[2], 3);
     EXPECT_EQ(CodeOf([&] { blob->Set(out, 4); }), ORVANE_ERR_GENICAM_INVALID_ARGUMENT);
     EXPECT_EQ(CodeOf([&] { blob->Get(in, 9); }), ORVANE_ERR_GENICAM_INVALID_ARGUMENT);
@@ -244,7 +246,7 @@ TEST_F(ArvNodeMapTest, RegistersRoundTrip) {
 TEST_F(ArvNodeMapTest, CommandIsDoneReadsItsRegister) {
     CCommandPtr trigger(Node("Trigger"));
     trigger->Execute();
-    EXPECT_TRUE(trigger->IsDone());  // a write-only register cannot report progress
+    EXPECT_TRUE(trigger->IsDone()); // a write-only register cannot report progress
 
     CCommandPtr start(Node("Start"));
     CIntegerPtr reg(Node("StartReg"));
@@ -253,7 +255,7 @@ TEST_F(ArvNodeMapTest, CommandIsDoneReadsItsRegister) {
     EXPECT_EQ(reg->GetValue(false, true), 1);
     EXPECT_FALSE(start->IsDone());
     EXPECT_EQ(start->ToString(), "0");
-    Poke(0x1050, 0);  // the device finishes
+    Poke(0x1050, 0); // the device finishes
     EXPECT_TRUE(start->IsDone());
     EXPECT_EQ(start->ToString(), "1");
     start->FromString("1");
@@ -317,19 +319,19 @@ TEST_F(ArvNodeMapTest, CallbacksFireOnceForTheWrittenNodeAndItsDependentsOutside
     EXPECT_TRUE(lockFree.load());
     EXPECT_EQ(invalidated.load(), 0);
 
-    CIntegerPtr(Node("WidthReg"))->SetValue(336);  // the register a feature reads
+    CIntegerPtr(Node("WidthReg"))->SetValue(336); // the register a feature reads
     EXPECT_EQ(width.load(), 2);
     EXPECT_EQ(payload.load(), 2);
     EXPECT_EQ(payloadSeen, 3360);
 
-    CIntegerPtr(Node("Height"))->SetValue(11);  // pInvalidator
+    CIntegerPtr(Node("Height"))->SetValue(11); // pInvalidator
     EXPECT_EQ(invalidated.load(), 1);
     EXPECT_EQ(payload.load(), 3);
 
-    CIntegerPtr(Node("Stride"))->SetValue(8);  // pOffset, known from the document only
+    CIntegerPtr(Node("Stride"))->SetValue(8); // pOffset, known from the document only
     EXPECT_EQ(strided.load(), 1);
 
-    CEnumerationPtr(Node("GainSelector"))->FromString("Blue");  // pSelected
+    CEnumerationPtr(Node("GainSelector"))->FromString("Blue"); // pSelected
     EXPECT_EQ(gain.load(), 1);
     EXPECT_EQ(payload.load(), 3);
 
@@ -349,7 +351,7 @@ TEST_F(ArvNodeMapTest, ValueCachesFollowTheCachingModeAndInvalidation) {
     width->SetValue(640);
     EXPECT_EQ(width->GetValue(), 640);
     EXPECT_TRUE(width->IsValueCacheValid());
-    Poke(0x1000, 800);  // behind the map's back
+    Poke(0x1000, 800); // behind the map's back
     EXPECT_EQ(width->GetValue(), 640);
     EXPECT_EQ(width->GetValue(false, true), 800);
     Poke(0x1000, 816);
@@ -363,7 +365,7 @@ TEST_F(ArvNodeMapTest, ValueCachesFollowTheCachingModeAndInvalidation) {
     Poke(0x1080, 1);
     EXPECT_EQ(vol->GetValue(), 1);
     Poke(0x1080, 2);
-    EXPECT_EQ(vol->GetValue(), 2);  // NoCache: read every time
+    EXPECT_EQ(vol->GetValue(), 2); // NoCache: read every time
     EXPECT_FALSE(vol->IsValueCacheValid());
 
     CIntegerPtr polled(Node("Polled"));

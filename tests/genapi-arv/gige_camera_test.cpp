@@ -81,15 +81,16 @@ TEST_F(GigECameraTest, NodeOperationsOverTheNetwork) {
     NodeList_t entries;
     format->GetEntries(entries);
     ASSERT_GE(entries.size(), 2u);
-    EXPECT_EQ(entries[0]->GetName(), "EnumEntry_PixelFormat_BayerBG8");  // document order
+    EXPECT_EQ(entries[0]->GetName(), "EnumEntry_PixelFormat_BayerBG8"); // document order
     format->FromString("Mono16");
     EXPECT_EQ(format->ToString(), "Mono16");
-    EXPECT_EQ(CIntegerPtr(map.GetNode("PayloadSize"))->GetValue(), 320 * CIntegerPtr(map.GetNode("Height"))->GetValue() * 2);
-    EXPECT_EQ(map.GetNode("ArvGevSCPSPacketSize"), nullptr);  // Aravis's own nodes stay hidden
+    EXPECT_EQ(CIntegerPtr(map.GetNode("PayloadSize"))->GetValue(),
+              320 * CIntegerPtr(map.GetNode("Height"))->GetValue() * 2);
+    EXPECT_EQ(map.GetNode("ArvGevSCPSPacketSize"), nullptr); // Aravis's own nodes stay hidden
     CCommandPtr(map.GetNode("AcquisitionStop"))->Execute();
     EXPECT_TRUE(CCommandPtr(map.GetNode("AcquisitionStop"))->IsDone());
     uint8_t be[4] = {0};
-    camera->ReadPort(0x100, be, 4);  // the Width register
+    camera->ReadPort(0x100, be, 4); // the Width register
     EXPECT_EQ((be[2] << 8) | be[3], 320);
     EXPECT_NE(camera->GetGuiXml().str().find("RegisterDescription"), std::string::npos);
 }
@@ -101,16 +102,16 @@ TEST_F(GigECameraTest, TransportLayerDeviceNodeMap) {
     EXPECT_EQ(ip->ToString(), "127.0.0.1");
     EXPECT_EQ(CEnumerationPtr(tl.GetNode("DeviceType"))->ToString(), "GigEVision");
     EXPECT_TRUE(CBooleanPtr(tl.GetNode("GevDeviceModeIsBigEndian"))->GetValue());
-    EXPECT_EQ(tl.GetNode("GevDeviceSubnetMask")->GetAccessMode(), NA);  // needs the open device
+    EXPECT_EQ(tl.GetNode("GevDeviceSubnetMask")->GetAccessMode(), NA); // needs the open device
     EXPECT_EQ(tl.GetNode("GevDeviceDiscoverMaximumPacketSize")->GetAccessMode(), NA);
     camera->Init();
     EXPECT_EQ(tl.GetNode("GevDeviceSubnetMask")->GetAccessMode(), RO);
     // The device's own registers (the fake leaves subnet and version at 0).
     uint8_t reg[4] = {0};
-    camera->ReadPort(0x0634, reg, 4);  // current subnet mask
+    camera->ReadPort(0x0634, reg, 4); // current subnet mask
     EXPECT_EQ(CIntegerPtr(tl.GetNode("GevDeviceSubnetMask"))->GetValue(),
               (int64_t(reg[0]) << 24) | (reg[1] << 16) | (reg[2] << 8) | reg[3]);
-    camera->ReadPort(0x0000, reg, 4);  // version
+    camera->ReadPort(0x0000, reg, 4); // version
     EXPECT_EQ(CIntegerPtr(tl.GetNode("GevVersionMajor"))->GetValue(), (reg[0] << 8) | reg[1]);
     EXPECT_EQ(CIntegerPtr(tl.GetNode("GevVersionMinor"))->GetValue(), (reg[2] << 8) | reg[3]);
     EXPECT_EQ(CEnumerationPtr(tl.GetNode("GevCCP"))->ToString(), "ControlAccess");

@@ -94,11 +94,11 @@ TEST_F(GigESemanticsTest, FullWalkAndTextRoundTrips) {
     CBooleanPtr flag(Node("TestBoolean"));
     flag->FromString("true");
     EXPECT_EQ(flag->ToString(), "true");
-    EXPECT_EQ(CIntegerPtr(Node("TestRegister"))->GetValue(), 321);  // the boolean's OnValue
+    EXPECT_EQ(CIntegerPtr(Node("TestRegister"))->GetValue(), 321); // the boolean's OnValue
     flag->FromString("0");
     EXPECT_EQ(CIntegerPtr(Node("TestRegister"))->GetValue(), 123);
     CStringPtr text(Node("TestStringReg"));
-    const std::string url = text->GetValue().str();  // the fake keeps its XML's address here
+    const std::string url = text->GetValue().str(); // the fake keeps its XML's address here
     EXPECT_EQ(CodeOf([&] { text->SetValue(std::string(33, 'x')); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
     EXPECT_EQ(text->GetValue().str(), url);
     CCommandPtr trigger(Node("TriggerSoftware"));
@@ -114,7 +114,7 @@ TEST_F(GigESemanticsTest, VerificationLeavesTheDeviceUnchanged) {
     EXPECT_EQ(CodeOf([&] { gain->SetValue(11); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
     EXPECT_EQ(CodeOf([&] { gain->SetValue(-1); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
     uint8_t reg[4] = {0};
-    camera->ReadPort(0x110, reg, 4);  // the gain register
+    camera->ReadPort(0x110, reg, 4); // the gain register
     EXPECT_EQ(reg[3], 4);
     CFloatPtr exposure(Node("ExposureTimeAbs"));
     const double e = exposure->GetValue();
@@ -149,7 +149,7 @@ TEST_F(GigESemanticsTest, EnumerationsSelectorsAndOverlappingRegisters) {
     format->SetIntValue(0x01100007);
     EXPECT_EQ(format->ToString(), "Mono16");
     uint8_t reg[4] = {0};
-    camera->ReadPort(0x128, reg, 4);  // the pixel format register holds the PFNC code
+    camera->ReadPort(0x128, reg, 4); // the pixel format register holds the PFNC code
     EXPECT_EQ((reg[0] << 24) | (reg[1] << 16) | (reg[2] << 8) | reg[3], 0x01100007);
     EXPECT_EQ(CodeOf([&] { format->SetIntValue(5); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
 
@@ -171,7 +171,7 @@ TEST_F(GigESemanticsTest, EnumerationsSelectorsAndOverlappingRegisters) {
     // register: bit 0 is its most significant bit.
     CIntegerPtr whole(Node("TestRegister"));
     CIntegerPtr high(Node("StructEntry_0_15"));
-    CIntegerPtr low(Node("StructEntry_16_31"));  // signed
+    CIntegerPtr low(Node("StructEntry_16_31")); // signed
     CIntegerPtr bit15(Node("StructEntry_15"));
     whole->SetValue(0x0002FFFF);
     EXPECT_EQ(high->GetValue(), 2);

@@ -23,8 +23,8 @@ TEST(GenApiArvThreads, FourThreadsShareOneNodeMap) {
     INodeMap& map = camera->GetNodeMap();
     std::atomic<bool> stop{false};
     std::atomic<long> operations{0}, failures{0}, callbacks{0};
-    const char* const names[] = {"Width", "Height", "PixelFormat", "ExposureTime", "PayloadSize", "Gain",
-                                 "OffsetX", "TriggerMode", "DeviceID", "AcquisitionMode"};
+    const char* const names[] = {"Width", "Height",  "PixelFormat", "ExposureTime", "PayloadSize",
+                                 "Gain",  "OffsetX", "TriggerMode", "DeviceID",     "AcquisitionMode"};
 
     auto worker = [&](int id) {
         long n = 0;

@@ -14,8 +14,8 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
-#include "VirtualCameraFacts.h"
 #include "SdkError.h"
+#include "VirtualCameraFacts.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -61,7 +61,7 @@ TEST_F(VirtualCameraTest, LifeCycleKeepsNodeMapsStablePerInit) {
     EXPECT_TRUE(camera->IsInitialized());
     INodeMap* map = &camera->GetNodeMap();
     EXPECT_EQ(&camera->GetNodeMap(), map);
-    camera->Init();  // a no-op
+    camera->Init(); // a no-op
     EXPECT_EQ(&camera->GetNodeMap(), map);
     EXPECT_EQ(camera->GetAccessMode(), RW);
     EXPECT_EQ(CEnumerationPtr(tlDevice->GetNode("DeviceAccessStatus"))->ToString(), "OpenReadWrite");
@@ -70,7 +70,7 @@ TEST_F(VirtualCameraTest, LifeCycleKeepsNodeMapsStablePerInit) {
     camera->DeInit();
     EXPECT_FALSE(camera->IsInitialized());
     EXPECT_EQ(CodeOf([&] { camera->GetNodeMap(); }), ORVANE_ERR_CAMERA_NOT_INITIALIZED);
-    camera->DeInit();  // a no-op
+    camera->DeInit(); // a no-op
     EXPECT_EQ(&camera->GetTLDeviceNodeMap(), tlDevice);
     EXPECT_EQ(&camera->GetTLStreamNodeMap(), tlStream);
     EXPECT_EQ(CEnumerationPtr(tlDevice->GetNode("DeviceAccessStatus"))->ToString(), "ReadWrite");
@@ -168,7 +168,7 @@ TEST_F(VirtualCameraTest, PortAccessReachesDeviceMemoryAndFeatures) {
     CIntegerPtr width(map.GetNode("Width"));
     EXPECT_EQ(width->GetValue(), static_cast<int64_t>(vcamtest::InitialUInt("Width")));
     ASSERT_EQ(vcam::reg::Width.length, 4u);
-    const uint8_t be[4] = {0, 0, 0x01, 0x40};  // big-endian 320
+    const uint8_t be[4] = {0, 0, 0x01, 0x40}; // big-endian 320
     camera->WritePort(vcam::reg::Width.address, be, 4);
     EXPECT_EQ(width->GetValue(), 320);
     EXPECT_EQ(CodeOf([&] { camera->ReadPort(0x1000, nullptr, 4); }), ORVANE_ERR_INVALID_ARGUMENT);
@@ -217,7 +217,7 @@ TEST_F(VirtualCameraTest, TransportLayerStreamNodeMapStoresBufferSettings) {
     EXPECT_FALSE(CBooleanPtr(s.GetNode("StreamIsGrabbing"))->GetValue());
     EXPECT_EQ(CIntegerPtr(s.GetNode("StreamDeliveredFrameCount"))->GetValue(), 0);
     EXPECT_EQ(CStringPtr(s.GetNode("StreamID"))->GetValue(), "Stream0");
-    EXPECT_EQ(s.GetNode("StreamPacketResendEnable"), nullptr);  // GigE Vision only
+    EXPECT_EQ(s.GetNode("StreamPacketResendEnable"), nullptr); // GigE Vision only
     // Settings belong to the camera, not to one Init.
     camera->Init();
     camera->DeInit();

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "../codecs/CodecTestSupport.h"
+#include "FloatBits.h"
 #include "Orvane/ChunkData.h"
 #include "Orvane/Image.h"
 #include "Orvane/ImageList.h"
@@ -20,7 +21,6 @@
 #include "image/ChunkDecoder.h"
 #include "image/Crc32.h"
 #include "image/ImageAccess.h"
-#include "FloatBits.h"
 
 using namespace Orvane;
 using codectest::ReadBytes;
@@ -72,7 +72,7 @@ ChunkData AllItems() {
     const double floats[ChunkData::FloatItemCount] = {250.0,
                                                       -0.0,
                                                       3.5,
-                                                      DoubleOf(0x7FF8000000000ABCull),  // a NaN with a payload
+                                                      DoubleOf(0x7FF8000000000ABCull), // a NaN with a payload
                                                       std::numeric_limits<double>::infinity(),
                                                       std::numeric_limits<double>::denorm_min(),
                                                       -1e300,
@@ -112,8 +112,7 @@ uint32_t CrcOfData(const ImagePtr& image) { return internal::Crc32(image->GetDat
 class FakeDecoder : public internal::ChunkDecoder {
 public:
     FakeDecoder(const ChunkData& values, ChunkCrc crc, bool fail) : m_values(values), m_crc(crc), m_fail(fail) {}
-    void Decode(const uint8_t*, size_t payloadSize, size_t imageSize, ChunkData& values,
-                ChunkCrc& crc) const override {
+    void Decode(const uint8_t*, size_t payloadSize, size_t imageSize, ChunkData& values, ChunkCrc& crc) const override {
         ++calls;
         EXPECT_EQ(payloadSize, kImageBytes + kChunkBytes);
         EXPECT_EQ(imageSize, kImageBytes);
@@ -208,11 +207,11 @@ TEST_F(ImageListFile, LoadedImagesGiveTheSavedChunkValues) {
     goodCrc.value = CrcOfData(all);
     ImageAccess::SetChunkData(*all, AllItems(), goodCrc);
     ASSERT_TRUE(all->CheckCRC());
-    ImagePtr some = ImageWithChunks(2, SomeItems(42), true, CrcOfData(all));  // a CRC that does not match
+    ImagePtr some = ImageWithChunks(2, SomeItems(42), true, CrcOfData(all)); // a CRC that does not match
     ASSERT_TRUE(some->HasCRC());
     ASSERT_FALSE(some->CheckCRC());
     ImagePtr noCrc = ImageWithChunks(3, SomeItems(43), false, 0);
-    ImagePtr plain = Image::Create(kWidth, kHeight, 0, 0, PixelFormat_Mono8);  // no chunks at all
+    ImagePtr plain = Image::Create(kWidth, kHeight, 0, 0, PixelFormat_Mono8); // no chunks at all
     for (const ImagePtr& image : {all, some, noCrc, plain}) list.PushBack(image);
 
     const std::string file = dir.File("chunks.oil");
@@ -266,7 +265,7 @@ TEST_F(ImageListFile, SavingDecodesChunkValuesNotYetDecoded) {
     const ImageList loaded = ImageList::Load(file.c_str());
     ASSERT_EQ(loaded.GetSize(), 1u);
     ExpectSameChunkData(d.image, loaded.GetByIndex(0));
-    EXPECT_EQ(d.decoder->calls, 1);  // decoded once, for the save
+    EXPECT_EQ(d.decoder->calls, 1); // decoded once, for the save
     EXPECT_EQ(loaded.GetByIndex(0)->GetChunkData().GetFrameID(), 7);
     EXPECT_TRUE(loaded.GetByIndex(0)->HasCRC());
     EXPECT_FALSE(loaded.GetByIndex(0)->CheckCRC());
@@ -319,7 +318,7 @@ TEST_F(ImageListFile, DecodedStreamImagesCopyTheirValues) {
     EXPECT_EQ(d.image->GetChunkData().GetFrameID(), 12);
     const ImagePtr copy = Image::Create(d.image);
     EXPECT_EQ(copy->GetChunkData().GetFrameID(), 12);
-    EXPECT_EQ(d.decoder->calls, 1);  // the copy did not decode again
+    EXPECT_EQ(d.decoder->calls, 1); // the copy did not decode again
     // A copy made before the first decode decodes through the same decoder.
     DecodedImage e = ImageWithDecoder(9, SomeItems(13), ChunkCrc(), false);
     const ImagePtr early = Image::Create(e.image);

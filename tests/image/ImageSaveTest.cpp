@@ -66,7 +66,7 @@ TEST_F(ImageSaveTest, PackedMonoIsWidenedToSixteenBits) {
     const codectest::Decoded d = codectest::ReadPng(Path("b.png"));
     ASSERT_TRUE(d.ok) << d.error;
     EXPECT_EQ(d.bitDepth, 16);
-    EXPECT_EQ(d.samples[0], 0xABCAu);  // bit replication to 16 bits
+    EXPECT_EQ(d.samples[0], 0xABCAu); // bit replication to 16 bits
     EXPECT_EQ(d.samples[1], 0x1231u);
     // BMP stores 8 bits: the top 8 bits of each pixel (one row, a palette image).
     image->Save(Path("b.bmp"));

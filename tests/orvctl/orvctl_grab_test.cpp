@@ -18,8 +18,8 @@ namespace fs = std::filesystem;
 
 struct RunResult {
     int status = -1;
-    std::vector<std::string> out;  // stdout lines
-    std::string err;               // stderr, whole
+    std::vector<std::string> out; // stdout lines
+    std::string err;              // stderr, whole
 };
 
 std::vector<std::string> Lines(const std::string& text) {
@@ -115,12 +115,12 @@ TEST(OrvctlGrabMatcher, MatchesNumbersAndLiteralText) {
 TEST_F(OrvctlGrab, SummaryCountsFramesAndIds) {
     const RunResult run = Orvctl({"grab", "VC0001", "-n", "5"});
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.err, "");  // stderr is no terminal: no progress bar
+    EXPECT_EQ(run.err, ""); // stderr is no terminal: no progress bar
     ASSERT_EQ(run.out.size(), 3u);
     EXPECT_EQ(run.out[0], "5 frames, 0 incomplete, 0 lost, frame ids 1 to 5");
     std::vector<std::string> numbers;
     ASSERT_TRUE(Matches(run.out[1], kRateLine, &numbers)) << run.out[1];
-    EXPECT_EQ(numbers[2], std::to_string(5 * 1280 * 960));  // Mono8 1280 x 960, no chunks
+    EXPECT_EQ(numbers[2], std::to_string(5 * 1280 * 960)); // Mono8 1280 x 960, no chunks
     EXPECT_EQ(run.out[2], "stream counters: 5 delivered, 0 incomplete, 0 lost, 0 dropped");
 }
 
@@ -163,7 +163,7 @@ TEST_F(OrvctlGrab, SoftwareTriggerWithChunksPrintsEachFramesChunks) {
     EXPECT_EQ(run.out[4], "3 frames, 0 incomplete, 0 lost, frame ids 1 to 3");
     std::vector<std::string> numbers;
     ASSERT_TRUE(Matches(run.out[5], kRateLine, &numbers)) << run.out[5];
-    EXPECT_GT(std::stoll(numbers[2]), 3LL * 1280 * 960);  // the chunks add to the payload
+    EXPECT_GT(std::stoll(numbers[2]), 3LL * 1280 * 960); // the chunks add to the payload
     EXPECT_EQ(run.out[6], "stream counters: 3 delivered, 0 incomplete, 0 lost, 0 dropped");
 }
 
@@ -173,8 +173,9 @@ TEST_F(OrvctlGrab, ChunksTheFramesDoNotCarryAreDashes) {
                             "ChunkEnable=false", "--set", "ChunkSelector=Gain", "--set", "ChunkEnable=false"});
     ASSERT_EQ(run.status, 0) << run.err;
     ASSERT_GE(run.out.size(), 2u);
-    EXPECT_TRUE(Matches(run.out[1], "frame 1: chunks ChunkFrameID=- ChunkTimestamp=<n> ChunkWidth=1280 "
-                                    "ChunkHeight=960 ChunkOffsetX=0 ChunkOffsetY=0 ChunkExposureTime=10000 ChunkGain=-"))
+    EXPECT_TRUE(Matches(run.out[1],
+                        "frame 1: chunks ChunkFrameID=- ChunkTimestamp=<n> ChunkWidth=1280 "
+                        "ChunkHeight=960 ChunkOffsetX=0 ChunkOffsetY=0 ChunkExposureTime=10000 ChunkGain=-"))
         << run.out[1];
     // Chunk mode off: no chunk at all.
     run = Orvctl({"grab", "VC0001", "-n", "1", "--chunks", "--set", "ChunkModeActive=false"});
@@ -207,10 +208,10 @@ bool ReadPng(const fs::path& path, Png& out) {
 }
 
 TEST_F(OrvctlGrab, SaveWritesConvertedColourPngs) {
-    const fs::path images = dir / "images";  // created by orvctl
-    const RunResult run = Orvctl({"grab", "VC0001", "-n", "3", "--pixel-format", "BayerRG8", "--set", "TestPattern=ColorBar",
-                            "--convert", "BGR8", "--algorithm", "bilinear", "--save", images.string(), "--format",
-                            "png"});
+    const fs::path images = dir / "images"; // created by orvctl
+    const RunResult run =
+        Orvctl({"grab", "VC0001", "-n", "3", "--pixel-format", "BayerRG8", "--set", "TestPattern=ColorBar", "--convert",
+                "BGR8", "--algorithm", "bilinear", "--save", images.string(), "--format", "png"});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
     ASSERT_EQ(run.out.size(), 6u);
@@ -248,7 +249,8 @@ TEST_F(OrvctlGrab, StatisticsPerChannel) {
     // RGB8 colour bars: each channel is 255 in four of the eight bars; the
     // frame id is burned into the first 64 pixels (frame 1: pixel 0 white,
     // 63 pixels black), so each mean is (614400 - 63) * 255 / 1228800.
-    RunResult run = Orvctl({"grab", "VC0001", "-n", "2", "--pixel-format", "RGB8", "--set", "TestPattern=ColorBar", "--stats"});
+    RunResult run =
+        Orvctl({"grab", "VC0001", "-n", "2", "--pixel-format", "RGB8", "--set", "TestPattern=ColorBar", "--stats"});
     ASSERT_EQ(run.status, 0) << run.err;
     ASSERT_GE(run.out.size(), 1u);
     EXPECT_EQ(run.out[0],
@@ -268,8 +270,9 @@ TEST_F(OrvctlGrab, StatisticsPerChannel) {
 
 TEST_F(OrvctlGrab, TimeoutFailsAfterTheSummary) {
     // Software trigger set up by hand but never executed: no frame comes.
-    const RunResult run = Orvctl({"grab", "VC0001", "-n", "2", "--timeout", "100", "--set", "TriggerSelector=FrameStart",
-                            "--set", "TriggerSource=Software", "--set", "TriggerMode=On"});
+    const RunResult run =
+        Orvctl({"grab", "VC0001", "-n", "2", "--timeout", "100", "--set", "TriggerSelector=FrameStart", "--set",
+                "TriggerSource=Software", "--set", "TriggerMode=On"});
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err,
               "orvctl: waiting for frame 1 of 2 failed: camera Orvane-VirtualCamera-VC0001: no image arrived within "
@@ -344,4 +347,4 @@ TEST_F(OrvctlGrab, HelpListsGrab) {
               run.out.end());
 }
 
-}  // namespace
+} // namespace

@@ -15,13 +15,18 @@ using namespace Orvane::internal;
 using namespace orvtest;
 
 TEST(ConvertAllPairs, ConvertOrRaiseADocumentedError) {
-    const PixelFormatEnums destinations[] = {
-        PixelFormat_Mono8,   PixelFormat_Mono10,  PixelFormat_Mono12,  PixelFormat_Mono14,       PixelFormat_Mono16,
-        PixelFormat_Mono10p, PixelFormat_Mono12p, PixelFormat_Mono10Packed, PixelFormat_Mono12Packed,
-        PixelFormat_RGB8,    PixelFormat_BGR8,    PixelFormat_RGBa8,   PixelFormat_BGRa8,        PixelFormat_RGB16,
-        PixelFormat_BGR16,   PixelFormat_RGBa16,  PixelFormat_BGRa16,  PixelFormat_YUV422_8,     PixelFormat_YUV422_8_UYVY,
-        PixelFormat_YUV8_UYV, PixelFormat_YCbCr8, PixelFormat_YCbCr422_8_CbYCrY, PixelFormat_BayerRG8,
-        PixelFormat_Coord3D_C16};
+    const PixelFormatEnums destinations[] = {PixelFormat_Mono8,         PixelFormat_Mono10,
+                                             PixelFormat_Mono12,        PixelFormat_Mono14,
+                                             PixelFormat_Mono16,        PixelFormat_Mono10p,
+                                             PixelFormat_Mono12p,       PixelFormat_Mono10Packed,
+                                             PixelFormat_Mono12Packed,  PixelFormat_RGB8,
+                                             PixelFormat_BGR8,          PixelFormat_RGBa8,
+                                             PixelFormat_BGRa8,         PixelFormat_RGB16,
+                                             PixelFormat_BGR16,         PixelFormat_RGBa16,
+                                             PixelFormat_BGRa16,        PixelFormat_YUV422_8,
+                                             PixelFormat_YUV422_8_UYVY, PixelFormat_YUV8_UYV,
+                                             PixelFormat_YCbCr8,        PixelFormat_YCbCr422_8_CbYCrY,
+                                             PixelFormat_BayerRG8,      PixelFormat_Coord3D_C16};
     const std::set<int> documented = {ORVANE_ERR_NOT_SUPPORTED, ORVANE_ERR_INVALID_ARGUMENT, ORVANE_ERR_CORRUPT_DATA};
     size_t converted = 0;
     for (int f = 0; f < NUM_PIXELFORMATS; ++f) {
@@ -42,8 +47,8 @@ TEST(ConvertAllPairs, ConvertOrRaiseADocumentedError) {
                         ++converted;
                         EXPECT_TRUE(IsConversionSupported(s.format, d)) << s.name << " -> " << di.name;
                     } catch (const Orvane::Exception& e) {
-                        EXPECT_EQ(documented.count(e.GetError()), 1u) << s.name << " -> " << di.name << ": "
-                                                                    << e.GetErrorMessage();
+                        EXPECT_EQ(documented.count(e.GetError()), 1u)
+                            << s.name << " -> " << di.name << ": " << e.GetErrorMessage();
                         if (e.GetError() == ORVANE_ERR_NOT_SUPPORTED) {
                             EXPECT_FALSE(IsConversionSupported(s.format, d)) << s.name << " -> " << di.name;
                         }

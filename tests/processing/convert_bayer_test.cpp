@@ -29,7 +29,7 @@ std::array<int, 3> Pixel(const Bytes& rgb, size_t w, size_t x, size_t y) {
 struct Reference {
     const Bytes& m;
     size_t w, h;
-    int rx, ry;  // red position in the 2x2 cell
+    int rx, ry; // red position in the 2x2 cell
     static int Reflect(int i, int n) {
         if (n == 1) return 0;
         while (i < 0 || i >= n) i = i < 0 ? -i : 2 * (n - 1) - i;
@@ -38,7 +38,7 @@ struct Reference {
     int c(int x, int y) const { return m[Reflect(y, static_cast<int>(h)) * w + Reflect(x, static_cast<int>(w))]; }
     char Colour(int x, int y) const {
         const bool redCol = ((x % 2 + 2) % 2) == rx, redRow = ((y % 2 + 2) % 2) == ry;
-        return redRow ? (redCol ? 'R' : 'g') : (redCol ? 'G' : 'B');  // g: green in a red row, G: in a blue row
+        return redRow ? (redCol ? 'R' : 'g') : (redCol ? 'G' : 'B'); // g: green in a red row, G: in a blue row
     }
     std::array<int, 3> Bilinear(int x, int y) const {
         const int cross = (c(x - 1, y) + c(x + 1, y) + c(x, y - 1) + c(x, y + 1) + 2) >> 2;
@@ -59,12 +59,14 @@ struct Reference {
     }
     std::array<int, 3> Malvar(int x, int y) const {
         auto k = [&](int dx, int dy) { return c(x + dx, y + dy); };
-        const int g = 8 * k(0, 0) + 4 * (k(-1, 0) + k(1, 0) + k(0, -1) + k(0, 1)) - 2 * (k(-2, 0) + k(2, 0) + k(0, -2) + k(0, 2));
+        const int g =
+            8 * k(0, 0) + 4 * (k(-1, 0) + k(1, 0) + k(0, -1) + k(0, 1)) - 2 * (k(-2, 0) + k(2, 0) + k(0, -2) + k(0, 2));
         const int rowPair = 10 * k(0, 0) + 8 * (k(-1, 0) + k(1, 0)) - 2 * (k(-1, -1) + k(1, -1) + k(-1, 1) + k(1, 1)) -
                             2 * (k(-2, 0) + k(2, 0)) + k(0, -2) + k(0, 2);
         const int colPair = 10 * k(0, 0) + 8 * (k(0, -1) + k(0, 1)) - 2 * (k(-1, -1) + k(1, -1) + k(-1, 1) + k(1, 1)) -
                             2 * (k(0, -2) + k(0, 2)) + k(-2, 0) + k(2, 0);
-        const int diag = 12 * k(0, 0) + 4 * (k(-1, -1) + k(1, -1) + k(-1, 1) + k(1, 1)) - 3 * (k(-2, 0) + k(2, 0) + k(0, -2) + k(0, 2));
+        const int diag = 12 * k(0, 0) + 4 * (k(-1, -1) + k(1, -1) + k(-1, 1) + k(1, 1)) -
+                         3 * (k(-2, 0) + k(2, 0) + k(0, -2) + k(0, 2));
         auto d = [](int v) { return std::min(255, std::max(0, (v + 8) >> 4)); };
         switch (Colour(x, y)) {
         case 'R': return {k(0, 0), d(g), d(diag)};
@@ -78,7 +80,7 @@ struct Reference {
 struct PatternCase {
     PixelFormatEnums format8, format12, format12p, format12Packed, format16, format10p, format10Packed;
     int rx, ry;
-    int cvCode;  // OpenCV code giving BGR
+    int cvCode; // OpenCV code giving BGR
 };
 
 const PatternCase kPatterns[] = {
@@ -92,15 +94,15 @@ const PatternCase kPatterns[] = {
      PixelFormat_BayerBG16, PixelFormat_BayerBG10p, PixelFormat_BayerBG10Packed, 1, 1, cv::COLOR_BayerBGGR2BGR},
 };
 
-const ColorProcessingAlgorithm kAlgorithms[] = {COLOR_PROCESSING_NONE, COLOR_PROCESSING_NEAREST_NEIGHBOR,
-                                                COLOR_PROCESSING_BILINEAR, COLOR_PROCESSING_EDGE_AWARE,
-                                                COLOR_PROCESSING_GRADIENT_CORRECTED, COLOR_PROCESSING_DIRECTIONAL};
+const ColorProcessingAlgorithm kAlgorithms[] = {
+    COLOR_PROCESSING_NONE,       COLOR_PROCESSING_NEAREST_NEIGHBOR,   COLOR_PROCESSING_BILINEAR,
+    COLOR_PROCESSING_EDGE_AWARE, COLOR_PROCESSING_GRADIENT_CORRECTED, COLOR_PROCESSING_DIRECTIONAL};
 
 } // namespace
 
 TEST(ConvertBayer, BilinearHandComputed) {
     const Bytes rgb = Conv(kMosaic, 4, 4, PixelFormat_BayerRG8, PixelFormat_RGB8, 48, COLOR_PROCESSING_BILINEAR);
-    EXPECT_EQ(Pixel(rgb, 4, 0, 0), (std::array<int, 3>{10, 35, 60}));  // corner: neighbours reflected
+    EXPECT_EQ(Pixel(rgb, 4, 0, 0), (std::array<int, 3>{10, 35, 60})); // corner: neighbours reflected
     EXPECT_EQ(Pixel(rgb, 4, 1, 0), (std::array<int, 3>{20, 20, 60}));
     EXPECT_EQ(Pixel(rgb, 4, 0, 1), (std::array<int, 3>{50, 50, 60}));
     EXPECT_EQ(Pixel(rgb, 4, 1, 1), (std::array<int, 3>{60, 60, 60}));
@@ -118,18 +120,25 @@ TEST(ConvertBayer, OtherAlgorithmsHandComputed) {
     EXPECT_EQ(Pixel(nn, 4, 1, 1), (std::array<int, 3>{10, 50, 60}));
     EXPECT_EQ(Pixel(nn, 4, 1, 0), (std::array<int, 3>{10, 20, 60}));
     EXPECT_EQ(Pixel(nn, 4, 3, 3), (std::array<int, 3>{110, 150, 160}));
-    const Bytes mhc = Conv(kMosaic, 4, 4, PixelFormat_BayerRG8, PixelFormat_RGB8, 48, COLOR_PROCESSING_GRADIENT_CORRECTED);
+    const Bytes mhc =
+        Conv(kMosaic, 4, 4, PixelFormat_BayerRG8, PixelFormat_RGB8, 48, COLOR_PROCESSING_GRADIENT_CORRECTED);
     EXPECT_EQ(Pixel(mhc, 4, 1, 1), (std::array<int, 3>{41, 48, 60}));
 }
 
 TEST(ConvertBayer, EveryAlgorithmMatchesTheReferenceOnEveryPattern) {
-    const size_t w = 9, h = 7;  // odd sizes exercise the borders
+    const size_t w = 9, h = 7; // odd sizes exercise the borders
     const Bytes m = Random(w * h, 21);
     for (const PatternCase& p : kPatterns) {
         const Reference ref{m, w, h, p.rx, p.ry};
-        struct Alg { ColorProcessingAlgorithm a; std::function<std::array<int, 3>(int, int)> f; };
+        struct Alg {
+            ColorProcessingAlgorithm a;
+            std::function<std::array<int, 3>(int, int)> f;
+        };
         const Alg algs[] = {
-            {COLOR_PROCESSING_NONE, [&](int x, int y) { return std::array<int, 3>{ref.c(x, y), ref.c(x, y), ref.c(x, y)}; }},
+            {COLOR_PROCESSING_NONE,
+             [&](int x, int y) {
+                 return std::array<int, 3>{ref.c(x, y), ref.c(x, y), ref.c(x, y)};
+             }},
             {COLOR_PROCESSING_NEAREST_NEIGHBOR, [&](int x, int y) { return ref.Nearest(x, y); }},
             {COLOR_PROCESSING_BILINEAR, [&](int x, int y) { return ref.Bilinear(x, y); }},
             {COLOR_PROCESSING_GRADIENT_CORRECTED, [&](int x, int y) { return ref.Malvar(x, y); }},
@@ -202,7 +211,8 @@ TEST(ConvertBayer, FastBilinearRowEqualsTheGenericPath) {
                     COLOR_PROCESSING_BILINEAR, cfa, w, h, 0, h,
                     [&](size_t y, uint8_t* out) { std::memcpy(out, m.data() + y * w, w); },
                     [&](size_t y, const uint8_t* rgba) { std::memcpy(generic.data() + y * w * 4, rgba, w * 4); });
-                for (ComponentOrder order : {ComponentOrder::RGB, ComponentOrder::BGR, ComponentOrder::RGBa, ComponentOrder::BGRa}) {
+                for (ComponentOrder order :
+                     {ComponentOrder::RGB, ComponentOrder::BGR, ComponentOrder::RGBa, ComponentOrder::BGRa}) {
                     const size_t px = (order == ComponentOrder::RGB || order == ComponentOrder::BGR) ? 3 : 4;
                     const bool bgr = order == ComponentOrder::BGR || order == ComponentOrder::BGRa;
                     for (bool streaming : {false, true}) {
@@ -231,7 +241,7 @@ TEST(ConvertBayer, FastBilinearRowEqualsTheGenericPath) {
 }
 
 TEST(ConvertBayer, AllDepthsAndPackingsAgree) {
-    const size_t w = 70, h = 6;  // wide enough for the vector kernels
+    const size_t w = 70, h = 6; // wide enough for the vector kernels
     std::vector<uint16_t> v12 = Words(Random(w * h * 2, 9));
     for (auto& v : v12) v &= 0x0FFF;
     const Bytes mono12 = FromWords(v12);

@@ -36,7 +36,8 @@ TEST(ConvertRgb, WideAndPackedSources) {
     EXPECT_EQ(Conv({0xFF, 0x03, 0x50, 0x15}, 1, 1, PixelFormat_RGB10p, PixelFormat_RGB8, 3), (Bytes{0xFF, 0x00, 0x55}));
     EXPECT_EQ(Conv({0xFF, 0x03, 0x50, 0x15}, 1, 1, PixelFormat_BGR10p, PixelFormat_RGB8, 3), (Bytes{0x55, 0x00, 0xFF}));
     // RGB10p32: the same components in a 32-bit word.
-    EXPECT_EQ(Conv({0xFF, 0x03, 0x50, 0x15}, 1, 1, PixelFormat_RGB10p32, PixelFormat_RGB8, 3), (Bytes{0xFF, 0x00, 0x55}));
+    EXPECT_EQ(Conv({0xFF, 0x03, 0x50, 0x15}, 1, 1, PixelFormat_RGB10p32, PixelFormat_RGB8, 3),
+              (Bytes{0xFF, 0x00, 0x55}));
     // RGB12p: 2 pixels (0xFFF, 0x000, 0x800), (0x123, 0x456, 0x789) in 9 bytes.
     const Bytes rgb12p = {0xFF, 0x0F, 0x00, 0x00, 0x38, 0x12, 0x56, 0x94, 0x78};
     EXPECT_EQ(Words(Conv(rgb12p, 2, 1, PixelFormat_RGB12p, PixelFormat_RGB16, 12)),
@@ -93,7 +94,7 @@ TEST(ConvertYuv, SubsampledLayouts) {
     EXPECT_EQ(Conv({128, 10, 20, 128, 30, 40}, 4, 1, PixelFormat_YUV411Packed, PixelFormat_Mono8, 4),
               (Bytes{10, 20, 30, 40}));
     EXPECT_EQ(Conv({128, 10, 20, 255, 30, 40}, 4, 1, PixelFormat_YCbCr411_8_CbYYCrYY, PixelFormat_RGB8, 12)[0],
-              10 + 178);  // R = Y + 1.402 * 127 (rounded: 178)
+              10 + 178); // R = Y + 1.402 * 127 (rounded: 178)
     EXPECT_EQ(Conv({10, 128, 20, 128}, 2, 1, PixelFormat_YCbCr422_8, PixelFormat_Mono8, 2), (Bytes{10, 20}));
 }
 
@@ -172,11 +173,21 @@ TEST(ConvertYuv, OddWidthsAreRefused) {
 TEST(ConvertRgb, WideImagesFollowTheSameFormulas) {
     // Wide rows take the vectorised kernels; every pixel must still follow the documented formulas.
     const size_t w = 203, h = 3;
-    struct F { PixelFormatEnums f; int channels; bool bgr; };
-    const F eight[] = {{PixelFormat_Mono8, 1, false}, {PixelFormat_RGB8, 3, false}, {PixelFormat_BGR8, 3, true},
-                       {PixelFormat_RGBa8, 4, false}, {PixelFormat_BGRa8, 4, true}};
-    const F sixteen[] = {{PixelFormat_Mono16, 1, false}, {PixelFormat_RGB16, 3, false}, {PixelFormat_BGR16, 3, true},
-                         {PixelFormat_RGBa16, 4, false}, {PixelFormat_BGRa16, 4, true}};
+    struct F {
+        PixelFormatEnums f;
+        int channels;
+        bool bgr;
+    };
+    const F eight[] = {{PixelFormat_Mono8, 1, false},
+                       {PixelFormat_RGB8, 3, false},
+                       {PixelFormat_BGR8, 3, true},
+                       {PixelFormat_RGBa8, 4, false},
+                       {PixelFormat_BGRa8, 4, true}};
+    const F sixteen[] = {{PixelFormat_Mono16, 1, false},
+                         {PixelFormat_RGB16, 3, false},
+                         {PixelFormat_BGR16, 3, true},
+                         {PixelFormat_RGBa16, 4, false},
+                         {PixelFormat_BGRa16, 4, true}};
     for (int wide = 0; wide < 2; ++wide) {
         const F* set = wide ? sixteen : eight;
         const size_t bytes = wide ? 2 : 1;

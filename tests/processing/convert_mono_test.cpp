@@ -77,8 +77,7 @@ TEST(ConvertMono, GigEPackedLayouts) {
 
 TEST(ConvertMono, NarrowMonoFormatsReplicate) {
     // Mono1p: 8 pixels LSB first in one byte.
-    EXPECT_EQ(Conv({0x05}, 8, 1, PixelFormat_Mono1p, PixelFormat_Mono8, 8),
-              (Bytes{255, 0, 255, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(Conv({0x05}, 8, 1, PixelFormat_Mono1p, PixelFormat_Mono8, 8), (Bytes{255, 0, 255, 0, 0, 0, 0, 0}));
     // Mono2p: values 0..3 -> 0, 85, 170, 255.
     EXPECT_EQ(Conv({0xE4}, 4, 1, PixelFormat_Mono2p, PixelFormat_Mono8, 4), (Bytes{0, 85, 170, 255}));
     // Mono4p: 0x1 -> 0x11, 0xF -> 0xFF.
@@ -100,7 +99,11 @@ TEST(ConvertMono, Mono16ToPackedFormatsKeepsTopBits) {
 TEST(ConvertMono, RoundTripsThroughPackedFormatsKeepTheTopBits) {
     const size_t w = 37, h = 5;
     const std::vector<uint16_t> px = Words(Random(w * h * 2, 7));
-    struct Case { PixelFormatEnums packed; unsigned bits; size_t bytes; };
+    struct Case {
+        PixelFormatEnums packed;
+        unsigned bits;
+        size_t bytes;
+    };
     const Case cases[] = {{PixelFormat_Mono12p, 12, (w * h * 12 + 7) / 8},
                           {PixelFormat_Mono10p, 10, (w * h * 10 + 7) / 8},
                           {PixelFormat_Mono12Packed, 12, (w * h * 12 + 7) / 8},
@@ -146,16 +149,15 @@ TEST(ConvertMono, OtherGreySources) {
 TEST(ConvertMono, IdentityCopiesAnyFormat) {
     const Bytes src = Random(3 * 4 * 6, 3);
     EXPECT_EQ(Conv(src, 3, 4, PixelFormat_Coord3D_ABC16, PixelFormat_Coord3D_ABC16, src.size()), src);
-    const Bytes packed = Random(9, 4);  // 3x2 Mono12p, rows sharing a byte
+    const Bytes packed = Random(9, 4); // 3x2 Mono12p, rows sharing a byte
     Bytes out(12, 0);
     Orvane::internal::Convert(View(packed, 3, 2, PixelFormat_Mono12p), Out(out, 3, 2, PixelFormat_Mono12p, 6),
                               COLOR_PROCESSING_DEFAULT, 1);
     // Row 1 (bits 36..71) lands at byte 6.
-    EXPECT_EQ(Words(Conv(packed, 3, 2, PixelFormat_Mono12p, PixelFormat_Mono12, 12)),
-              [&] {
-                  Bytes o(12);
-                  Orvane::internal::Convert(View(out, 3, 2, PixelFormat_Mono12p, 6), Out(o, 3, 2, PixelFormat_Mono12),
-                                            COLOR_PROCESSING_DEFAULT, 1);
-                  return Words(o);
-              }());
+    EXPECT_EQ(Words(Conv(packed, 3, 2, PixelFormat_Mono12p, PixelFormat_Mono12, 12)), [&] {
+        Bytes o(12);
+        Orvane::internal::Convert(View(out, 3, 2, PixelFormat_Mono12p, 6), Out(o, 3, 2, PixelFormat_Mono12),
+                                  COLOR_PROCESSING_DEFAULT, 1);
+        return Words(o);
+    }());
 }

@@ -60,14 +60,20 @@ TEST(Gamma, WideFormatsAndAlpha) {
 TEST(Gamma, Errors) {
     Bytes out(4);
     for (float g : {0.0f, -1.0f, NAN, INFINITY}) {
-        const auto f = Failure([&] { ApplyGamma(View(Bytes(4), 4, 1, PixelFormat_Mono8), Out(out, 4, 1, PixelFormat_Mono8), g, true, 1); });
+        const auto f = Failure([&] {
+            ApplyGamma(View(Bytes(4), 4, 1, PixelFormat_Mono8), Out(out, 4, 1, PixelFormat_Mono8), g, true, 1);
+        });
         EXPECT_EQ(f.first, ORVANE_ERR_INVALID_ARGUMENT) << g;
         EXPECT_EQ(f.second.rfind("Gamma must be a positive finite number (got ", 0), 0u) << f.second;
     }
-    auto f = Failure([&] { ApplyGamma(View(Bytes(6), 4, 1, PixelFormat_Mono12p), Out(out, 4, 1, PixelFormat_Mono12p), 2.0f, true, 1); });
+    auto f = Failure([&] {
+        ApplyGamma(View(Bytes(6), 4, 1, PixelFormat_Mono12p), Out(out, 4, 1, PixelFormat_Mono12p), 2.0f, true, 1);
+    });
     EXPECT_EQ(f.first, ORVANE_ERR_NOT_SUPPORTED);
     EXPECT_EQ(f.second, "Gamma correction of Mono12p is not supported");
-    f = Failure([&] { ApplyGamma(View(Bytes(4), 4, 1, PixelFormat_Mono8), Out(out, 2, 1, PixelFormat_Mono16), 2.0f, true, 1); });
+    f = Failure([&] {
+        ApplyGamma(View(Bytes(4), 4, 1, PixelFormat_Mono8), Out(out, 2, 1, PixelFormat_Mono16), 2.0f, true, 1);
+    });
     EXPECT_EQ(f.first, ORVANE_ERR_INVALID_ARGUMENT);
     EXPECT_EQ(f.second, "Gamma correction keeps the pixel format: the destination is Mono16, the source Mono8");
     EXPECT_TRUE(IsGammaSupported(PixelFormat_BGRa16));
@@ -104,7 +110,7 @@ TEST(Statistics, WideGreyUsesTheFormatScale) {
     EXPECT_EQ(g.rangeMax, 4095u);
     EXPECT_EQ(g.numPixelValues, 3u);
     EXPECT_DOUBLE_EQ(g.mean, (16 + 2 * 4095) / 4.0);
-    EXPECT_EQ(g.histogram[0], 1u);  // bin = value >> 4
+    EXPECT_EQ(g.histogram[0], 1u); // bin = value >> 4
     EXPECT_EQ(g.histogram[1], 1u);
     EXPECT_EQ(g.histogram[255], 2u);
     // The same values packed as Mono12p give the same statistics.
@@ -138,7 +144,8 @@ TEST(Statistics, ColourChannels) {
     const StatisticsResult b = Stats({0, 0, 255, 255, 0, 0}, 2, 1, PixelFormat_BGR8);
     for (int c = 0; c < kStatChannels; ++c) EXPECT_EQ(b[c].histogram, s[c].histogram) << c;
     // Green and a dark desaturated orange.
-    const StatisticsResult o = Stats({0, 255, 0, 100, 60, 50}, 2, 1, PixelFormat_RGB8, 1u << kStatHue | 1u << kStatSaturation);
+    const StatisticsResult o =
+        Stats({0, 255, 0, 100, 60, 50}, 2, 1, PixelFormat_RGB8, 1u << kStatHue | 1u << kStatSaturation);
     EXPECT_EQ(o[kStatHue].histogram[85], 1u);
     // Orange: hue 12 degrees -> 8.53 -> 9; saturation 255 * 50 / 150 = 85.
     EXPECT_EQ(o[kStatHue].histogram[9], 1u);

@@ -112,7 +112,7 @@ TEST(ImageProcessor, BayerSourcesRecordTheAlgorithm) {
     const ImagePtr src = Make(4, 4, PixelFormat_BayerRG8, Bytes(16, 50));
     ImagePtr dst;
     p.Convert(src, dst, PixelFormat_RGB8);
-    EXPECT_EQ(dst->GetColorProcessing(), COLOR_PROCESSING_BILINEAR);  // DEFAULT resolved
+    EXPECT_EQ(dst->GetColorProcessing(), COLOR_PROCESSING_BILINEAR); // DEFAULT resolved
     EXPECT_EQ(Data(dst), Bytes(48, 50));
     p.SetColorProcessing(COLOR_PROCESSING_EDGE_AWARE);
     p.Convert(src, dst, PixelFormat_Mono16);
@@ -130,7 +130,8 @@ TEST(ImageProcessor, JpegImagesTakeTheirSizeFromTheData) {
     tjDestroy(tj);
     Bytes payload(jpeg, jpeg + size);
     tjFree(jpeg);
-    const ImagePtr src = Image::Create(0, 0, 0, 0, PixelFormat_JPEGMono8, payload.data(), PayloadType_JPEG, payload.size());
+    const ImagePtr src =
+        Image::Create(0, 0, 0, 0, PixelFormat_JPEGMono8, payload.data(), PayloadType_JPEG, payload.size());
     ImageProcessor p;
     ImagePtr dst;
     p.Convert(src, dst, PixelFormat_Mono8);

@@ -70,7 +70,10 @@ TEST(PixelFormatTable, CodesCarryTheBitsPerPixel) {
 }
 
 TEST(PixelFormatTable, CodesAgreeWithAravis) {
-    struct Expect { PixelFormatEnums format; uint32_t code; };
+    struct Expect {
+        PixelFormatEnums format;
+        uint32_t code;
+    };
     const Expect expected[] = {
         {PixelFormat_Mono8, ARV_PIXEL_FORMAT_MONO_8},
         {PixelFormat_Mono8s, ARV_PIXEL_FORMAT_MONO_8_SIGNED},
@@ -273,7 +276,7 @@ TEST(PixelFormatTable, UnknownValuesGiveNull) {
 
 TEST(PixelFormatTable, PackedImageBytes) {
     EXPECT_EQ(PackedImageBytes(*FindPixelFormat(PixelFormat_Mono8), 640, 480), 307200u);
-    EXPECT_EQ(PackedImageBytes(*FindPixelFormat(PixelFormat_Mono12p), 3, 1), 5u);  // 36 bits
+    EXPECT_EQ(PackedImageBytes(*FindPixelFormat(PixelFormat_Mono12p), 3, 1), 5u); // 36 bits
     EXPECT_EQ(PackedImageBytes(*FindPixelFormat(PixelFormat_Mono10p), 4, 3), 15u);
     EXPECT_EQ(PackedImageBytes(*FindPixelFormat(PixelFormat_Mono1p), 9, 1), 2u);
     EXPECT_EQ(PackedImageBytes(*FindPixelFormat(PixelFormat_RGBa32f), 2, 2), 64u);

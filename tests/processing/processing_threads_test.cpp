@@ -24,10 +24,15 @@ StatisticsResult Stats(const Bytes& src, size_t w, size_t h, PixelFormatEnums f,
 } // namespace
 
 TEST(ConvertThreads, ResultsDoNotDependOnTheThreadCount) {
-    const size_t w = 320, h = 257;  // odd height: bands of different sizes
+    const size_t w = 320, h = 257; // odd height: bands of different sizes
     const Bytes bayer = Random(w * h, 3);
     const Bytes mono12p = Random(w * h * 3 / 2, 4);
-    struct Case { PixelFormatEnums from, to; size_t bytes; ColorProcessingAlgorithm a; const Bytes* src; };
+    struct Case {
+        PixelFormatEnums from, to;
+        size_t bytes;
+        ColorProcessingAlgorithm a;
+        const Bytes* src;
+    };
     const Case cases[] = {
         {PixelFormat_BayerRG8, PixelFormat_BGR8, w * h * 3, COLOR_PROCESSING_BILINEAR, &bayer},
         {PixelFormat_BayerGB8, PixelFormat_RGB16, w * h * 6, COLOR_PROCESSING_DIRECTIONAL, &bayer},

@@ -33,7 +33,7 @@ TEST_F(Fixture, IntegerVerificationLeavesValueUnchanged) {
         EXPECT_STREQ(e.GetErrorMessage(), "Width: value 1025 does not match the increment 16 from the minimum 16");
     }
     EXPECT_EQ(width, 1024);
-    w->SetValue(1025, false);  // no verification
+    w->SetValue(1025, false); // no verification
     EXPECT_EQ(width, 1025);
 }
 

@@ -41,8 +41,10 @@ TEST_F(Fixture, ConcurrentReadersAndWriters) {
             CIntegerPtr w(map.GetNode("Width"));
             for (int i = 0; i < 2000; ++i) {
                 try {
-                    if (t % 2) w->SetValue(16 * (1 + i % 100));
-                    else if (w->GetValue() % 16) failed = true;
+                    if (t % 2)
+                        w->SetValue(16 * (1 + i % 100));
+                    else if (w->GetValue() % 16)
+                        failed = true;
                 } catch (...) {
                     failed = true;
                 }

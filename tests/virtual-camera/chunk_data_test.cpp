@@ -15,11 +15,11 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
+#include "SdkError.h"
 #include "camera/CameraControl.h"
 #include "genapi/ArvNodeMap.h"
 #include "system/CameraCore.h"
 #include "virtual/VirtualCameraRegisters.h"
-#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -219,8 +219,9 @@ TEST_F(ChunkDataTest, AMissingChunkIsNAWithAClearError) {
     AppendChunk(shortData, vcam::chunk::FrameID, {0, 0, 0, 1});
     map->AttachChunkData(shortData.data(), shortData.size());
     EXPECT_EQ(CodeOf([&] { CIntegerPtr(nodes->GetNode("ChunkFrameID"))->GetValue(); }), ORVANE_ERR_INVALID_BUFFER);
-    EXPECT_NE(MessageOf([&] { CIntegerPtr(nodes->GetNode("ChunkFrameID"))->GetValue(); })
-                  .find("reading 8 bytes at offset 0 of chunk 0x4F560010: the data holds only 4 bytes"),
+    EXPECT_NE(MessageOf([&] {
+                  CIntegerPtr(nodes->GetNode("ChunkFrameID"))->GetValue();
+              }).find("reading 8 bytes at offset 0 of chunk 0x4F560010: the data holds only 4 bytes"),
               std::string::npos);
 }
 
@@ -236,7 +237,7 @@ TEST_F(ChunkDataTest, EachAttachmentReplacesTheLastAndNotifiesTheChunkFeatures) 
     map->AttachChunkData(data.data(), data.size());
     EXPECT_EQ(calls.load(), 1);
     EXPECT_EQ(frameId->GetValue(), 1);
-    data[7] = 2;  // the same buffer, refilled
+    data[7] = 2; // the same buffer, refilled
     map->AttachChunkData(data.data(), data.size());
     EXPECT_EQ(calls.load(), 2);
     EXPECT_EQ(frameId->GetValue(), 2);
@@ -253,11 +254,11 @@ TEST_F(ChunkDataTest, DuplicateAndUnknownChunkIds) {
     PutBE(last, 0, 200, 4);
     std::vector<uint8_t> data;
     AppendChunk(data, vcam::chunk::Width, first);
-    AppendChunk(data, 0x12345678, {1, 2, 3});  // unknown to the description, odd length
+    AppendChunk(data, 0x12345678, {1, 2, 3}); // unknown to the description, odd length
     AppendChunk(data, vcam::chunk::Width, last);
-    AppendChunk(data, vcam::chunk::Height, {});  // an empty chunk
+    AppendChunk(data, vcam::chunk::Height, {}); // an empty chunk
     map->AttachChunkData(data.data(), data.size());
-    EXPECT_EQ(CIntegerPtr(nodes->GetNode("ChunkWidth"))->GetValue(), 200);  // the one nearer the end
+    EXPECT_EQ(CIntegerPtr(nodes->GetNode("ChunkWidth"))->GetValue(), 200); // the one nearer the end
     EXPECT_EQ(nodes->GetNode("ChunkHeight")->GetAccessMode(), RO);
     EXPECT_EQ(CodeOf([&] { CIntegerPtr(nodes->GetNode("ChunkHeight"))->GetValue(); }), ORVANE_ERR_INVALID_BUFFER);
     // No chunks at all.
@@ -279,17 +280,17 @@ TEST_F(ChunkDataTest, TruncatedAndGarbageLayoutsAreRefused) {
         EXPECT_EQ(nodes->GetNode("ChunkWidth")->GetAccessMode(), NA);
     }
     std::vector<uint8_t> truncated = good;
-    truncated.erase(truncated.begin());  // 11 bytes: the chunk claims 4 data bytes, 3 precede its trailer
+    truncated.erase(truncated.begin()); // 11 bytes: the chunk claims 4 data bytes, 3 precede its trailer
     const std::string message = MessageOf([&] { map->AttachChunkData(truncated.data(), truncated.size()); });
     EXPECT_NE(message.find("chunk data of 11 bytes refused: chunk 0x4F560012 (trailer at byte 3) claims 4 data bytes, "
                            "only 3 bytes precede its trailer"),
               std::string::npos)
         << message;
     std::vector<uint8_t> huge = good;
-    huge[huge.size() - 4] = 0xFF;  // a length of about 4 GB
+    huge[huge.size() - 4] = 0xFF; // a length of about 4 GB
     EXPECT_EQ(CodeOf([&] { map->AttachChunkData(huge.data(), huge.size()); }), ORVANE_ERR_INVALID_BUFFER);
     std::vector<uint8_t> tail = good;
-    tail.insert(tail.begin(), {1, 2, 3});  // three bytes before the first chunk: no trailer fits them
+    tail.insert(tail.begin(), {1, 2, 3}); // three bytes before the first chunk: no trailer fits them
     EXPECT_NE(MessageOf([&] { map->AttachChunkData(tail.data(), tail.size()); }).find("truncated"), std::string::npos);
     EXPECT_EQ(CodeOf([&] { map->AttachChunkData(nullptr, 16); }), ORVANE_ERR_INVALID_ARGUMENT);
 }
@@ -303,18 +304,18 @@ TEST_F(ChunkDataTest, FuzzedLayoutsNeverReadOutOfBounds) {
     for (int round = 0; round < 600; ++round) {
         std::vector<uint8_t> bytes;
         switch (round % 4) {
-        case 0: {  // a valid layout with a few bytes changed
+        case 0: { // a valid layout with a few bytes changed
             bytes = valid;
             for (int i = 0; i < 3; ++i) bytes[random() % bytes.size()] = static_cast<uint8_t>(random());
             break;
         }
-        case 1:  // a valid layout cut short at the front (the end stays a trailer)
+        case 1: // a valid layout cut short at the front (the end stays a trailer)
             bytes.assign(valid.begin() + static_cast<long>(random() % valid.size()), valid.end());
             break;
-        case 2:  // a valid layout cut short at the end
+        case 2: // a valid layout cut short at the end
             bytes.assign(valid.begin(), valid.begin() + static_cast<long>(random() % valid.size()));
             break;
-        default:  // noise
+        default: // noise
             bytes.resize(random() % 200);
             for (uint8_t& b : bytes) b = static_cast<uint8_t>(random() % 4 == 0 ? random() : 0);
             break;

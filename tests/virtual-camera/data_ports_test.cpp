@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "Orvane/GenApi/GenApi.h"
-#include "genapi/ArvNodeMap.h"
 #include "SdkError.h"
+#include "genapi/ArvNodeMap.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -69,29 +69,29 @@ protected:
     // Chunk A's 40 bytes.
     static std::vector<uint8_t> ChunkA() {
         std::vector<uint8_t> a(40, 0);
-        const uint8_t littleUnsigned[] = {0x78, 0x56, 0x34, 0x12};  // 0x12345678
+        const uint8_t littleUnsigned[] = {0x78, 0x56, 0x34, 0x12}; // 0x12345678
         std::memcpy(&a[0], littleUnsigned, 4);
-        a[4] = 0xFF;  // -2, big-endian 16-bit
+        a[4] = 0xFF; // -2, big-endian 16-bit
         a[5] = 0xFE;
-        const uint8_t littleSigned[] = {0x00, 0xFF, 0xFF, 0xFF};  // -256
+        const uint8_t littleSigned[] = {0x00, 0xFF, 0xFF, 0xFF}; // -256
         std::memcpy(&a[8], littleSigned, 4);
-        a[12] = 0xA5;  // bits 4..11 of 0x00000BA5 = 0xBA
+        a[12] = 0xA5; // bits 4..11 of 0x00000BA5 = 0xBA
         a[13] = 0x0B;
-        a[16] = 0x00;  // big-endian 0x00000F80: bits 20..27 in big-endian numbering (4..11) = 0xF8 = -8 signed
+        a[16] = 0x00; // big-endian 0x00000F80: bits 20..27 in big-endian numbering (4..11) = 0xF8 = -8 signed
         a[17] = 0x00;
         a[18] = 0x0F;
         a[19] = 0x80;
         const float f = 1.5f;
         uint32_t fbits;
         std::memcpy(&fbits, &f, 4);
-        for (int i = 0; i < 4; ++i) a[20 + i] = static_cast<uint8_t>(fbits >> (8 * i));  // little-endian
+        for (int i = 0; i < 4; ++i) a[20 + i] = static_cast<uint8_t>(fbits >> (8 * i)); // little-endian
         const double d = -2.25;
         uint64_t dbits;
         std::memcpy(&dbits, &d, 8);
-        for (int i = 0; i < 8; ++i) a[24 + i] = static_cast<uint8_t>(dbits >> (8 * (7 - i)));  // big-endian
+        for (int i = 0; i < 8; ++i) a[24 + i] = static_cast<uint8_t>(dbits >> (8 * (7 - i))); // big-endian
         a[32] = 'o';
         a[33] = 'k';
-        a[36] = 0x80;  // big-endian status word 0x80000042: bit 0 (the MSB) set, low byte 0x42
+        a[36] = 0x80; // big-endian status word 0x80000042: bit 0 (the MSB) set, low byte 0x42
         a[39] = 0x42;
         return a;
     }
@@ -153,8 +153,8 @@ TEST_F(DataPortsTest, AttachingAFrameAllocatesNothing) {
     std::vector<uint8_t> data;
     AppendChunk(data, 0x1000000A, ChunkA());
     AppendChunk(data, 0x1000000B, {3, 0, 0, 0, 1, 2, 3, 4});
-    AppendChunk(data, 0x0BADC0DE, {9, 9, 9, 9});  // unknown to the description
-    map->AttachChunkData(data.data(), data.size());  // the first attachment builds what notification needs
+    AppendChunk(data, 0x0BADC0DE, {9, 9, 9, 9});    // unknown to the description
+    map->AttachChunkData(data.data(), data.size()); // the first attachment builds what notification needs
     map->DetachChunkData();
     map->AttachEventData(0x5001, data.data(), 16);
     g_allocations = 0;

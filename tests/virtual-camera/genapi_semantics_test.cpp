@@ -18,8 +18,8 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
-#include "VirtualCameraFacts.h"
 #include "SdkError.h"
+#include "VirtualCameraFacts.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -132,7 +132,8 @@ TEST_F(GenApiSemanticsTest, FullWalkReadsEveryReadableFeatureWithItsRange) {
         auto* value = dynamic_cast<IValue*>(node);
         ASSERT_NE(value, nullptr) << name;
         // Verify: the value respects the node's own limits.
-        EXPECT_EQ(CodeOf([&] { value->ToString(true); }), 0) << name << ": " << MessageOf([&] { value->ToString(true); });
+        EXPECT_EQ(CodeOf([&] { value->ToString(true); }), 0)
+            << name << ": " << MessageOf([&] { value->ToString(true); });
         ++kinds[node->GetPrincipalInterfaceType()];
     }
     EXPECT_EQ(data, static_cast<int>(std::size(vcam::kChunkFeatures) + std::size(vcam::kEventFeatures)));
@@ -151,7 +152,7 @@ TEST_F(GenApiSemanticsTest, RangeIncrementAndAccessViolationsLeaveTheValue) {
     const int64_t w = width->GetValue();
     EXPECT_EQ(width->GetMin(), 16);
     EXPECT_EQ(width->GetInc(), 8);
-    EXPECT_EQ(width->GetMax(), 2048);  // WidthMax - OffsetX
+    EXPECT_EQ(width->GetMax(), 2048); // WidthMax - OffsetX
     EXPECT_EQ(CodeOf([&] { width->SetValue(8); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
     EXPECT_EQ(CodeOf([&] { width->SetValue(2056); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
     EXPECT_NE(MessageOf([&] { width->SetValue(w + 4); }).find("does not match the increment 8"), std::string::npos);
@@ -205,7 +206,7 @@ TEST_F(GenApiSemanticsTest, AvailabilityRulesOfTheDescription) {
     // Exposure under automatic control is read-only.
     Counter exposureCalls(exposure);
     Set("ExposureAuto", "Continuous");
-    EXPECT_EQ(exposureCalls.calls.load(), 1);  // its access changed: one callback
+    EXPECT_EQ(exposureCalls.calls.load(), 1); // its access changed: one callback
     EXPECT_EQ(exposure->GetAccessMode(), RO);
     EXPECT_EQ(CodeOf([&] { CFloatPtr(exposure)->SetValue(500); }), ORVANE_ERR_GENICAM_ACCESS);
     Set("ExposureAuto", "Off");
@@ -242,7 +243,7 @@ TEST_F(GenApiSemanticsTest, AvailabilityRulesOfTheDescription) {
     EXPECT_EQ(CodeOf([&] { Int("Width")->SetValue(320); }), ORVANE_ERR_GENICAM_ACCESS);
     EXPECT_EQ(CodeOf([&] { Set("PixelFormat", "Mono16"); }), ORVANE_ERR_GENICAM_ACCESS);
     EXPECT_EQ(Int("Width")->GetValue(), width);
-    EXPECT_EQ(Node("UserSetLoad")->GetAccessMode(), RO);  // a locked command cannot run
+    EXPECT_EQ(Node("UserSetLoad")->GetAccessMode(), RO); // a locked command cannot run
     EXPECT_EQ(CodeOf([&] { CCommandPtr(Node("UserSetLoad"))->Execute(); }), ORVANE_ERR_GENICAM_ACCESS);
     locked->SetValue(0);
     EXPECT_EQ(Node("Width")->GetAccessMode(), RW);
@@ -447,7 +448,7 @@ TEST_F(GenApiSemanticsTest, ValuesAreCachedAsTheDescriptionAllows) {
     width->GetValue();
     EXPECT_TRUE(width->IsValueCacheValid());
     Int("OffsetX")->SetValue(8);
-    EXPECT_FALSE(width->IsValueCacheValid());  // a dependency changed
+    EXPECT_FALSE(width->IsValueCacheValid()); // a dependency changed
     EXPECT_EQ(width->GetMax(), 2040);
     // Status values are never cached.
     EXPECT_EQ(Node("Timestamp")->GetCachingMode(), NoCache);
@@ -476,8 +477,8 @@ TEST_F(GenApiSemanticsTest, CallbacksFireOnceForDependentsOutsideTheLock) {
     });
     const CallbackHandleType h = payload->GetNode()->RegisterCallback(cb);
     Counter linePitch(Node("LinePitch"));
-    Counter offsetX(Node("OffsetX"));  // its maximum follows Width
-    Counter height(Node("Height"));    // unrelated to Width
+    Counter offsetX(Node("OffsetX")); // its maximum follows Width
+    Counter height(Node("Height"));   // unrelated to Width
     Int("Width")->SetValue(320);
     EXPECT_EQ(payloadCalls.load(), 1);
     EXPECT_EQ(seen, 32000);

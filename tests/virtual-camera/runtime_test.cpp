@@ -15,12 +15,12 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
+#include "SdkError.h"
 #include "camera/CameraControl.h"
 #include "camera/DeviceSession.h"
 #include "system/CameraCore.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
-#include "SdkError.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -36,7 +36,8 @@ uint64_t InitialUInt(const std::string& feature, const std::string& slot = "") {
         for (const vcam::InitialBlock& b : vcam::kInitialBlocks) {
             if (v.address < b.address || v.address + v.length > b.address + b.length) continue;
             uint64_t value = 0;
-            for (uint32_t i = 0; i < v.length; ++i) value = (value << 8) | vcam::kInitialBytes[b.offset + v.address - b.address + i];
+            for (uint32_t i = 0; i < v.length; ++i)
+                value = (value << 8) | vcam::kInitialBytes[b.offset + v.address - b.address + i];
             return value;
         }
     }
@@ -129,7 +130,7 @@ TEST_F(RuntimeTest, EveryAvailableCommandCompletes) {
 TEST_F(RuntimeTest, UserSetsSaveAndLoadEveryCoveredFeature) {
     CCommandPtr save(Map().GetNode("UserSetSave"));
     Set("UserSetSelector", "Default");
-    EXPECT_EQ(save->GetNode()->GetAccessMode(), NA);  // the factory set is read-only
+    EXPECT_EQ(save->GetNode()->GetAccessMode(), NA); // the factory set is read-only
     Set("UserSetSelector", "UserSet0");
     Float("ExposureTime")->SetValue(2000);
     Float("Gain")->SetValue(3.5);
@@ -181,7 +182,7 @@ TEST_F(RuntimeTest, TheCameraStorageOutlivesTheSession) {
     Int("DefectTableIndex")->SetValue(1);
     Int("DefectTableCoordinateX")->SetValue(55);
     Command("DefectTableSave");
-    Int("DefectTableCoordinateX")->SetValue(66);  // not saved
+    Int("DefectTableCoordinateX")->SetValue(66); // not saved
     camera->DeInit();
     camera->Init();
     // Power-up: the stored user ID, defect table and UserSetDefault's set.
@@ -197,7 +198,7 @@ TEST_F(RuntimeTest, TheCameraStorageOutlivesTheSession) {
     Command("FactoryReset");
     EXPECT_EQ(Enum("UserSetDefault")->ToString(), "Default");
     EXPECT_EQ(CStringPtr(Map().GetNode("DeviceUserID"))->GetValue(), "");
-    EXPECT_EQ(Int("Width")->GetValue(), 800);  // the current settings stay
+    EXPECT_EQ(Int("Width")->GetValue(), 800); // the current settings stay
     Command("DeviceReset");
     EXPECT_EQ(Int("Width")->GetValue(), static_cast<int64_t>(InitialUInt("Width")));
 }
@@ -215,7 +216,7 @@ TEST_F(RuntimeTest, ClockLatchAndReset) {
     EXPECT_GE(Runtime().TimestampNs(), static_cast<uint64_t>(t2));
     Command("TimestampReset");
     EXPECT_LT(timestamp->GetValue(), t2);
-    EXPECT_LT(timestamp->GetValue(), 1000000000);  // restarted from zero less than a second ago
+    EXPECT_LT(timestamp->GetValue(), 1000000000); // restarted from zero less than a second ago
     // DeviceUptime counts from power-up and ignores TimestampReset.
     EXPECT_LT(Int("DeviceUptime")->GetValue(), 5);
 }
@@ -353,20 +354,20 @@ TEST_F(RuntimeTest, FilesOpenReadWriteCloseDelete) {
     };
     Set("FileSelector", "UserFile1");
     EXPECT_EQ(Int("FileSize")->GetValue(), 0);
-    EXPECT_EQ(op("Read", 0, 4), "Failure");  // not open
+    EXPECT_EQ(op("Read", 0, 4), "Failure"); // not open
     Set("FileOpenMode", "Write");
     EXPECT_EQ(op("Open"), "Success");
-    EXPECT_EQ(op("Open"), "Failure");  // already open
+    EXPECT_EQ(op("Open"), "Failure"); // already open
     std::vector<uint8_t> bytes(512, 0);
     std::memcpy(bytes.data(), "hello", 5);
     buffer->Set(bytes.data(), 512);
     EXPECT_EQ(op("Write", 0, 5), "Success");
     EXPECT_EQ(Int("FileOperationResult")->GetValue(), 5);
-    EXPECT_EQ(op("Read", 0, 5), "Failure");  // opened for writing
-    EXPECT_EQ(op("Write", 4094, 5), "Overflow");  // 4 KiB file
+    EXPECT_EQ(op("Read", 0, 5), "Failure");      // opened for writing
+    EXPECT_EQ(op("Write", 4094, 5), "Overflow"); // 4 KiB file
     EXPECT_EQ(Int("FileOperationResult")->GetValue(), 2);
     EXPECT_EQ(Int("FileSize")->GetValue(), 4096);
-    EXPECT_EQ(op("Delete"), "Failure");  // still open
+    EXPECT_EQ(op("Delete"), "Failure"); // still open
     EXPECT_EQ(op("Close"), "Success");
     Set("FileOpenMode", "Read");
     EXPECT_EQ(op("Open"), "Success");
@@ -477,7 +478,7 @@ TEST_F(RuntimeTest, SequencerSetsSaveAndLoad) {
     Float("ExposureTime")->SetValue(1234);
     Command("SequencerSetSave");
     EXPECT_EQ(Enum("SequencerSetValid")->ToString(), "Yes");
-    EXPECT_EQ(Enum("SequencerConfigurationValid")->ToString(), "No");  // the start set (0) is not saved
+    EXPECT_EQ(Enum("SequencerConfigurationValid")->ToString(), "No"); // the start set (0) is not saved
     Float("ExposureTime")->SetValue(5000);
     Command("SequencerSetLoad");
     EXPECT_DOUBLE_EQ(Float("ExposureTime")->GetValue(), 1234);
@@ -491,7 +492,7 @@ TEST_F(RuntimeTest, RegisterChecksReportConsistency) {
     Command("DeviceRegistersCheck");
     EXPECT_TRUE(Bool("DeviceRegistersValid")->GetValue());
     // Only the port can make the registers inconsistent.
-    const uint8_t tooWide[4] = {0, 0, 0x10, 0};  // Width 4096
+    const uint8_t tooWide[4] = {0, 0, 0x10, 0}; // Width 4096
     camera->WritePort(vcam::reg::Width.address, tooWide, 4);
     Command("DeviceRegistersCheck");
     EXPECT_FALSE(Bool("DeviceRegistersValid")->GetValue());
@@ -546,8 +547,8 @@ TEST_F(RuntimeTest, BehavioursSeeCommandsBeforeTheRuntimeCompletesThem) {
     CCommandPtr start(Map().GetNode("AcquisitionStart"));
     start->Execute();
     ASSERT_EQ(behaviour->seen.size(), 1u);
-    EXPECT_EQ(behaviour->seen[0], 1);  // the command value, still there
-    EXPECT_TRUE(start->IsDone());       // nobody claimed it: the runtime completed it
+    EXPECT_EQ(behaviour->seen[0], 1); // the command value, still there
+    EXPECT_TRUE(start->IsDone());     // nobody claimed it: the runtime completed it
     // A claimed command stays pending until its behaviour completes it.
     Session().ClaimCommandRegister(vcam::reg::AcquisitionStart.address);
     start->Execute();
@@ -558,7 +559,7 @@ TEST_F(RuntimeTest, BehavioursSeeCommandsBeforeTheRuntimeCompletesThem) {
     EXPECT_TRUE(start->IsDone());
     Session().RemoveBehaviour(behaviour.get());
     start->Execute();
-    EXPECT_EQ(behaviour->seen.size(), 3u);  // the two executions and the port write, not the last
+    EXPECT_EQ(behaviour->seen.size(), 3u); // the two executions and the port write, not the last
 }
 
 } // namespace

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "virtual/VirtualCameraIdentity.h"
 #include "Orvane/Exception.h"
+#include "virtual/VirtualCameraIdentity.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraSetup.h"
 #include "virtual/VirtualCameraXml.h"
@@ -366,11 +366,10 @@ TEST_F(VirtualXml, EveryDomReferenceResolvesAndPIndexPointsAtASelector) {
                 if (type > ARV_GC_PROPERTY_NODE_TYPE_P_UNKNONW) {
                     ++references;
                     ArvGcNode* target = arv_gc_property_node_get_linked_node(p);
-                    EXPECT_NE(target, nullptr) << "dangling reference in "
-                                               << arv_dom_node_get_node_name(node) << " "
-                                               << (ARV_IS_GC_FEATURE_NODE(node)
-                                                       ? arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node))
-                                                       : "");
+                    EXPECT_NE(target, nullptr)
+                        << "dangling reference in " << arv_dom_node_get_node_name(node) << " "
+                        << (ARV_IS_GC_FEATURE_NODE(node) ? arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node))
+                                                         : "");
                     if (type == ARV_GC_PROPERTY_NODE_TYPE_P_INDEX && target != nullptr) {
                         ++indexes;
                         EXPECT_TRUE(ARV_IS_GC_ENUMERATION(target) || ARV_IS_GC_INTEGER(target));
@@ -387,7 +386,7 @@ TEST_F(VirtualXml, EveryDomReferenceResolvesAndPIndexPointsAtASelector) {
     EXPECT_GT(elements, 10000);
     EXPECT_GT(references, 1000);
     EXPECT_GT(indexes, 100);
-    EXPECT_EQ(visible + 1, static_cast<int>(vcam::kFeatureCount + vcam::kCategoryCount));  // TLParamsLocked is Invisible
+    EXPECT_EQ(visible + 1, static_cast<int>(vcam::kFeatureCount + vcam::kCategoryCount)); // TLParamsLocked is Invisible
 }
 
 TEST_F(VirtualXml, EveryRegisterOfTheHeaderIsTheXmlsRegister) {
@@ -466,9 +465,10 @@ TEST_F(VirtualXml, InitialValuesGiveTheDocumentedDefaults) {
     EXPECT_DOUBLE_EQ(Float("Gamma"), 1.0);
     EXPECT_EQ(Int("DeviceSFNCVersionMajor"), 2);
     // Line directions, and their formats.
-    const std::map<std::string, std::pair<std::string, std::string>> lines = {
-        {"Line0", {"Input", "OptoCoupled"}}, {"Line1", {"Output", "OptoCoupled"}},
-        {"Line2", {"Input", "TTL"}}, {"Line3", {"Input", "TTL"}}};
+    const std::map<std::string, std::pair<std::string, std::string>> lines = {{"Line0", {"Input", "OptoCoupled"}},
+                                                                              {"Line1", {"Output", "OptoCoupled"}},
+                                                                              {"Line2", {"Input", "TTL"}},
+                                                                              {"Line3", {"Input", "TTL"}}};
     for (const auto& l : lines) {
         SetStr("LineSelector", l.first.c_str());
         EXPECT_EQ(Str("LineMode"), l.second.first) << l.first;
@@ -535,8 +535,8 @@ TEST_F(VirtualXml, InitialValueTableIsConsistent) {
             if (v.address >= b.address && v.address + v.length <= b.address + b.length) {
                 inside = true;
                 const auto mem = Memory(v.address, v.length);
-                EXPECT_EQ(0, std::memcmp(mem.data(), vcam::kInitialBytes + b.offset + (v.address - b.address),
-                                         v.length))
+                EXPECT_EQ(0,
+                          std::memcmp(mem.data(), vcam::kInitialBytes + b.offset + (v.address - b.address), v.length))
                     << v.feature << " " << v.slot;
             }
         EXPECT_TRUE(inside) << v.feature;
@@ -631,26 +631,43 @@ TEST_F(VirtualXml, CommandsWriteTheirCommandValueIntoTheListedSlots) {
 // ---------------------------------------------------------------- enumerations
 
 TEST_F(VirtualXml, PixelFormatEntriesArePfncCodes) {
-    const std::map<std::string, int64_t> pfnc = {
-        {"Mono8", ARV_PIXEL_FORMAT_MONO_8},         {"Mono10", ARV_PIXEL_FORMAT_MONO_10},
-        {"Mono10p", 0x010A0046},                    {"Mono10Packed", ARV_PIXEL_FORMAT_MONO_10_PACKED},
-        {"Mono12", ARV_PIXEL_FORMAT_MONO_12},       {"Mono12p", 0x010C0047},
-        {"Mono12Packed", ARV_PIXEL_FORMAT_MONO_12_PACKED}, {"Mono16", ARV_PIXEL_FORMAT_MONO_16},
-        {"BayerRG8", ARV_PIXEL_FORMAT_BAYER_RG_8},  {"BayerGR8", ARV_PIXEL_FORMAT_BAYER_GR_8},
-        {"BayerGB8", ARV_PIXEL_FORMAT_BAYER_GB_8},  {"BayerBG8", ARV_PIXEL_FORMAT_BAYER_BG_8},
-        {"BayerRG10", ARV_PIXEL_FORMAT_BAYER_RG_10}, {"BayerGR10", ARV_PIXEL_FORMAT_BAYER_GR_10},
-        {"BayerGB10", ARV_PIXEL_FORMAT_BAYER_GB_10}, {"BayerBG10", ARV_PIXEL_FORMAT_BAYER_BG_10},
-        {"BayerRG12", ARV_PIXEL_FORMAT_BAYER_RG_12}, {"BayerGR12", ARV_PIXEL_FORMAT_BAYER_GR_12},
-        {"BayerGB12", ARV_PIXEL_FORMAT_BAYER_GB_12}, {"BayerBG12", ARV_PIXEL_FORMAT_BAYER_BG_12},
-        {"BayerRG16", ARV_PIXEL_FORMAT_BAYER_RG_16}, {"BayerGR16", ARV_PIXEL_FORMAT_BAYER_GR_16},
-        {"BayerGB16", ARV_PIXEL_FORMAT_BAYER_GB_16}, {"BayerBG16", ARV_PIXEL_FORMAT_BAYER_BG_16},
-        {"BayerRG10p", ARV_PIXEL_FORMAT_BAYER_RG_10P}, {"BayerGR10p", ARV_PIXEL_FORMAT_BAYER_GR_10P},
-        {"BayerGB10p", ARV_PIXEL_FORMAT_BAYER_GB_10P}, {"BayerBG10p", ARV_PIXEL_FORMAT_BAYER_BG_10P},
-        {"BayerRG12p", ARV_PIXEL_FORMAT_BAYER_RG_12P}, {"BayerGR12p", ARV_PIXEL_FORMAT_BAYER_GR_12P},
-        {"BayerGB12p", ARV_PIXEL_FORMAT_BAYER_GB_12P}, {"BayerBG12p", ARV_PIXEL_FORMAT_BAYER_BG_12P},
-        {"RGB8", ARV_PIXEL_FORMAT_RGB_8_PACKED},    {"BGR8", ARV_PIXEL_FORMAT_BGR_8_PACKED},
-        {"YUV422_8", ARV_PIXEL_FORMAT_YUV_422_YUYV_PACKED}, {"YUV422_8_UYVY", ARV_PIXEL_FORMAT_YUV_422_PACKED},
-        {"YCbCr422_8", 0x0210003B}};
+    const std::map<std::string, int64_t> pfnc = {{"Mono8", ARV_PIXEL_FORMAT_MONO_8},
+                                                 {"Mono10", ARV_PIXEL_FORMAT_MONO_10},
+                                                 {"Mono10p", 0x010A0046},
+                                                 {"Mono10Packed", ARV_PIXEL_FORMAT_MONO_10_PACKED},
+                                                 {"Mono12", ARV_PIXEL_FORMAT_MONO_12},
+                                                 {"Mono12p", 0x010C0047},
+                                                 {"Mono12Packed", ARV_PIXEL_FORMAT_MONO_12_PACKED},
+                                                 {"Mono16", ARV_PIXEL_FORMAT_MONO_16},
+                                                 {"BayerRG8", ARV_PIXEL_FORMAT_BAYER_RG_8},
+                                                 {"BayerGR8", ARV_PIXEL_FORMAT_BAYER_GR_8},
+                                                 {"BayerGB8", ARV_PIXEL_FORMAT_BAYER_GB_8},
+                                                 {"BayerBG8", ARV_PIXEL_FORMAT_BAYER_BG_8},
+                                                 {"BayerRG10", ARV_PIXEL_FORMAT_BAYER_RG_10},
+                                                 {"BayerGR10", ARV_PIXEL_FORMAT_BAYER_GR_10},
+                                                 {"BayerGB10", ARV_PIXEL_FORMAT_BAYER_GB_10},
+                                                 {"BayerBG10", ARV_PIXEL_FORMAT_BAYER_BG_10},
+                                                 {"BayerRG12", ARV_PIXEL_FORMAT_BAYER_RG_12},
+                                                 {"BayerGR12", ARV_PIXEL_FORMAT_BAYER_GR_12},
+                                                 {"BayerGB12", ARV_PIXEL_FORMAT_BAYER_GB_12},
+                                                 {"BayerBG12", ARV_PIXEL_FORMAT_BAYER_BG_12},
+                                                 {"BayerRG16", ARV_PIXEL_FORMAT_BAYER_RG_16},
+                                                 {"BayerGR16", ARV_PIXEL_FORMAT_BAYER_GR_16},
+                                                 {"BayerGB16", ARV_PIXEL_FORMAT_BAYER_GB_16},
+                                                 {"BayerBG16", ARV_PIXEL_FORMAT_BAYER_BG_16},
+                                                 {"BayerRG10p", ARV_PIXEL_FORMAT_BAYER_RG_10P},
+                                                 {"BayerGR10p", ARV_PIXEL_FORMAT_BAYER_GR_10P},
+                                                 {"BayerGB10p", ARV_PIXEL_FORMAT_BAYER_GB_10P},
+                                                 {"BayerBG10p", ARV_PIXEL_FORMAT_BAYER_BG_10P},
+                                                 {"BayerRG12p", ARV_PIXEL_FORMAT_BAYER_RG_12P},
+                                                 {"BayerGR12p", ARV_PIXEL_FORMAT_BAYER_GR_12P},
+                                                 {"BayerGB12p", ARV_PIXEL_FORMAT_BAYER_GB_12P},
+                                                 {"BayerBG12p", ARV_PIXEL_FORMAT_BAYER_BG_12P},
+                                                 {"RGB8", ARV_PIXEL_FORMAT_RGB_8_PACKED},
+                                                 {"BGR8", ARV_PIXEL_FORMAT_BGR_8_PACKED},
+                                                 {"YUV422_8", ARV_PIXEL_FORMAT_YUV_422_YUYV_PACKED},
+                                                 {"YUV422_8_UYVY", ARV_PIXEL_FORMAT_YUV_422_PACKED},
+                                                 {"YCbCr422_8", 0x0210003B}};
     const auto entries = Entries("PixelFormat");
     std::map<std::string, int64_t> got(entries.begin(), entries.end());
     for (const auto& p : pfnc) {
@@ -685,7 +702,8 @@ TEST_F(VirtualXml, PixelFormatEntriesArePfncCodes) {
 }
 
 TEST_F(VirtualXml, EnumerationValuesAreNotTheirPositions) {
-    const std::vector<std::pair<std::string, int64_t>> mode = {{"Continuous", 3}, {"SingleFrame", 1}, {"MultiFrame", 2}};
+    const std::vector<std::pair<std::string, int64_t>> mode = {
+        {"Continuous", 3}, {"SingleFrame", 1}, {"MultiFrame", 2}};
     EXPECT_EQ(Entries("AcquisitionMode"), mode);
     const std::vector<std::pair<std::string, int64_t>> trigger = {
         {"AcquisitionStart", 1}, {"FrameStart", 0}, {"FrameBurstStart", 2}};
@@ -757,10 +775,13 @@ TEST_F(VirtualXml, FrameRateAndFrameCountAvailability) {
 }
 
 TEST_F(VirtualXml, TransportLockFreezesThePayloadFeatures) {
-    const char* locked[] = {"Width", "Height", "PixelFormat", "OffsetX", "OffsetY", "BinningHorizontal",
-                            "BinningVertical", "DecimationHorizontal", "ChunkModeActive", "ChunkEnable",
+    const char* locked[] = {"Width",           "Height",
+                            "PixelFormat",     "OffsetX",
+                            "OffsetY",         "BinningHorizontal",
+                            "BinningVertical", "DecimationHorizontal",
+                            "ChunkModeActive", "ChunkEnable",
                             "AcquisitionMode", "GevSCPSPacketSize"};
-    SetStr("ChunkSelector", "FrameID");  // the Image chunk's ChunkEnable is always locked
+    SetStr("ChunkSelector", "FrameID"); // the Image chunk's ChunkEnable is always locked
     for (const char* f : locked) EXPECT_FALSE(Locked(f)) << f;
     SetInt("TLParamsLocked", 1);
     for (const char* f : locked) EXPECT_TRUE(Locked(f)) << f;
@@ -796,7 +817,7 @@ TEST_F(VirtualXml, TriggerFeaturesFollowTheirSelector) {
 
 TEST_F(VirtualXml, WidthMaxFollowsBinningAndOffsets) {
     SetInt("BinningHorizontal", 3);
-    EXPECT_EQ(Int("WidthMax"), 680);  // 2048 / 3 rounded down to the increment of 8
+    EXPECT_EQ(Int("WidthMax"), 680); // 2048 / 3 rounded down to the increment of 8
     SetInt("BinningHorizontal", 1);
     SetInt("OffsetX", 256);
     gint64 lo = 0, hi = 0;
@@ -867,10 +888,10 @@ TEST_F(VirtualXml, SelectorIndexedValuesAreStoredPerSelector) {
     SetStr("ColorTransformationSelector", "RGBtoYUV");
     SetStr("ColorTransformationValueSelector", "Offset2");
     SetFloat("ColorTransformationValue", -1.25);
-    const uint64_t bits = MemoryBE(vcam::reg::ColorTransformationValue.At(
-                                       vcam::value::ColorTransformationSelector::RGBtoYUV,
-                                       vcam::value::ColorTransformationValueSelector::Offset2),
-                                   8);
+    const uint64_t bits =
+        MemoryBE(vcam::reg::ColorTransformationValue.At(vcam::value::ColorTransformationSelector::RGBtoYUV,
+                                                        vcam::value::ColorTransformationValueSelector::Offset2),
+                 8);
     double d;
     std::memcpy(&d, &bits, 8);
     EXPECT_EQ(d, -1.25);
@@ -914,10 +935,10 @@ TEST_F(VirtualXml, ChunkFeaturesSitOnPortsWithTheHeadersChunkIds) {
         EXPECT_EQ(selector[i].first, vcam::kChunks[i].name);
         EXPECT_EQ(selector[i].second, vcam::kChunks[i].selectorValue);
     }
-    for (const char* required : {"FrameID", "Timestamp", "Width", "Height", "OffsetX", "OffsetY", "PixelFormat",
-                                 "ExposureTime", "Gain", "BlackLevel", "LinePitch", "LineStatusAll", "CounterValue",
-                                 "TimerValue", "SequencerSetActive", "PixelDynamicRangeMin", "PixelDynamicRangeMax",
-                                 "Image", "CRC"})
+    for (const char* required :
+         {"FrameID", "Timestamp", "Width", "Height", "OffsetX", "OffsetY", "PixelFormat", "ExposureTime", "Gain",
+          "BlackLevel", "LinePitch", "LineStatusAll", "CounterValue", "TimerValue", "SequencerSetActive",
+          "PixelDynamicRangeMin", "PixelDynamicRangeMax", "Image", "CRC"})
         EXPECT_TRUE(ids.count(required)) << required;
     int features = 0;
     for (const auto& cf : vcam::kChunkFeatures) {
@@ -969,8 +990,8 @@ TEST_F(VirtualXml, EventFeaturesSitOnPortsWithTheHeadersEventIds) {
         EXPECT_EQ(Int("EventSelector"), e.selectorValue);
         EXPECT_EQ(Str("EventNotification"), "Off");
     }
-    for (const char* required : {"ExposureEnd", "FrameStart", "FrameEnd", "AcquisitionStart", "AcquisitionEnd",
-                                 "Test", "Error"})
+    for (const char* required :
+         {"ExposureEnd", "FrameStart", "FrameEnd", "AcquisitionStart", "AcquisitionEnd", "Test", "Error"})
         EXPECT_TRUE(names.count(required)) << required;
     EXPECT_EQ(Entries("EventSelector").size(), std::size(vcam::kEvents));
     int features = 0;

@@ -55,7 +55,8 @@ orvNodeMapHandle orvctlSelectMap(OrvctlCamera* camera, const char* tl) {
     if (!tl) return orvctlInitCamera(camera) ? camera->device : NULL;
     if (strcmp(tl, "device") == 0) return camera->tlDevice;
     if (strcmp(tl, "stream") == 0)
-        return orvctlCheck(orvCameraGetTLStreamNodeMap(camera->camera, &map), "reading the stream node map") ? map : NULL;
+        return orvctlCheck(orvCameraGetTLStreamNodeMap(camera->camera, &map), "reading the stream node map") ? map
+                                                                                                             : NULL;
     fprintf(stderr, "orvctl: --tl takes device or stream\n");
     return NULL;
 }

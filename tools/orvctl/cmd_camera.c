@@ -63,8 +63,8 @@ int orvctlInfo(orvSystem system, int argc, char** argv) {
     int32_t access = -1;
     orvNodeMapHandle stream = NULL;
     static const char* const kFields[][2] = {
-        {"Vendor", "DeviceVendorName"}, {"Model", "DeviceModelName"}, {"Serial number", "DeviceSerialNumber"},
-        {"Version", "DeviceVersion"},   {"User id", "DeviceUserID"},  {"Transport", "DeviceType"},
+        {"Vendor", "DeviceVendorName"},         {"Model", "DeviceModelName"}, {"Serial number", "DeviceSerialNumber"},
+        {"Version", "DeviceVersion"},           {"User id", "DeviceUserID"},  {"Transport", "DeviceType"},
         {"Access status", "DeviceAccessStatus"}};
     size_t i;
     if (argc != 1) {
@@ -77,10 +77,13 @@ int orvctlInfo(orvSystem system, int argc, char** argv) {
         printf("%-22s %s\n", kFields[i][0], text);
     }
     length = sizeof text;
-    if (orvCameraGetDeviceID(camera.camera, text, &length) == ORVANE_ERR_SUCCESS) printf("%-22s %s\n", "Device id", text);
+    if (orvCameraGetDeviceID(camera.camera, text, &length) == ORVANE_ERR_SUCCESS)
+        printf("%-22s %s\n", "Device id", text);
     length = sizeof text;
-    if (orvCameraGetUniqueID(camera.camera, text, &length) == ORVANE_ERR_SUCCESS) printf("%-22s %s\n", "Unique id", text);
-    if (orvctlGetString(camera.tlDevice, "GevDeviceIPAddress", text, sizeof text)) printf("%-22s %s\n", "IP address", text);
+    if (orvCameraGetUniqueID(camera.camera, text, &length) == ORVANE_ERR_SUCCESS)
+        printf("%-22s %s\n", "Unique id", text);
+    if (orvctlGetString(camera.tlDevice, "GevDeviceIPAddress", text, sizeof text))
+        printf("%-22s %s\n", "IP address", text);
     if (!orvctlInitCamera(&camera)) {
         orvctlCloseCamera(&camera);
         return 1;
@@ -143,10 +146,14 @@ int orvctlFeatures(orvSystem system, int argc, char** argv) {
         return 2;
     }
     if (n == 1) {
-        if (strcmp(rest[0], "beginner") == 0) state.maxVisibility = ORV_VISIBILITY_BEGINNER;
-        else if (strcmp(rest[0], "expert") == 0) state.maxVisibility = ORV_VISIBILITY_EXPERT;
-        else if (strcmp(rest[0], "guru") == 0) state.maxVisibility = ORV_VISIBILITY_GURU;
-        else if (strcmp(rest[0], "all") == 0) state.maxVisibility = ORV_VISIBILITY_INVISIBLE;
+        if (strcmp(rest[0], "beginner") == 0)
+            state.maxVisibility = ORV_VISIBILITY_BEGINNER;
+        else if (strcmp(rest[0], "expert") == 0)
+            state.maxVisibility = ORV_VISIBILITY_EXPERT;
+        else if (strcmp(rest[0], "guru") == 0)
+            state.maxVisibility = ORV_VISIBILITY_GURU;
+        else if (strcmp(rest[0], "all") == 0)
+            state.maxVisibility = ORV_VISIBILITY_INVISIBLE;
         else {
             fprintf(stderr, "orvctl features: visibility is beginner, expert, guru or all\n");
             return 2;
@@ -249,7 +256,7 @@ int orvctlSet(orvSystem system, int argc, char** argv) {
             int32_t type = -1;
             orvNodeGetType(node, &type);
             error = type == NodeTypeCommand && strcmp(rest[1], "execute") == 0 ? orvCommandExecute(node)
-                                                                                : orvNodeFromString(node, rest[1]);
+                                                                               : orvNodeFromString(node, rest[1]);
             if (orvctlCheck(error, rest[0])) {
                 if (type != NodeTypeCommand && orvNodeToString(node, value, &length) == ORVANE_ERR_SUCCESS)
                     printf("%s = %s\n", rest[0], value);

@@ -163,8 +163,9 @@ static int parseOptions(int argc, char** argv, GrabOptions* o) {
         } else if (a[0] != '-' && !o->serial) {
             o->serial = a;
         } else {
-            static const char* const kTakeValues[] = {"-n",      "--timeout",   "--pixel-format", "--set", "--trigger",
-                                                      "--convert", "--algorithm", "--save",         "--format"};
+            static const char* const kTakeValues[] = {"-n",          "--timeout", "--pixel-format",
+                                                      "--set",       "--trigger", "--convert",
+                                                      "--algorithm", "--save",    "--format"};
             size_t v;
             int needsValue = 0;
             for (v = 0; v < sizeof kTakeValues / sizeof kTakeValues[0]; ++v)
@@ -283,7 +284,8 @@ static int printStatistics(orvImage image, orvImageStatistics statistics, uint64
         float mean = 0;
         if (!orvctlCheck(orvImageStatisticsGetRange(statistics, kChannels[i].channel, &min, &max),
                          "reading the statistics") ||
-            !orvctlCheck(orvImageStatisticsGetMean(statistics, kChannels[i].channel, &mean), "reading the statistics")) {
+            !orvctlCheck(orvImageStatisticsGetMean(statistics, kChannels[i].channel, &mean),
+                         "reading the statistics")) {
             printf("\n");
             return 0;
         }

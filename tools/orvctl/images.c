@@ -32,13 +32,11 @@ int orvctlPixelFormatByName(const char* name, orvPixelFormat* format) {
 static const struct {
     const char* name;
     orvColorProcessingAlgorithm value;
-} kAlgorithms[] = {{"default", ORV_COLOR_PROCESSING_DEFAULT},
-                   {"none", ORV_COLOR_PROCESSING_NONE},
-                   {"nearest", ORV_COLOR_PROCESSING_NEAREST_NEIGHBOR},
-                   {"bilinear", ORV_COLOR_PROCESSING_BILINEAR},
-                   {"edge-aware", ORV_COLOR_PROCESSING_EDGE_AWARE},
-                   {"gradient-corrected", ORV_COLOR_PROCESSING_GRADIENT_CORRECTED},
-                   {"directional", ORV_COLOR_PROCESSING_DIRECTIONAL}};
+} kAlgorithms[] = {
+    {"default", ORV_COLOR_PROCESSING_DEFAULT},          {"none", ORV_COLOR_PROCESSING_NONE},
+    {"nearest", ORV_COLOR_PROCESSING_NEAREST_NEIGHBOR}, {"bilinear", ORV_COLOR_PROCESSING_BILINEAR},
+    {"edge-aware", ORV_COLOR_PROCESSING_EDGE_AWARE},    {"gradient-corrected", ORV_COLOR_PROCESSING_GRADIENT_CORRECTED},
+    {"directional", ORV_COLOR_PROCESSING_DIRECTIONAL}};
 
 int orvctlAlgorithmByName(const char* name, orvColorProcessingAlgorithm* algorithm) {
     size_t i;
@@ -58,10 +56,10 @@ static const struct {
     const char* name;
     const char* extension;
     orvImageFileFormat format;
-} kFormats[] = {{"png", "png", ORV_FILE_FORMAT_PNG},   {"jpeg", "jpg", ORV_FILE_FORMAT_JPEG},
-                {"jpg", "jpg", ORV_FILE_FORMAT_JPEG},  {"tiff", "tif", ORV_FILE_FORMAT_TIFF},
-                {"bmp", "bmp", ORV_FILE_FORMAT_BMP},   {"ppm", "ppm", ORV_FILE_FORMAT_PPM},
-                {"pgm", "pgm", ORV_FILE_FORMAT_PGM},   {"jp2", "jp2", ORV_FILE_FORMAT_JPEG2000},
+} kFormats[] = {{"png", "png", ORV_FILE_FORMAT_PNG},  {"jpeg", "jpg", ORV_FILE_FORMAT_JPEG},
+                {"jpg", "jpg", ORV_FILE_FORMAT_JPEG}, {"tiff", "tif", ORV_FILE_FORMAT_TIFF},
+                {"bmp", "bmp", ORV_FILE_FORMAT_BMP},  {"ppm", "ppm", ORV_FILE_FORMAT_PPM},
+                {"pgm", "pgm", ORV_FILE_FORMAT_PGM},  {"jp2", "jp2", ORV_FILE_FORMAT_JPEG2000},
                 {"raw", "raw", ORV_FILE_FORMAT_RAW}};
 
 int orvctlFileFormatByName(const char* name, orvImageFileFormat* format, const char** extension) {

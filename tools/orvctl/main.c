@@ -51,7 +51,8 @@ static const OrvctlCommand kCommands[] = {
      orvctlGrab},
     {"convert", "write the images of an image list file as image files",
      "orvctl [options] convert LIST OUT [--convert PIXELFORMAT] [--algorithm NAME] [--format FMT]\n\n"
-     "LIST is an image list file (as ImageList::Save or orvImageListSave writes). OUT is a directory (files image-0000.png,\n"
+     "LIST is an image list file (as ImageList::Save or orvImageListSave writes). OUT is a directory (files "
+     "image-0000.png,\n"
      "...), or a file name (one image; several get -0000, -0001, ... before the extension).\n"
      "--convert    pixel format to convert to first (GenICam name: Mono8, RGB8, BGR8, ...)\n"
      "--algorithm  demosaicing for Bayer images: default, none, nearest, bilinear, edge-aware,\n"
@@ -128,7 +129,8 @@ static int applyOptions(orvSystem system, const OrvctlOptions* options) {
     if (options->virtualCameras >= 0) {
         orvNodeHandle node = NULL;
         if (!orvctlCheck(orvNodeMapGetNode(map, "VirtualCameraCount", &node), "setting the virtual camera count") ||
-            !node || !orvctlCheck(orvIntegerSetValue(node, options->virtualCameras), "setting the virtual camera count"))
+            !node ||
+            !orvctlCheck(orvIntegerSetValue(node, options->virtualCameras), "setting the virtual camera count"))
             return 0;
     }
     return 1;

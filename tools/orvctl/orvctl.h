@@ -10,8 +10,8 @@
 
 /* Options common to every command. */
 typedef struct {
-    const char* transports;  /* comma list: virtual, gige, usb3, all; NULL keeps the default */
-    int virtualCameras;      /* -1 keeps the default */
+    const char* transports; /* comma list: virtual, gige, usb3, all; NULL keeps the default */
+    int virtualCameras;     /* -1 keeps the default */
 } OrvctlOptions;
 
 /* A command: name, one-line summary, usage text, and its entry point, which
@@ -47,7 +47,7 @@ typedef struct {
     orvCameraList list;
     orvCamera camera;
     orvNodeMapHandle tlDevice;
-    orvNodeMapHandle device;  /* after orvctlInitCamera */
+    orvNodeMapHandle device; /* after orvctlInitCamera */
     int initialised;
 } OrvctlCamera;
 

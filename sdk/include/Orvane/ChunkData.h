@@ -89,18 +89,18 @@ public:
     int64_t GetScanLineSelector() const;               // ChunkScanLineSelector
     int64_t GetEncoderValue() const;                   // ChunkEncoderValue
 
-    double GetExposureTime() const;                    // ChunkExposureTime
-    double GetCompressionRatio() const;                // ChunkCompressionRatio
-    double GetGain() const;                            // ChunkGain
-    double GetBlackLevel() const;                      // ChunkBlackLevel
-    double GetTimerValue() const;                      // ChunkTimerValue
-    double GetScan3dCoordinateScale() const;           // ChunkScan3dCoordinateScale
-    double GetScan3dCoordinateOffset() const;          // ChunkScan3dCoordinateOffset
-    double GetScan3dCoordinateReferenceValue() const;  // ChunkScan3dCoordinateReferenceValue
-    double GetScan3dInvalidDataValue() const;          // ChunkScan3dInvalidDataValue
-    double GetScan3dAxisMin() const;                   // ChunkScan3dAxisMin
-    double GetScan3dAxisMax() const;                   // ChunkScan3dAxisMax
-    double GetScan3dTransformValue() const;            // ChunkScan3dTransformValue
+    double GetExposureTime() const;                   // ChunkExposureTime
+    double GetCompressionRatio() const;               // ChunkCompressionRatio
+    double GetGain() const;                           // ChunkGain
+    double GetBlackLevel() const;                     // ChunkBlackLevel
+    double GetTimerValue() const;                     // ChunkTimerValue
+    double GetScan3dCoordinateScale() const;          // ChunkScan3dCoordinateScale
+    double GetScan3dCoordinateOffset() const;         // ChunkScan3dCoordinateOffset
+    double GetScan3dCoordinateReferenceValue() const; // ChunkScan3dCoordinateReferenceValue
+    double GetScan3dInvalidDataValue() const;         // ChunkScan3dInvalidDataValue
+    double GetScan3dAxisMin() const;                  // ChunkScan3dAxisMin
+    double GetScan3dAxisMax() const;                  // ChunkScan3dAxisMax
+    double GetScan3dTransformValue() const;           // ChunkScan3dTransformValue
 
     // Generic access by item: whether the image carries it, and its value
     // (ORVANE_ERR_NO_DATA when absent, ORVANE_ERR_OUT_OF_RANGE for an item
@@ -118,8 +118,8 @@ private:
 
     int64_t m_integers[IntegerItemCount];
     double m_floats[FloatItemCount];
-    uint32_t m_integerPresent = 0;  // bit i: m_integers[i] holds a value
-    uint32_t m_floatPresent = 0;    // bit i: m_floats[i] holds a value
+    uint32_t m_integerPresent = 0; // bit i: m_integers[i] holds a value
+    uint32_t m_floatPresent = 0;   // bit i: m_floats[i] holds a value
 };
 
 } // namespace Orvane

@@ -21,25 +21,25 @@ typedef enum _orvErrorCode {
     ORVANE_ERR_BUFFER_TOO_SMALL = -1013,  /* a caller's text buffer cannot hold the result */
 
     /* SDK: general */
-    ORVANE_ERR_NOT_IMPLEMENTED = -1003,   /* the operation does not exist for this object */
-    ORVANE_ERR_RESOURCE_IN_USE = -1004,   /* the object is busy (streaming, opened elsewhere) */
-    ORVANE_ERR_ACCESS_DENIED = -1005,     /* the device or feature refuses this access */
-    ORVANE_ERR_INVALID_ID = -1007,        /* no object has this id, serial number or name */
-    ORVANE_ERR_NO_DATA = -1008,           /* the requested data is absent (e.g. a chunk) */
-    ORVANE_ERR_ABORT = -1010,             /* the operation was aborted (acquisition ended) */
-    ORVANE_ERR_INVALID_BUFFER = -1011,    /* a buffer is missing, too small or corrupt */
-    ORVANE_ERR_TIMEOUT = -1012,           /* a wait ended before its condition was met */
-    ORVANE_ERR_IO = -1014,                /* file or device input/output failed */
-    ORVANE_ERR_OUT_OF_RANGE = -1015,      /* an index or value lies outside its range */
-    ORVANE_ERR_NOT_AVAILABLE = -1016,     /* the object exists but cannot be used now */
+    ORVANE_ERR_NOT_IMPLEMENTED = -1003,        /* the operation does not exist for this object */
+    ORVANE_ERR_RESOURCE_IN_USE = -1004,        /* the object is busy (streaming, opened elsewhere) */
+    ORVANE_ERR_ACCESS_DENIED = -1005,          /* the device or feature refuses this access */
+    ORVANE_ERR_INVALID_ID = -1007,             /* no object has this id, serial number or name */
+    ORVANE_ERR_NO_DATA = -1008,                /* the requested data is absent (e.g. a chunk) */
+    ORVANE_ERR_ABORT = -1010,                  /* the operation was aborted (acquisition ended) */
+    ORVANE_ERR_INVALID_BUFFER = -1011,         /* a buffer is missing, too small or corrupt */
+    ORVANE_ERR_TIMEOUT = -1012,                /* a wait ended before its condition was met */
+    ORVANE_ERR_IO = -1014,                     /* file or device input/output failed */
+    ORVANE_ERR_OUT_OF_RANGE = -1015,           /* an index or value lies outside its range */
+    ORVANE_ERR_NOT_AVAILABLE = -1016,          /* the object exists but cannot be used now */
     ORVANE_ERR_CAMERA_NOT_INITIALIZED = -1017, /* the camera must be initialised first */
-    ORVANE_ERR_NOT_STREAMING = -1018,     /* the camera's stream is not running */
-    ORVANE_ERR_INVALID_ARGUMENT = -1019,  /* an argument's value is not acceptable */
-    ORVANE_ERR_NOT_SUPPORTED = -1020,     /* valid, but not supported (e.g. a conversion pair) */
-    ORVANE_ERR_CORRUPT_DATA = -1021,      /* data failed its integrity check (file, CRC) */
-    ORVANE_ERR_DEVICE_LOST = -1022,       /* the device stopped answering */
-    ORVANE_ERR_OUT_OF_MEMORY = -1023,     /* an allocation failed */
-    ORVANE_ERR_INVALID_STATE = -1024,     /* the object is in the wrong state for this call */
+    ORVANE_ERR_NOT_STREAMING = -1018,          /* the camera's stream is not running */
+    ORVANE_ERR_INVALID_ARGUMENT = -1019,       /* an argument's value is not acceptable */
+    ORVANE_ERR_NOT_SUPPORTED = -1020,          /* valid, but not supported (e.g. a conversion pair) */
+    ORVANE_ERR_CORRUPT_DATA = -1021,           /* data failed its integrity check (file, CRC) */
+    ORVANE_ERR_DEVICE_LOST = -1022,            /* the device stopped answering */
+    ORVANE_ERR_OUT_OF_MEMORY = -1023,          /* an allocation failed */
+    ORVANE_ERR_INVALID_STATE = -1024,          /* the object is in the wrong state for this call */
 
     /* SDK: GenApi node maps */
     ORVANE_ERR_GENICAM_GENERIC = -2001,          /* GenApi failure without a finer code */

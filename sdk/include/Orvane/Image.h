@@ -31,7 +31,7 @@ namespace internal {
 class ImageAccess;
 class ImageBufferOwner;
 class ChunkDecoder;
-}
+} // namespace internal
 
 class ORVANE_API Image {
 public:
@@ -160,7 +160,7 @@ private:
     void Shape(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat, void* pData,
                TLPayloadType payloadType, size_t dataSize);
     void CheckData(const char* function) const;
-    void DecodeChunks() const;  // with m_chunkMutex held
+    void DecodeChunks() const; // with m_chunkMutex held
 
     size_t m_width = 0, m_height = 0, m_offsetX = 0, m_offsetY = 0, m_paddingX = 0, m_paddingY = 0;
     PixelFormatEnums m_pixelFormat = UNKNOWN_PIXELFORMAT;
@@ -176,9 +176,9 @@ private:
     size_t m_bufferSize = 0;
     size_t m_imageSize = 0;
     void* m_privateData = nullptr;
-    std::shared_ptr<void> m_storage;                        // keeps the memory alive (owned or stream buffer)
-    std::shared_ptr<internal::ImageBufferOwner> m_owner;    // stream images: where Release hands the buffer back
-    std::shared_ptr<const internal::ChunkDecoder> m_chunkDecoder;  // stream images: the camera's chunk decoder
+    std::shared_ptr<void> m_storage;                              // keeps the memory alive (owned or stream buffer)
+    std::shared_ptr<internal::ImageBufferOwner> m_owner;          // stream images: where Release hands the buffer back
+    std::shared_ptr<const internal::ChunkDecoder> m_chunkDecoder; // stream images: the camera's chunk decoder
     // Chunk data, decoded once on first use or given (images loaded from
     // files); m_chunkMutex guards the four below.
     mutable std::mutex m_chunkMutex;

@@ -34,7 +34,7 @@ class Image;
 namespace internal {
 struct ImageStatisticsData;
 class ImageStatisticsAccess;
-}
+} // namespace internal
 
 class ORVANE_API ImageStatistics {
 public:

@@ -29,7 +29,7 @@ class SystemCore;
 struct LibraryVersion {
     int32_t major;
     int32_t minor;
-    int32_t type;   // 0 release, 1 beta, 2 development build
+    int32_t type; // 0 release, 1 beta, 2 development build
     int32_t build;
 };
 
@@ -73,7 +73,7 @@ private:
     explicit System(std::shared_ptr<internal::SystemCore> core);
     internal::SystemCore& Core() const;
 
-    std::shared_ptr<internal::SystemCore> m_core;  // null after ReleaseInstance
+    std::shared_ptr<internal::SystemCore> m_core; // null after ReleaseInstance
 };
 
 } // namespace Orvane

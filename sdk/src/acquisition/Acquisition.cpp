@@ -48,22 +48,21 @@ void SetParamsLocked(GenApi::INodeMap& map, int64_t value) {
 
 void Execute(GenApi::INodeMap& map, const char* name, const std::string& camera) {
     auto* command = dynamic_cast<GenApi::ICommand*>(NodeOf(map, name));
-    if (!command)
-        ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, "camera " + camera + " has no " + name + " command");
+    if (!command) ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, "camera " + camera + " has no " + name + " command");
     command->Execute();
 }
 
 void LogFailure(const std::string& camera, const char* what, const std::exception& e) {
-    LoggerWrapper::LoggingWarning(("camera " + camera + ": " + what + " failed while ending the acquisition: " +
-                                   e.what()).c_str(),
-                                  "Acquisition");
+    LoggerWrapper::LoggingWarning(
+        ("camera " + camera + ": " + what + " failed while ending the acquisition: " + e.what()).c_str(),
+        "Acquisition");
 }
 
 } // namespace
 
 Acquisition& Acquisition::Of(CameraControl& control) {
-    return static_cast<Acquisition&>(control.Acquisition(
-        [](CameraControl& c) { return std::unique_ptr<AcquisitionHooks>(new Acquisition(c)); }));
+    return static_cast<Acquisition&>(
+        control.Acquisition([](CameraControl& c) { return std::unique_ptr<AcquisitionHooks>(new Acquisition(c)); }));
 }
 
 Acquisition::Acquisition(CameraControl& control) : m_control(control), m_pool(ImageLeasePool::Create()) {
@@ -163,8 +162,10 @@ void Acquisition::Begin() {
         run->Open();
         Execute(map, "AcquisitionStart", name);
     } catch (...) {
-        if (run) run->Close();
-        else if (engine) engine->CloseStream();
+        if (run)
+            run->Close();
+        else if (engine)
+            engine->CloseStream();
         if (paramsLocked) {
             try {
                 SetParamsLocked(map, 0);
@@ -186,8 +187,7 @@ void Acquisition::Begin() {
 void Acquisition::End() {
     std::lock_guard<std::mutex> guard(m_beginEnd);
     std::shared_ptr<StreamRun> run = CurrentRun();
-    if (!run)
-        ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_control.Core().Info().deviceId + " is not streaming");
+    if (!run) ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_control.Core().Info().deviceId + " is not streaming");
     EndLocked(run);
 }
 
@@ -237,8 +237,8 @@ ImagePtr Acquisition::Next(uint64_t timeoutMs, uint64_t streamIndex) {
                                                " does not exist");
     std::shared_ptr<StreamRun> run = CurrentRun();
     if (!run)
-        ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_control.Core().Info().deviceId +
-                                                " is not streaming (call BeginAcquisition first)");
+        ORV_RAISE(ORVANE_ERR_NOT_STREAMING,
+                  "camera " + m_control.Core().Info().deviceId + " is not streaming (call BeginAcquisition first)");
     return run->Next(timeoutMs);
 }
 

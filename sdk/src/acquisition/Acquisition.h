@@ -80,15 +80,15 @@ private:
     void EndLocked(const std::shared_ptr<StreamRun>& run);
 
     CameraControl& m_control;
-    std::mutex m_beginEnd;  // serialises Begin and End (see the header comment)
+    std::mutex m_beginEnd; // serialises Begin and End (see the header comment)
     mutable std::mutex m_runMutex;
     std::shared_ptr<StreamRun> m_run;
-    std::shared_ptr<VirtualStreamEngine> m_runEngine;        // the engine of the running acquisition
-    std::shared_ptr<DeviceSession> m_runSession;             // the session of the running acquisition
-    std::shared_ptr<ImageLeasePool> m_pool;                  // the camera's pooled images
-    std::weak_ptr<VirtualStreamEngine> m_engine;             // the engine attached to the current session
+    std::shared_ptr<VirtualStreamEngine> m_runEngine; // the engine of the running acquisition
+    std::shared_ptr<DeviceSession> m_runSession;      // the session of the running acquisition
+    std::shared_ptr<ImageLeasePool> m_pool;           // the camera's pooled images
+    std::weak_ptr<VirtualStreamEngine> m_engine;      // the engine attached to the current session
     const DeviceSession* m_engineSession = nullptr;
-    std::shared_ptr<DeviceChunkDecoder> m_decoder;           // the chunk decoder of the current session
+    std::shared_ptr<DeviceChunkDecoder> m_decoder; // the chunk decoder of the current session
 };
 
 } // namespace internal

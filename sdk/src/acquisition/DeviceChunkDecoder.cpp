@@ -66,12 +66,13 @@ bool DeviceChunkDecoder::ChunkStart(const uint8_t* payload, size_t payloadSize, 
     // follows it is copied.
     size_t first = 0, firstLength = 0;
     bool any = false;
-    if (!WalkChunks(payload, payloadSize, [&](const ChunkEntry& e) {
-            first = e.offset;
-            firstLength = e.length;
-            any = true;
-            return true;
-        }) ||
+    if (!WalkChunks(payload, payloadSize,
+                    [&](const ChunkEntry& e) {
+                        first = e.offset;
+                        firstLength = e.length;
+                        any = true;
+                        return true;
+                    }) ||
         !any)
         return false;
     begin = (first == 0 && firstLength >= imageSize && imageSize > 0) ? firstLength + kChunkTrailerBytes : 0;
@@ -81,8 +82,7 @@ bool DeviceChunkDecoder::ChunkStart(const uint8_t* payload, size_t payloadSize, 
 bool DeviceChunkDecoder::ReadCrc(const uint8_t* payload, size_t payloadSize, size_t imageSize, uint32_t& crc) const {
     if (!m_crc) return false;
     std::shared_ptr<DeviceSession> session = m_session.lock();
-    if (!session)
-        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + m_cameraName + " was closed");
+    if (!session) ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + m_cameraName + " was closed");
     size_t begin = 0;
     if (!ChunkStart(payload, payloadSize, imageSize, begin)) return false;
     GenApi::impl::ArvNodeMap& map = session->NodeMap();
@@ -107,10 +107,10 @@ void DeviceChunkDecoder::Decode(const uint8_t* payload, size_t payloadSize, size
                                 ChunkCrc& crc) const {
     std::shared_ptr<DeviceSession> session = m_session.lock();
     if (!session)
-        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + m_cameraName +
-                                                " was closed: its images' chunk data can no longer be decoded");
+        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE,
+                  "camera " + m_cameraName + " was closed: its images' chunk data can no longer be decoded");
     size_t begin = 0;
-    if (!ChunkStart(payload, payloadSize, imageSize, begin)) return;  // no chunk layout: nothing to decode
+    if (!ChunkStart(payload, payloadSize, imageSize, begin)) return; // no chunk layout: nothing to decode
 
     GenApi::impl::ArvNodeMap& map = session->NodeMap();
     NodeMapBase::MapLock lock(map);
@@ -119,7 +119,8 @@ void DeviceChunkDecoder::Decode(const uint8_t* payload, size_t payloadSize, size
     m_attached = true;
     for (int i = 0; i < ChunkData::IntegerItemCount; ++i) {
         int64_t v = 0;
-        if (ReadNumber(m_integers[i], v)) ChunkDataAccess::SetInteger(values, static_cast<ChunkData::IntegerItem>(i), v);
+        if (ReadNumber(m_integers[i], v))
+            ChunkDataAccess::SetInteger(values, static_cast<ChunkData::IntegerItem>(i), v);
     }
     for (int i = 0; i < ChunkData::FloatItemCount; ++i) {
         double v = 0;

@@ -58,9 +58,9 @@ private:
     // Where the chunks after the image start; false without a chunk layout.
     static bool ChunkStart(const uint8_t* payload, size_t payloadSize, size_t imageSize, size_t& begin);
 
-    mutable std::vector<uint8_t> m_chunks;  // the attached copy; node map lock
-    mutable std::vector<uint8_t> m_crcChunks;  // ReadCrc's copy; node map lock
-    mutable bool m_attached = false;        // node map lock
+    mutable std::vector<uint8_t> m_chunks;    // the attached copy; node map lock
+    mutable std::vector<uint8_t> m_crcChunks; // ReadCrc's copy; node map lock
+    mutable bool m_attached = false;          // node map lock
 };
 
 } // namespace internal

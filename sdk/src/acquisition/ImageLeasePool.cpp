@@ -20,9 +20,13 @@ struct PoolAllocator {
     T* allocate(size_t n) { return static_cast<T*>(pool->Allocate(n * sizeof(T))); }
     void deallocate(T* p, size_t n) { pool->Deallocate(p, n * sizeof(T)); }
     template <class U>
-    bool operator==(const PoolAllocator<U>& other) const { return pool == other.pool; }
+    bool operator==(const PoolAllocator<U>& other) const {
+        return pool == other.pool;
+    }
     template <class U>
-    bool operator!=(const PoolAllocator<U>& other) const { return pool != other.pool; }
+    bool operator!=(const PoolAllocator<U>& other) const {
+        return pool != other.pool;
+    }
 
     std::shared_ptr<ImageLeasePool> pool;
 };
@@ -59,7 +63,7 @@ void* ImageLeasePool::Allocate(size_t bytes) {
                 return block;
             }
             ++m_allocated;
-            m_free.reserve(m_allocated);  // Deallocate never allocates
+            m_free.reserve(m_allocated); // Deallocate never allocates
         }
     }
     return ::operator new(bytes);

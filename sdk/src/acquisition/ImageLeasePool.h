@@ -46,9 +46,9 @@ public:
 private:
     ImageLeasePool() = default;
 
-    mutable std::mutex m_mutex;  // guards the three below
+    mutable std::mutex m_mutex; // guards the three below
     std::vector<void*> m_free;
-    size_t m_blockSize = 0;      // the size of pooled blocks (fixed by the first request)
+    size_t m_blockSize = 0; // the size of pooled blocks (fixed by the first request)
     size_t m_allocated = 0;
 };
 

@@ -48,7 +48,7 @@ TLPayloadType TLPayloadTypeOf(uint32_t code) {
     case 0x0002: return PayloadType_RawData;
     case 0x0003: return PayloadType_File;
     case 0x0004: return PayloadType_ChunkOnly;
-    case 0x0005: return PayloadType_ChunkData;  // extended chunk data (deprecated code)
+    case 0x0005: return PayloadType_ChunkData; // extended chunk data (deprecated code)
     case 0x0006: return PayloadType_JPEG;
     case 0x0007: return PayloadType_JPEG2000;
     case 0x0008: return PayloadType_H264;
@@ -97,8 +97,7 @@ std::shared_ptr<StreamRun> StreamRun::Create(StreamRunConfig config) {
 }
 
 StreamRun::StreamRun(StreamRunConfig config)
-    : m_config(std::move(config)),
-      m_stats(m_config.state->statistics),
+    : m_config(std::move(config)), m_stats(m_config.state->statistics),
       m_queue(static_cast<size_t>(m_config.bufferCount)) {
     for (int& id : m_infoIds) id = -1;
 }
@@ -131,9 +130,9 @@ void StreamRun::Open() {
                          "packet-timeout", timeoutUs, nullptr);
         }
     }
-    static const char* const names[InfoCount] = {"n_underruns",        "n_missing_frames", "n_received_packets",
-                                                  "n_missing_packets",  "n_resend_requests", "n_resent_packets",
-                                                  "n_duplicated_packets", "n_timeouts"};
+    static const char* const names[InfoCount] = {"n_underruns",          "n_missing_frames",  "n_received_packets",
+                                                 "n_missing_packets",    "n_resend_requests", "n_resent_packets",
+                                                 "n_duplicated_packets", "n_timeouts"};
     ArvStream* stream = m_stream.load();
     // USB3 Vision streams complete buffers without a callback in their
     // asynchronous mode: the delivery thread pops those itself.
@@ -301,7 +300,7 @@ void StreamRun::RecordFromBuffer(ArvBuffer* buffer, StreamSlot& slot) {
 
 void StreamRun::OnBuffer(ArvBuffer* buffer) {
     StreamSlot* slot = StreamSlot::Of(buffer);
-    g_object_unref(buffer);  // the reference the stream held; the slot keeps its own
+    g_object_unref(buffer); // the reference the stream held; the slot keeps its own
     if (!slot) return;
     slot->HandOff();
     if (!m_config.isVirtual) RecordFromBuffer(buffer, *slot);
@@ -367,12 +366,12 @@ void StreamRun::CheckCrc(StreamSlot& slot) {
     const size_t payload = std::min(r.validPayloadSize, slot.Capacity());
     if (!info) return;
     const size_t imageSize = PackedImageBytes(*info, r.width, r.height);
-    if (imageSize >= payload) return;  // no chunks
+    if (imageSize >= payload) return; // no chunks
     uint32_t expected = 0;
     try {
         if (!m_config.crcChecker->ReadCrc(slot.Data(), payload, imageSize, expected)) return;
     } catch (const Exception&) {
-        return;  // the camera was closed
+        return; // the camera was closed
     }
     if (Crc32(slot.Data(), imageSize) != expected) {
         r.status = IMAGE_STATUS_CRC_FAILED;
@@ -382,7 +381,7 @@ void StreamRun::CheckCrc(StreamSlot& slot) {
 }
 
 void StreamRun::UpdateTransportStatistics() {
-    if (m_config.isVirtual) return;  // a virtual camera has no packets
+    if (m_config.isVirtual) return; // a virtual camera has no packets
     ArvStream* stream = m_stream.load();
     auto info = [this, stream](Info which) -> uint64_t {
         return m_infoIds[which] >= 0 ? arv_stream_get_info_uint64(stream, static_cast<guint>(m_infoIds[which])) : 0;
@@ -414,8 +413,8 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
             }
             if (forever) {
                 m_ready.wait(lock);
-            } else if (m_ready.wait_until(lock, deadline) == std::cv_status::timeout && m_queue.Empty() &&
-                       !m_ended && !m_lost) {
+            } else if (m_ready.wait_until(lock, deadline) == std::cv_status::timeout && m_queue.Empty() && !m_ended &&
+                       !m_lost) {
                 failure = ORVANE_ERR_TIMEOUT;
                 break;
             }
@@ -429,12 +428,13 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
     switch (failure) {
     case ORVANE_ERR_SUCCESS: break;
     case ORVANE_ERR_ABORT:
-        ORV_RAISE(ORVANE_ERR_ABORT, "camera " + m_config.cameraName + ": the acquisition ended while waiting for an image");
+        ORV_RAISE(ORVANE_ERR_ABORT,
+                  "camera " + m_config.cameraName + ": the acquisition ended while waiting for an image");
     case ORVANE_ERR_DEVICE_LOST:
         ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + m_config.cameraName + " was lost: no more images will arrive");
     default:
-        ORV_RAISE(ORVANE_ERR_TIMEOUT, "camera " + m_config.cameraName + ": no image arrived within " +
-                                          std::to_string(timeoutMs) + " ms");
+        ORV_RAISE(ORVANE_ERR_TIMEOUT,
+                  "camera " + m_config.cameraName + ": no image arrived within " + std::to_string(timeoutMs) + " ms");
     }
     if (m_config.crcChecker) CheckCrc(*slot);
     ImagePtr image = m_config.pool->NewImage();

@@ -69,8 +69,8 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -89,13 +89,13 @@ class ImageLeasePool;
 
 struct StreamRunConfig {
     std::shared_ptr<DeviceSession> session;
-    StreamState* state = nullptr;         // the camera's stream settings and statistics
+    StreamState* state = nullptr; // the camera's stream settings and statistics
     int64_t bufferCount = 10;
     BufferHandlingMode handlingMode = BufferHandlingMode::OldestFirst;
-    size_t payloadSize = 0;               // bytes per buffer
-    bool isVirtual = false;               // frames come from a virtual camera (records made by its fill hook)
-    bool packetResend = true;             // GigE Vision
-    int64_t packetTimeoutMs = 20;         // GigE Vision
+    size_t payloadSize = 0;       // bytes per buffer
+    bool isVirtual = false;       // frames come from a virtual camera (records made by its fill hook)
+    bool packetResend = true;     // GigE Vision
+    int64_t packetTimeoutMs = 20; // GigE Vision
     // The image format when the acquisition started (metadata of frames that
     // lost their leader).
     FrameRecord expected;
@@ -106,7 +106,7 @@ struct StreamRunConfig {
     // map's lock to read ChunkCRC); a mismatch makes the frame
     // IMAGE_STATUS_CRC_FAILED (and counts it incomplete).
     std::shared_ptr<const DeviceChunkDecoder> crcChecker;
-    std::string cameraName;               // for messages
+    std::string cameraName; // for messages
     // Runs after the delivery thread stopped and before the stream is
     // destroyed (the virtual camera closes its side there, so that its fill
     // hook no longer blocks the stream's thread).
@@ -152,24 +152,24 @@ private:
     StreamRunConfig m_config;
     StreamStatistics& m_stats;
     std::vector<std::shared_ptr<StreamSlot>> m_slots;
-    std::atomic<ArvStream*> m_stream{nullptr};  // owned; created by Open, destroyed by DestroyStream
+    std::atomic<ArvStream*> m_stream{nullptr}; // owned; created by Open, destroyed by DestroyStream
     std::thread m_delivery;
 
-    std::mutex m_mutex;                   // see the header comment
-    std::condition_variable m_ready;      // callers waiting in Next
-    std::condition_variable m_watch;      // the delivery thread's pause
+    std::mutex m_mutex;              // see the header comment
+    std::condition_variable m_ready; // callers waiting in Next
+    std::condition_variable m_watch; // the delivery thread's pause
     bool m_stopDelivery = false;
     // Set by Open before any buffer is queued: the delivery thread pops the
     // completed buffers itself (streams without completion callbacks).
     std::atomic<bool> m_popsItself{false};
-    std::chrono::steady_clock::time_point m_nextWatch{};  // delivery thread only
+    std::chrono::steady_clock::time_point m_nextWatch{}; // delivery thread only
     FrameQueue m_queue;
-    int64_t m_withStream = 0;             // buffers in the stream's hands (queued or being filled)
+    int64_t m_withStream = 0; // buffers in the stream's hands (queued or being filled)
     bool m_ended = false;
     bool m_lost = false;
-    bool m_streamOpen = false;            // returns may be pushed to m_stream
+    bool m_streamOpen = false; // returns may be pushed to m_stream
     uint64_t m_nextImageId = 1;
-    uint64_t m_discarded = 0;             // virtual: buffers that came back without a frame
+    uint64_t m_discarded = 0; // virtual: buffers that came back without a frame
     bool m_closed = false;
     // The last frame ID received (GigE Vision: gaps in the IDs are frames
     // that never arrived).
@@ -178,8 +178,15 @@ private:
 
     // Aravis statistics of the stream (ids of its infos; -1 when absent).
     enum Info {
-        InfoUnderruns, InfoMissingFrames, InfoReceivedPackets, InfoMissingPackets, InfoResendRequests,
-        InfoResentPackets, InfoDuplicatedPackets, InfoTimeouts, InfoCount
+        InfoUnderruns,
+        InfoMissingFrames,
+        InfoReceivedPackets,
+        InfoMissingPackets,
+        InfoResendRequests,
+        InfoResentPackets,
+        InfoDuplicatedPackets,
+        InfoTimeouts,
+        InfoCount
     };
     int m_infoIds[InfoCount];
 };

@@ -10,14 +10,15 @@ namespace Orvane {
 namespace internal {
 
 namespace {
-constexpr uint32_t kSlotMagic = 0x4F52534C;  // "ORSL": marks the user data of our Aravis buffers
+constexpr uint32_t kSlotMagic = 0x4F52534C; // "ORSL": marks the user data of our Aravis buffers
 }
 
 StreamSlot::StreamSlot(uint32_t index, size_t capacity) : m_magic(kSlotMagic), m_index(index) {
     const size_t alignment = static_cast<size_t>(StreamSettings::kBufferAlignment);
     const size_t rounded = (capacity + alignment - 1) / alignment * alignment;
     if (rounded < capacity || rounded == 0)
-        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "a stream buffer of " + std::to_string(capacity) + " bytes is not possible");
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                  "a stream buffer of " + std::to_string(capacity) + " bytes is not possible");
     m_data = static_cast<uint8_t*>(std::aligned_alloc(alignment, rounded));
     if (!m_data)
         ORV_RAISE(ORVANE_ERR_OUT_OF_MEMORY, "cannot allocate a stream buffer of " + std::to_string(rounded) + " bytes");

@@ -39,14 +39,14 @@ struct FrameRecord {
     bool produced = false;
     ImageStatus status = IMAGE_STATUS_OK;
     uint64_t frameId = 0;
-    uint64_t timestamp = 0;       // device timestamp, ns
+    uint64_t timestamp = 0; // device timestamp, ns
     uint32_t width = 0, height = 0, offsetX = 0, offsetY = 0, paddingX = 0, paddingY = 0;
-    uint32_t pixelFormat = 0;     // PFNC code
-    uint32_t payloadType = 0;     // transport code: 0x0001 image, 0x4001 image with chunks, ...
-    size_t payloadSize = 0;       // bytes of the payload: image data, then chunk data
-    size_t validPayloadSize = 0;  // bytes actually received
+    uint32_t pixelFormat = 0;    // PFNC code
+    uint32_t payloadType = 0;    // transport code: 0x0001 image, 0x4001 image with chunks, ...
+    size_t payloadSize = 0;      // bytes of the payload: image data, then chunk data
+    size_t validPayloadSize = 0; // bytes actually received
     uint64_t chunkLayoutId = 0;
-    uint64_t imageId = 0;         // the SDK's number of the image (GetID), given on arrival
+    uint64_t imageId = 0; // the SDK's number of the image (GetID), given on arrival
 };
 
 class StreamSlot {

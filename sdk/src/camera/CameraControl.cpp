@@ -90,7 +90,8 @@ void CameraControl::Init() {
     if (m_session) return;
     const DeviceInfo info = m_core.Info();
     if (!m_core.IsPresent())
-        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
+        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE,
+                  "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
     m_session = std::shared_ptr<DeviceSession>(DeviceSession::Open(info));
     m_initialized.store(true);
 }
@@ -161,7 +162,7 @@ INodeMap& CameraControl::TLStreamNodeMap(uint64_t streamIndex) {
 EAccessMode CameraControl::AccessMode() const {
     if (!m_core.IsPresent()) return NA;
     const std::shared_ptr<DeviceSession> session = Session();
-    if (!session) return RW;  // what Init would get; transports tell nothing more before opening
+    if (!session) return RW; // what Init would get; transports tell nothing more before opening
     if (session->ControlLost()) return NA;
     return session->IsController() ? RW : RO;
 }
@@ -172,12 +173,12 @@ void CameraControl::ReadPort(uint64_t address, void* buffer, uint64_t length) {
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: the buffer is null");
     if (length > std::numeric_limits<guint32>::max())
-        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: " + std::to_string(length) + " bytes is more than one access can carry");
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                  "ReadPort: " + std::to_string(length) + " bytes is more than one access can carry");
     NodeMapBase::MapLock mapLock(session.NodeMap());
-    session.NotifyRead();  // values computed on demand (clocks, status) are refreshed first
+    session.NotifyRead(); // values computed on demand (clocks, status) are refreshed first
     GError* error = nullptr;
-    if (!arv_device_read_memory(session.Device(), address, static_cast<guint32>(length), buffer, &error))
-    {
+    if (!arv_device_read_memory(session.Device(), address, static_cast<guint32>(length), buffer, &error)) {
         const std::string what = "reading " + std::to_string(length) + " bytes";
         RaisePortError(m_core.Info().deviceId, "ReadPort", what.c_str(), address, error);
     }
@@ -190,10 +191,12 @@ void CameraControl::WritePort(uint64_t address, const void* buffer, uint64_t len
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "WritePort: the buffer is null");
     if (length > std::numeric_limits<guint32>::max())
-        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "WritePort: " + std::to_string(length) + " bytes is more than one access can carry");
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                  "WritePort: " + std::to_string(length) + " bytes is more than one access can carry");
     if (!session.IsController())
-        ORV_RAISE(ORVANE_ERR_ACCESS_DENIED, "camera " + m_core.Info().deviceId +
-                                                " is open in monitor mode (another host controls it): writes are refused");
+        ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
+                  "camera " + m_core.Info().deviceId +
+                      " is open in monitor mode (another host controls it): writes are refused");
     NodeMapBase::MapLock mapLock(session.NodeMap());
     GError* error = nullptr;
     const bool ok = arv_device_write_memory(session.Device(), address, static_cast<guint32>(length),
@@ -222,7 +225,7 @@ unsigned CameraControl::DiscoverMaxPacketSize() {
     const std::shared_ptr<DeviceSession> held = RequireSession("DiscoverMaxPacketSize");
     DeviceSession& session = *held;
     ArvGvDevice* gv = session.GvDevice();
-    if (!gv) return 0;  // no packets on this transport
+    if (!gv) return 0; // no packets on this transport
     impl::ArvNodeMap& map = session.NodeMap();
     NodeMapBase::MapLock mapLock(map);
     GError* error = nullptr;

@@ -95,7 +95,7 @@ private:
     GenApi::impl::NativeNodeMap m_tlDevice;
     GenApi::impl::NativeNodeMap m_tlStream;
     // Declared last: destroyed first, while everything it uses still lives.
-    std::mutex m_acquisitionMutex;  // serialises the creation of m_acquisition
+    std::mutex m_acquisitionMutex; // serialises the creation of m_acquisition
     std::unique_ptr<AcquisitionHooks> m_acquisition;
 };
 

@@ -86,17 +86,17 @@ private:
     DeviceSession(ArvDevice* device, const DeviceInfo& info);
     class Observer;
 
-    ArvDevice* m_device;  // owned reference
+    ArvDevice* m_device; // owned reference
     std::string m_transport;
     std::unique_ptr<GenApi::impl::ArvNodeMap> m_nodeMap;
     bool m_controller = true;
-    std::atomic<bool>* m_controlLost;  // owned by the signal connection (freed when it is disconnected)
+    std::atomic<bool>* m_controlLost; // owned by the signal connection (freed when it is disconnected)
     gulong m_controlLostHandler = 0;
     // Guarded by the node map's lock.
     std::unique_ptr<Observer> m_observer;
-    std::vector<std::shared_ptr<DeviceBehaviour>> m_behaviours;  // in running order
-    size_t m_firstLast = 0;                                      // index of the first "last" behaviour
-    std::vector<uint64_t> m_claimed;                             // claimed command registers
+    std::vector<std::shared_ptr<DeviceBehaviour>> m_behaviours; // in running order
+    size_t m_firstLast = 0;                                     // index of the first "last" behaviour
+    std::vector<uint64_t> m_claimed;                            // claimed command registers
     std::shared_ptr<VirtualCameraRuntime> m_runtime;
 };
 

@@ -23,20 +23,20 @@ namespace internal {
 
 // Values are the node map's entry values (StreamBufferHandlingMode).
 enum class BufferHandlingMode : int64_t {
-    OldestFirst = 0,           // queue in arrival order; a full queue blocks the stream (frames dropped at the source)
-    OldestFirstOverwrite = 1,  // queue in arrival order; a full queue drops its oldest frame
-    NewestOnly = 2,            // keep only the newest frame
-    NewestFirst = 3            // newest frame first (LIFO); a full queue drops the oldest
+    OldestFirst = 0,          // queue in arrival order; a full queue blocks the stream (frames dropped at the source)
+    OldestFirstOverwrite = 1, // queue in arrival order; a full queue drops its oldest frame
+    NewestOnly = 2,           // keep only the newest frame
+    NewestFirst = 3           // newest frame first (LIFO); a full queue drops the oldest
 };
 
 // Values are the node map's entry values (StreamBufferCountMode).
 enum class BufferCountMode : int64_t { Manual = 0, Auto = 1 };
 
 struct StreamSettings {
-    static constexpr int64_t kBufferCountMin = 1;       // StreamAnnounceBufferMinimum
-    static constexpr int64_t kBufferCountMax = 1000;    // StreamBufferCountMax
-    static constexpr int64_t kAutoBufferCount = 10;     // the count Auto mode uses unless acquisition decides otherwise
-    static constexpr int64_t kBufferAlignment = 64;     // StreamBufferAlignment, bytes
+    static constexpr int64_t kBufferCountMin = 1;    // StreamAnnounceBufferMinimum
+    static constexpr int64_t kBufferCountMax = 1000; // StreamBufferCountMax
+    static constexpr int64_t kAutoBufferCount = 10;  // the count Auto mode uses unless acquisition decides otherwise
+    static constexpr int64_t kBufferAlignment = 64;  // StreamBufferAlignment, bytes
 
     BufferCountMode bufferCountMode = BufferCountMode::Manual;
     int64_t bufferCountManual = 10;
@@ -49,28 +49,30 @@ struct StreamSettings {
     int64_t packetResendMaxRequests = 100;
 
     // The number of buffers an acquisition uses under these settings.
-    int64_t BufferCount() const { return bufferCountMode == BufferCountMode::Manual ? bufferCountManual : kAutoBufferCount; }
+    int64_t BufferCount() const {
+        return bufferCountMode == BufferCountMode::Manual ? bufferCountManual : kAutoBufferCount;
+    }
 };
 
 struct StreamStatistics {
-    std::atomic<bool> grabbing{false};            // StreamIsGrabbing
-    std::atomic<int64_t> announcedBuffers{0};     // StreamAnnouncedBufferCount
-    std::atomic<int64_t> inputBuffers{0};         // StreamInputBufferCount: queued for filling
-    std::atomic<int64_t> outputBuffers{0};        // StreamOutputBufferCount: filled, awaiting the user
-    std::atomic<uint64_t> startedFrames{0};       // StreamStartedFrameCount
-    std::atomic<uint64_t> deliveredFrames{0};     // StreamDeliveredFrameCount: handed to the user
-    std::atomic<uint64_t> receivedFrames{0};      // StreamReceivedFrameCount: completed by the transport
-    std::atomic<uint64_t> incompleteFrames{0};    // StreamIncompleteFrameCount
-    std::atomic<uint64_t> lostFrames{0};          // StreamLostFrameCount: never received (no buffer, gaps in ids)
-    std::atomic<uint64_t> droppedFrames{0};       // StreamDroppedFrameCount: discarded by the handling mode
+    std::atomic<bool> grabbing{false};         // StreamIsGrabbing
+    std::atomic<int64_t> announcedBuffers{0};  // StreamAnnouncedBufferCount
+    std::atomic<int64_t> inputBuffers{0};      // StreamInputBufferCount: queued for filling
+    std::atomic<int64_t> outputBuffers{0};     // StreamOutputBufferCount: filled, awaiting the user
+    std::atomic<uint64_t> startedFrames{0};    // StreamStartedFrameCount
+    std::atomic<uint64_t> deliveredFrames{0};  // StreamDeliveredFrameCount: handed to the user
+    std::atomic<uint64_t> receivedFrames{0};   // StreamReceivedFrameCount: completed by the transport
+    std::atomic<uint64_t> incompleteFrames{0}; // StreamIncompleteFrameCount
+    std::atomic<uint64_t> lostFrames{0};       // StreamLostFrameCount: never received (no buffer, gaps in ids)
+    std::atomic<uint64_t> droppedFrames{0};    // StreamDroppedFrameCount: discarded by the handling mode
     // GigE Vision packet counters.
-    std::atomic<uint64_t> receivedPackets{0};     // StreamReceivedPacketCount
-    std::atomic<uint64_t> missedPackets{0};       // StreamMissedPacketCount
-    std::atomic<uint64_t> resendRequests{0};      // StreamPacketResendRequestCount
+    std::atomic<uint64_t> receivedPackets{0};        // StreamReceivedPacketCount
+    std::atomic<uint64_t> missedPackets{0};          // StreamMissedPacketCount
+    std::atomic<uint64_t> resendRequests{0};         // StreamPacketResendRequestCount
     std::atomic<uint64_t> resendRequestTimeouts{0};  // StreamPacketResendRequestTimeoutCount
     std::atomic<uint64_t> resendRequestedPackets{0}; // StreamPacketResendRequestedPacketCount
     std::atomic<uint64_t> resendReceivedPackets{0};  // StreamPacketResendReceivedPacketCount
-    std::atomic<uint64_t> duplicatedPackets{0};   // StreamPacketsDuplicatedCount
+    std::atomic<uint64_t> duplicatedPackets{0};      // StreamPacketsDuplicatedCount
 
     void Reset();
 };
@@ -84,9 +86,9 @@ public:
         return settings;
     }
 
-    mutable std::mutex mutex;        // guards settings and locked
+    mutable std::mutex mutex; // guards settings and locked
     StreamSettings settings;
-    bool locked = false;             // true while an acquisition runs: buffer settings are RO
+    bool locked = false; // true while an acquisition runs: buffer settings are RO
     StreamStatistics statistics;
 };
 

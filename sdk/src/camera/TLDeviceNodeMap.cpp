@@ -64,10 +64,10 @@ void CameraControl::BuildTLDeviceNodeMap() {
     auto openOnly = [this] { return m_initialized.load() ? RO : NA; };
     auto info = [this] { return m_core.Info(); };
 
-    std::vector<std::string> information = {"DeviceID", "DeviceSerialNumber", "DeviceUserID", "DeviceVendorName",
-                                            "DeviceModelName", "DeviceVersion", "DeviceType", "DeviceDisplayName",
-                                            "DeviceAccessStatus", "DeviceDriverVersion", "DeviceIsUpdater",
-                                            "DeviceEndianessMechanism"};
+    std::vector<std::string> information = {
+        "DeviceID",           "DeviceSerialNumber",  "DeviceUserID",    "DeviceVendorName",
+        "DeviceModelName",    "DeviceVersion",       "DeviceType",      "DeviceDisplayName",
+        "DeviceAccessStatus", "DeviceDriverVersion", "DeviceIsUpdater", "DeviceEndianessMechanism"};
     if (!usb3) information.push_back("GenICamXMLLocation");
     if (usb3) information.insert(information.end(), {"DeviceU3VProtocol", "DeviceInstanceId", "DeviceLocation"});
     std::vector<std::string> root = {"DeviceInformation"};
@@ -75,29 +75,31 @@ void CameraControl::BuildTLDeviceNodeMap() {
     m.AddCategory(MakeInfo("Root", "The camera's transport-layer features."), root);
     m.AddCategory(MakeInfo("DeviceInformation", "Identity and state of the device."), information);
 
-    m.AddString(MakeInfo("DeviceID", "Identifier of the device on its transport."), {[info] { return info().deviceId; }});
-    m.AddString(MakeInfo("DeviceSerialNumber", "Serial number of the device."), {[info] { return info().serialNumber; }});
+    m.AddString(MakeInfo("DeviceID", "Identifier of the device on its transport."),
+                {[info] { return info().deviceId; }});
+    m.AddString(MakeInfo("DeviceSerialNumber", "Serial number of the device."),
+                {[info] { return info().serialNumber; }});
     m.AddString(MakeInfo("DeviceUserID", "User-defined name of the device (read from the device while it is open)."),
                 {[this, info] {
-                     const std::string own = DeviceFeature(Session().get(), "DeviceUserID");
-                     return own.empty() ? info().userId : own;
-                 }});
+                    const std::string own = DeviceFeature(Session().get(), "DeviceUserID");
+                    return own.empty() ? info().userId : own;
+                }});
     m.AddString(MakeInfo("DeviceVendorName", "Vendor of the device."), {[info] { return info().vendorName; }});
     m.AddString(MakeInfo("DeviceModelName", "Model of the device."), {[info] { return info().modelName; }});
     m.AddString(MakeInfo("DeviceVersion", "Version of the device (read from the device while it is open)."),
                 {[this, info] {
-                     const std::string known = info().deviceVersion;
-                     if (!known.empty()) return known;
-                     return DeviceFeature(Session().get(), "DeviceVersion");
-                 }});
+                    const std::string known = info().deviceVersion;
+                    if (!known.empty()) return known;
+                    return DeviceFeature(Session().get(), "DeviceVersion");
+                }});
     const int64_t type = gige ? 0 : usb3 ? 1 : 2;
     m.AddEnumeration(MakeInfo("DeviceType", "Transport layer type of the device."),
                      {[type] { return type; }, nullptr, {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}}});
     m.AddString(MakeInfo("DeviceDisplayName", "User-readable name of the device: vendor, model and serial number."),
                 {[info] {
-                     const DeviceInfo d = info();
-                     return d.vendorName + " " + d.modelName + " (" + d.serialNumber + ")";
-                 }});
+                    const DeviceInfo d = info();
+                    return d.vendorName + " " + d.modelName + " (" + d.serialNumber + ")";
+                }});
     m.AddEnumeration(MakeInfo("DeviceAccessStatus", "How the device can be opened now."),
                      {[this]() -> int64_t { return m_core.AccessStatus(); },
                       nullptr,
@@ -110,9 +112,9 @@ void CameraControl::BuildTLDeviceNodeMap() {
                        {"OpenReadOnly", AccessStatusOpenReadOnly}}});
     m.AddString(MakeInfo("DeviceDriverVersion", "Version of the driver the SDK reaches the device through (Aravis)."),
                 {[] {
-                     return "Aravis " + std::to_string(arv_get_major_version()) + "." +
-                            std::to_string(arv_get_minor_version()) + "." + std::to_string(arv_get_micro_version());
-                 }});
+                    return "Aravis " + std::to_string(arv_get_major_version()) + "." +
+                           std::to_string(arv_get_minor_version()) + "." + std::to_string(arv_get_micro_version());
+                }});
     m.AddBoolean(MakeInfo("DeviceIsUpdater", "Whether the device is in firmware update mode."), {[] { return false; }});
     m.AddEnumeration(MakeInfo("DeviceEndianessMechanism", "How the device's GenICam description handles byte order."),
                      {[] { return int64_t(1); }, nullptr, {{"Legacy", 0}, {"Standard", 1}}});
@@ -207,8 +209,7 @@ void CameraControl::BuildTLDeviceNodeMap() {
                       nullptr, nullptr, nullptr, 1, PureNumber, "B", openOnly});
         m.AddCommand(MakeInfo("GevDeviceDiscoverMaximumPacketSize",
                               "Finds and sets the largest stream packet size the path to the device carries."),
-                     {[this] { DiscoverMaxPacketSize(); }, nullptr,
-                      [this] { return m_initialized.load() ? WO : NA; }});
+                     {[this] { DiscoverMaxPacketSize(); }, nullptr, [this] { return m_initialized.load() ? WO : NA; }});
         m.Depends("GevDeviceMaximumPacketSize", "GevDeviceDiscoverMaximumPacketSize");
     }
     m.Finish();

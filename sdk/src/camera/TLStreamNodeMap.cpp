@@ -28,7 +28,7 @@ void CameraControl::BuildTLStreamNodeMap() {
 
     std::vector<std::string> information = {"StreamID", "StreamType"};
     if (gige) information.push_back("StreamMode");
-    std::vector<std::string> diagnostics = {"StreamStartedFrameCount", "StreamDeliveredFrameCount",
+    std::vector<std::string> diagnostics = {"StreamStartedFrameCount",  "StreamDeliveredFrameCount",
                                             "StreamReceivedFrameCount", "StreamIncompleteFrameCount",
                                             "StreamLostFrameCount",     "StreamDroppedFrameCount"};
     if (gige)
@@ -36,11 +36,11 @@ void CameraControl::BuildTLStreamNodeMap() {
                            {"StreamReceivedPacketCount", "StreamMissedPacketCount", "StreamPacketResendRequestCount",
                             "StreamPacketResendRequestTimeoutCount", "StreamPacketResendRequestedPacketCount",
                             "StreamPacketResendReceivedPacketCount", "StreamPacketsDuplicatedCount"});
-    std::vector<std::string> control = {"StreamBufferCountMode", "StreamBufferCountManual", "StreamBufferCountResult",
-                                        "StreamBufferCountMax", "StreamBufferHandlingMode",
-                                        "StreamAnnounceBufferMinimum", "StreamAnnouncedBufferCount",
-                                        "StreamInputBufferCount", "StreamOutputBufferCount", "StreamIsGrabbing",
-                                        "StreamBufferAlignment", "StreamCRCCheckEnable"};
+    std::vector<std::string> control = {
+        "StreamBufferCountMode",      "StreamBufferCountManual",  "StreamBufferCountResult",
+        "StreamBufferCountMax",       "StreamBufferHandlingMode", "StreamAnnounceBufferMinimum",
+        "StreamAnnouncedBufferCount", "StreamInputBufferCount",   "StreamOutputBufferCount",
+        "StreamIsGrabbing",           "StreamBufferAlignment",    "StreamCRCCheckEnable"};
     std::vector<std::string> root = {"StreamInformation", "BufferHandlingControl", "StreamDiagnostics"};
     if (gige) root.push_back("PacketResendControl");
     m.AddCategory(MakeInfo("Root", "The stream's transport-layer features."), root);
@@ -80,10 +80,10 @@ void CameraControl::BuildTLStreamNodeMap() {
                   PureNumber, "", settable});
     m.AddInteger(MakeInfo("StreamBufferCountResult", "Number of buffers the acquisition uses."),
                  {[&s, &st]() -> int64_t {
-                      if (st.grabbing.load()) return st.announcedBuffers.load();
-                      std::lock_guard<std::mutex> lock(s.mutex);
-                      return s.settings.BufferCount();
-                  }});
+                     if (st.grabbing.load()) return st.announcedBuffers.load();
+                     std::lock_guard<std::mutex> lock(s.mutex);
+                     return s.settings.BufferCount();
+                 }});
     m.AddInteger(MakeInfo("StreamBufferCountMax", "Largest number of buffers the stream accepts."),
                  {[] { return StreamSettings::kBufferCountMax; }});
     m.AddEnumeration(MakeInfo("StreamBufferHandlingMode", "Order in which filled buffers reach the user."),
@@ -147,16 +147,17 @@ void CameraControl::BuildTLStreamNodeMap() {
                           s.settings.packetResendEnable = v;
                       },
                       settable});
-        m.AddInteger(MakeInfo("StreamPacketResendTimeout", "Time to wait for a packet before asking for it again.", Expert),
-                     {[&s] {
-                          std::lock_guard<std::mutex> lock(s.mutex);
-                          return s.settings.packetResendTimeoutMs;
-                      },
-                      [&s](int64_t v) {
-                          std::lock_guard<std::mutex> lock(s.mutex);
-                          s.settings.packetResendTimeoutMs = v;
-                      },
-                      [] { return int64_t(1); }, [] { return int64_t(10000); }, 1, PureNumber, "ms", settable});
+        m.AddInteger(
+            MakeInfo("StreamPacketResendTimeout", "Time to wait for a packet before asking for it again.", Expert),
+            {[&s] {
+                 std::lock_guard<std::mutex> lock(s.mutex);
+                 return s.settings.packetResendTimeoutMs;
+             },
+             [&s](int64_t v) {
+                 std::lock_guard<std::mutex> lock(s.mutex);
+                 s.settings.packetResendTimeoutMs = v;
+             },
+             [] { return int64_t(1); }, [] { return int64_t(10000); }, 1, PureNumber, "ms", settable});
         m.AddInteger(MakeInfo("StreamPacketResendMaxRequests", "Largest number of resend requests per packet.", Expert),
                      {[&s] {
                           std::lock_guard<std::mutex> lock(s.mutex);

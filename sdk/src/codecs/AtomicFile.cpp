@@ -31,8 +31,7 @@ void SplitPath(const std::string& path, std::string& directory, std::string& nam
 
 std::string RandomSuffix() {
     static thread_local std::mt19937_64 engine(
-        std::random_device{}() ^
-        static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()) ^
+        std::random_device{}() ^ static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()) ^
         (static_cast<uint64_t>(getpid()) << 32));
     static const char digits[] = "0123456789abcdefghijklmnopqrstuvwxyz";
     std::string s(10, '0');
@@ -86,9 +85,7 @@ void AtomicFile::Discard() noexcept {
     }
 }
 
-void AtomicFile::Fail(const std::string& reason) const {
-    ORV_RAISE(ORVANE_ERR_IO, m_context + ": " + reason);
-}
+void AtomicFile::Fail(const std::string& reason) const { ORV_RAISE(ORVANE_ERR_IO, m_context + ": " + reason); }
 
 void AtomicFile::FailErrno(const std::string& what, int err) const { Fail(what + ": " + ErrnoText(err)); }
 
@@ -145,8 +142,8 @@ size_t AtomicFile::ReadAt(uint64_t position, void* data, size_t size) {
     Flush();
     size_t done = 0;
     while (done < size) {
-        const ssize_t n = ::pread(m_fd, static_cast<uint8_t*>(data) + done, size - done,
-                                  static_cast<off_t>(position + done));
+        const ssize_t n =
+            ::pread(m_fd, static_cast<uint8_t*>(data) + done, size - done, static_cast<off_t>(position + done));
         if (n < 0) {
             if (errno == EINTR) continue;
             FailErrno("read failed", errno);

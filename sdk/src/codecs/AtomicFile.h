@@ -62,7 +62,7 @@ private:
     std::string m_temporary;
     bool m_sync;
     int m_fd = -1;
-    uint64_t m_position = 0;  // logical position: file position plus buffered bytes
+    uint64_t m_position = 0; // logical position: file position plus buffered bytes
     std::unique_ptr<uint8_t[]> m_buffer;
     size_t m_buffered = 0;
 };

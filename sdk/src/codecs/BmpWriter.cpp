@@ -54,22 +54,23 @@ void WriteBMP(const std::string& fileName, const PixelBuffer& image, const BMPOp
     uint8_t* info = h + kFileHeaderSize;
     StoreLE32(info + 0, infoSize);
     StoreLE32(info + 4, static_cast<uint32_t>(image.width));
-    const int32_t height = option.topDown != 0 ? -static_cast<int32_t>(image.height) : static_cast<int32_t>(image.height);
+    const int32_t height =
+        option.topDown != 0 ? -static_cast<int32_t>(image.height) : static_cast<int32_t>(image.height);
     StoreLE32(info + 8, static_cast<uint32_t>(height));
     StoreLE16(info + 12, 1);
     StoreLE16(info + 14, static_cast<uint16_t>(bitsPerPixel));
-    StoreLE32(info + 16, alpha ? 3u : 0u);  // BI_BITFIELDS or BI_RGB
+    StoreLE32(info + 16, alpha ? 3u : 0u); // BI_BITFIELDS or BI_RGB
     StoreLE32(info + 20, static_cast<uint32_t>(imageSize));
     StoreLE32(info + 24, kPixelsPerMetre);
     StoreLE32(info + 28, kPixelsPerMetre);
-    StoreLE32(info + 32, gray ? 256u : 0u);  // colours used
-    StoreLE32(info + 36, 0);                 // colours important: all
+    StoreLE32(info + 32, gray ? 256u : 0u); // colours used
+    StoreLE32(info + 36, 0);                // colours important: all
     if (alpha) {
-        StoreLE32(info + 40, 0x00FF0000u);  // red mask
-        StoreLE32(info + 44, 0x0000FF00u);  // green mask
-        StoreLE32(info + 48, 0x000000FFu);  // blue mask
-        StoreLE32(info + 52, 0xFF000000u);  // alpha mask
-        StoreLE32(info + 56, 0x73524742u);  // colour space 'sRGB'
+        StoreLE32(info + 40, 0x00FF0000u); // red mask
+        StoreLE32(info + 44, 0x0000FF00u); // green mask
+        StoreLE32(info + 48, 0x000000FFu); // blue mask
+        StoreLE32(info + 52, 0xFF000000u); // alpha mask
+        StoreLE32(info + 56, 0x73524742u); // colour space 'sRGB'
         // Endpoints and gamma (bytes 60..107) stay zero: unused with sRGB.
     }
     if (gray) {

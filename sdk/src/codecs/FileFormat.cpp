@@ -48,9 +48,9 @@ ImageFileFormat FormatFromFileName(const std::string& fileName) {
     static const struct {
         const char* extension;
         ImageFileFormat format;
-    } table[] = {{"png", FileFormat_PNG},  {"jpg", FileFormat_JPEG},      {"jpeg", FileFormat_JPEG},
-                 {"tif", FileFormat_TIFF}, {"tiff", FileFormat_TIFF},     {"bmp", FileFormat_BMP},
-                 {"ppm", FileFormat_PPM},  {"pgm", FileFormat_PGM},       {"jp2", FileFormat_JPEG2000},
+    } table[] = {{"png", FileFormat_PNG},      {"jpg", FileFormat_JPEG},  {"jpeg", FileFormat_JPEG},
+                 {"tif", FileFormat_TIFF},     {"tiff", FileFormat_TIFF}, {"bmp", FileFormat_BMP},
+                 {"ppm", FileFormat_PPM},      {"pgm", FileFormat_PGM},   {"jp2", FileFormat_JPEG2000},
                  {"j2k", FileFormat_JPEG2000}, {"raw", FileFormat_RAW}};
     const size_t slash = fileName.rfind('/');
     const std::string name = slash == std::string::npos ? fileName : fileName.substr(slash + 1);
@@ -92,8 +92,8 @@ void RaiseInvalid(const std::string& fileName, const std::string& reason) {
 void CheckWritable(ImageFileFormat format, const PixelBuffer& image, const std::string& fileName) {
     ValidatePixelBuffer(image, fileName);
     if (!WriterAccepts(format, image.order, image.bitDepth))
-        ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, SaveContext(fileName) + ": " + FileFormatName(format) +
-                                                " cannot store a " + image.Describe() + " image");
+        ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, SaveContext(fileName) + ": " + FileFormatName(format) + " cannot store a " +
+                                                image.Describe() + " image");
 }
 
 void CopyRowAsRGB(const PixelBuffer& image, size_t y, uint8_t* dst, bool swapBytes) {

@@ -39,7 +39,7 @@ const size_t kCrcValueAt = 180;
 const size_t kIntegersAt = 184;
 const size_t kFloatsAt = kIntegersAt + 8 * kChunkIntegerCount;
 static_assert(kFloatsAt + 8 * kChunkFloatCount == kRecordHeaderSize, "the chunk values end the record header");
-const uint32_t kChunkFlagCrc = 1u;  // the image carried a CRC chunk
+const uint32_t kChunkFlagCrc = 1u; // the image carried a CRC chunk
 const uint32_t kIntegerBits = (1u << kChunkIntegerCount) - 1u;
 const uint32_t kFloatBits = (1u << kChunkFloatCount) - 1u;
 
@@ -70,8 +70,7 @@ uint32_t Crc(uint32_t crc, const void* data, size_t size) {
     return static_cast<uint32_t>(crc32_z(crc, static_cast<const Bytef*>(data), size));
 }
 
-void EncodeRecordHeader(const ImageRecordInfo& r, uint32_t index, uint64_t dataSize, uint64_t chunkSize,
-                        uint8_t* h) {
+void EncodeRecordHeader(const ImageRecordInfo& r, uint32_t index, uint64_t dataSize, uint64_t chunkSize, uint8_t* h) {
     std::memset(h, 0, kRecordHeaderSize);
     std::memcpy(h, kRecordMarker, 4);
     StoreLE32(h + 4, kRecordHeaderSize);
@@ -224,13 +223,12 @@ private:
 void SaveImageList(const std::string& fileName, const std::vector<ImageRecordView>& images,
                    const WriteSettings& settings) {
     const std::string context = "Cannot save image list file '" + fileName + "'";
-    if (images.size() > 0xffffffffu)
-        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, context + ": more than 4294967295 images");
+    if (images.size() > 0xffffffffu) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, context + ": more than 4294967295 images");
     for (size_t i = 0; i < images.size(); ++i) {
         if ((images[i].data == nullptr && images[i].dataSize != 0) ||
             (images[i].chunkData == nullptr && images[i].chunkDataSize != 0))
-            ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, context + ": image " + std::to_string(i) +
-                                                       " has a size but no bytes");
+            ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                      context + ": image " + std::to_string(i) + " has a size but no bytes");
         const ChunkValues& c = images[i].chunks;
         if ((c.integerPresent & ~kIntegerBits) || (c.floatPresent & ~kFloatBits))
             ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
@@ -262,8 +260,7 @@ void SaveImageList(const std::string& fileName, const std::vector<ImageRecordVie
     file.Commit();
 }
 
-void SaveImageList(const std::string& fileName, const std::vector<ImageRecord>& images,
-                   const WriteSettings& settings) {
+void SaveImageList(const std::string& fileName, const std::vector<ImageRecord>& images, const WriteSettings& settings) {
     std::vector<ImageRecordView> views(images.size());
     for (size_t i = 0; i < images.size(); ++i) {
         static_cast<ImageRecordInfo&>(views[i]) = images[i];
@@ -300,13 +297,13 @@ std::vector<ImageRecord> LoadImageList(const std::string& fileName) {
     if (Crc(0, header, headerSize - kCrcSize) != headerCrc) in.Corrupt("the header's checksum does not match");
     static_assert(kOldestImageListVersion == 1 && kImageListVersion == 2, "the reader knows versions 1 and 2");
     if (version < kOldestImageListVersion || version > kImageListVersion)
-        in.Unsupported("format version " + std::to_string(version) + " is not supported (this SDK reads versions 1 and 2)");
+        in.Unsupported("format version " + std::to_string(version) +
+                       " is not supported (this SDK reads versions 1 and 2)");
     if (headerSize != kFileHeaderSize)
         in.Corrupt("the header size " + std::to_string(headerSize) + " does not match version " +
                    std::to_string(version));
     const uint32_t count = LoadLE32(header + 16);
-    if (LoadLE32(header + 20) != 0 || LoadLE32(header + 24) != 0)
-        in.Corrupt("reserved header fields are not zero");
+    if (LoadLE32(header + 20) != 0 || LoadLE32(header + 24) != 0) in.Corrupt("reserved header fields are not zero");
     const uint32_t recordHeaderSize = RecordHeaderSize(version);
     const uint64_t minRecord = recordHeaderSize + kCrcSize;
     if (count > in.Remaining() / minRecord)
@@ -324,8 +321,7 @@ std::vector<ImageRecord> LoadImageList(const std::string& fileName) {
         if (LoadLE32(h + 4) != recordHeaderSize)
             in.Corrupt(which + " has record header size " + std::to_string(LoadLE32(h + 4)) + " instead of " +
                        std::to_string(recordHeaderSize));
-        if (LoadLE32(h + 8) != i)
-            in.Corrupt(which + " carries the index " + std::to_string(LoadLE32(h + 8)));
+        if (LoadLE32(h + 8) != i) in.Corrupt(which + " carries the index " + std::to_string(LoadLE32(h + 8)));
         if (LoadLE64(h + 144) != 0) in.Corrupt(which + " has a non-zero reserved field");
         if (version >= 2) {
             const std::string invalid = CheckChunkValues(h);
@@ -333,7 +329,7 @@ std::vector<ImageRecord> LoadImageList(const std::string& fileName) {
         }
         const uint64_t dataSize = LoadLE64(h + 152);
         const uint64_t chunkSize = LoadLE64(h + 160);
-        const uint64_t available = in.Remaining() - kCrcSize;  // Remaining() >= kCrcSize here
+        const uint64_t available = in.Remaining() - kCrcSize; // Remaining() >= kCrcSize here
         if (dataSize > available || chunkSize > available - dataSize)
             in.Corrupt(which + " declares " + std::to_string(dataSize) + " image bytes and " +
                        std::to_string(chunkSize) + " chunk bytes but only " + std::to_string(available) +
@@ -353,8 +349,7 @@ std::vector<ImageRecord> LoadImageList(const std::string& fileName) {
         if (crc != LoadLE32(trailer)) in.Corrupt(which + ": checksum does not match");
         images.push_back(std::move(record));
     }
-    if (in.Remaining() != 0)
-        in.Corrupt(std::to_string(in.Remaining()) + " unexpected bytes follow the last image");
+    if (in.Remaining() != 0) in.Corrupt(std::to_string(in.Remaining()) + " unexpected bytes follow the last image");
     return images;
 }
 

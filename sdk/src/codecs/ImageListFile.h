@@ -36,43 +36,43 @@ namespace codecs {
 const size_t kChunkIntegerCount = 19;
 const size_t kChunkFloatCount = 12;
 struct ChunkValues {
-    uint32_t integerPresent = 0;            // bit i: integers[i] holds a value (bits 0..18 only)
-    uint32_t floatPresent = 0;              // bit i: floats[i] holds a value (bits 0..11 only)
-    int64_t integers[kChunkIntegerCount] = {};  // absent items: saved as 0, loaded as 0
-    double floats[kChunkFloatCount] = {};       // stored as IEEE-754 bit patterns (NaN payloads kept)
-    bool crcPresent = false;                // the image carried a CRC chunk
-    uint32_t crc = 0;                       // its value (absent: saved as 0, loaded as 0)
+    uint32_t integerPresent = 0;               // bit i: integers[i] holds a value (bits 0..18 only)
+    uint32_t floatPresent = 0;                 // bit i: floats[i] holds a value (bits 0..11 only)
+    int64_t integers[kChunkIntegerCount] = {}; // absent items: saved as 0, loaded as 0
+    double floats[kChunkFloatCount] = {};      // stored as IEEE-754 bit patterns (NaN payloads kept)
+    bool crcPresent = false;                   // the image carried a CRC chunk
+    uint32_t crc = 0;                          // its value (absent: saved as 0, loaded as 0)
 };
 
 // The metadata of one image, stored as given (the file format does not
 // interpret it).
 struct ImageRecordInfo {
-    uint32_t pixelFormat = 0;           // the SDK's pixel format number
-    uint64_t pfnc = 0;                  // transport-layer pixel format code (GenICam PFNC)
-    uint32_t pixelFormatNamespace = 0;  // name space of pfnc (PixelFormatNamespaceID)
+    uint32_t pixelFormat = 0;          // the SDK's pixel format number
+    uint64_t pfnc = 0;                 // transport-layer pixel format code (GenICam PFNC)
+    uint32_t pixelFormatNamespace = 0; // name space of pfnc (PixelFormatNamespaceID)
     uint64_t width = 0;
     uint64_t height = 0;
     uint64_t offsetX = 0;
     uint64_t offsetY = 0;
     uint64_t paddingX = 0;
     uint64_t paddingY = 0;
-    uint64_t stride = 0;                // bytes per row
+    uint64_t stride = 0; // bytes per row
     uint64_t frameId = 0;
     uint64_t timestamp = 0;
     uint64_t chunkLayoutId = 0;
-    uint32_t payloadType = 0;           // TLPayloadType
-    uint32_t status = 0;                // ImageStatus
-    uint32_t colorProcessing = 0;       // ColorProcessingAlgorithm
-    uint64_t transportPayloadType = 0;  // the transport's own payload type code (Image::GetPayloadType)
-    uint64_t validPayloadSize = 0;      // bytes of payload received
-    uint64_t imageId = 0;               // the SDK's image number (Image::GetID)
-    ChunkValues chunks;                 // decoded chunk values (none in version 1 files)
+    uint32_t payloadType = 0;          // TLPayloadType
+    uint32_t status = 0;               // ImageStatus
+    uint32_t colorProcessing = 0;      // ColorProcessingAlgorithm
+    uint64_t transportPayloadType = 0; // the transport's own payload type code (Image::GetPayloadType)
+    uint64_t validPayloadSize = 0;     // bytes of payload received
+    uint64_t imageId = 0;              // the SDK's image number (Image::GetID)
+    ChunkValues chunks;                // decoded chunk values (none in version 1 files)
 };
 
 // One image with its bytes, as loaded.
 struct ImageRecord : ImageRecordInfo {
-    std::vector<uint8_t> data;       // image bytes
-    std::vector<uint8_t> chunkData;  // chunk bytes (may be empty)
+    std::vector<uint8_t> data;      // image bytes
+    std::vector<uint8_t> chunkData; // chunk bytes (may be empty)
 };
 
 // One image to save, with its bytes borrowed (not copied).

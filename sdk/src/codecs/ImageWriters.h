@@ -38,7 +38,7 @@ namespace Orvane {
 namespace codecs {
 
 struct WriteSettings {
-    bool syncToDisk = false;  // fsync the file and its directory before returning
+    bool syncToDisk = false; // fsync the file and its directory before returning
 };
 
 void WritePNG(const std::string& fileName, const PixelBuffer& image, const PNGOption& option = PNGOption(),

@@ -20,8 +20,8 @@ namespace {
 
 struct J2kContext {
     AtomicFile* file;
-    std::exception_ptr ioError;  // the first file error raised inside a stream callback
-    std::string message;         // the first error OpenJPEG reported
+    std::exception_ptr ioError; // the first file error raised inside a stream callback
+    std::string message;        // the first error OpenJPEG reported
 };
 
 void OnJ2kError(const char* message, void* user) {
@@ -93,8 +93,8 @@ void WriteJPEG2000(const std::string& fileName, const PixelBuffer& image, const 
                                        " is not a number of at least 0");
     }
     if (option.numResolutions < 1 || option.numResolutions > 10)
-        RaiseInvalid(fileName, "JPEG 2000 resolution count " + std::to_string(option.numResolutions) +
-                                   " is outside 1..10");
+        RaiseInvalid(fileName,
+                     "JPEG 2000 resolution count " + std::to_string(option.numResolutions) + " is outside 1..10");
     if (image.width > 0xffffffffu || image.height > 0xffffffffu)
         RaiseInvalid(fileName, "a JPEG 2000 file holds at most 4294967295 pixels per side (" + image.Describe() + ")");
 
@@ -102,8 +102,7 @@ void WriteJPEG2000(const std::string& fileName, const PixelBuffer& image, const 
     const uint32_t width = static_cast<uint32_t>(image.width);
     const uint32_t height = static_cast<uint32_t>(image.height);
     int resolutions = static_cast<int>(option.numResolutions);
-    while (resolutions > 1 && ((width >> (resolutions - 1)) == 0 || (height >> (resolutions - 1)) == 0))
-        --resolutions;
+    while (resolutions > 1 && ((width >> (resolutions - 1)) == 0 || (height >> (resolutions - 1)) == 0)) --resolutions;
 
     AtomicFile file(fileName, SaveContext(fileName), settings.syncToDisk);
 
@@ -130,8 +129,7 @@ void WriteJPEG2000(const std::string& fileName, const PixelBuffer& image, const 
     // Planes in R, G, B(, A) order.
     static const size_t identity[4] = {0, 1, 2, 3};
     static const size_t swapped[4] = {2, 1, 0, 3};
-    const size_t* map =
-        image.order == ChannelOrder::BGR || image.order == ChannelOrder::BGRA ? swapped : identity;
+    const size_t* map = image.order == ChannelOrder::BGR || image.order == ChannelOrder::BGRA ? swapped : identity;
     for (size_t y = 0; y < image.height; ++y) {
         const uint8_t* src = image.Row(y);
         for (uint32_t c = 0; c < channels; ++c) {
@@ -168,8 +166,8 @@ void WriteJPEG2000(const std::string& fileName, const PixelBuffer& image, const 
     ctx.file = &file;
     auto fail = [&](const std::string& what) {
         if (ctx.ioError) std::rethrow_exception(ctx.ioError);
-        ORV_RAISE(ORVANE_ERR_IO, SaveContext(fileName) + ": " + what +
-                                     (ctx.message.empty() ? std::string() : ": " + ctx.message));
+        ORV_RAISE(ORVANE_ERR_IO,
+                  SaveContext(fileName) + ": " + what + (ctx.message.empty() ? std::string() : ": " + ctx.message));
     };
     std::unique_ptr<opj_codec_t, CodecFree> codec(
         opj_create_compress(option.codestream != 0 ? OPJ_CODEC_J2K : OPJ_CODEC_JP2));

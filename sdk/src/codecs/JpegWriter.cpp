@@ -43,7 +43,10 @@ void WriteJPEG(const std::string& fileName, const PixelBuffer& image, const JPEG
         RaiseInvalid(fileName, "the row stride " + std::to_string(image.Stride()) + " is too large for JPEG");
     int pixelFormat = TJPF_GRAY;
     switch (image.order) {
-    case ChannelOrder::Gray: pixelFormat = TJPF_GRAY; subsampling = TJSAMP_GRAY; break;
+    case ChannelOrder::Gray:
+        pixelFormat = TJPF_GRAY;
+        subsampling = TJSAMP_GRAY;
+        break;
     case ChannelOrder::RGB: pixelFormat = TJPF_RGB; break;
     case ChannelOrder::BGR: pixelFormat = TJPF_BGR; break;
     case ChannelOrder::RGBA: pixelFormat = TJPF_RGBX; break;
@@ -53,14 +56,15 @@ void WriteJPEG(const std::string& fileName, const PixelBuffer& image, const JPEG
 
     AtomicFile file(fileName, SaveContext(fileName), settings.syncToDisk);
     std::unique_ptr<void, TjHandleDeleter> handle(tjInitCompress());
-    if (!handle) ORV_RAISE(ORVANE_ERR_OUT_OF_MEMORY, SaveContext(fileName) + ": TurboJPEG could not start: " +
-                                                         tjGetErrorStr2(nullptr));
+    if (!handle)
+        ORV_RAISE(ORVANE_ERR_OUT_OF_MEMORY,
+                  SaveContext(fileName) + ": TurboJPEG could not start: " + tjGetErrorStr2(nullptr));
     unsigned char* jpeg = nullptr;
     unsigned long jpegSize = 0;
-    const int rc = tjCompress2(handle.get(), static_cast<const unsigned char*>(image.data),
-                               static_cast<int>(image.width), static_cast<int>(image.Stride()),
-                               static_cast<int>(image.height), pixelFormat, &jpeg, &jpegSize, subsampling,
-                               option.quality, flags);
+    const int rc =
+        tjCompress2(handle.get(), static_cast<const unsigned char*>(image.data), static_cast<int>(image.width),
+                    static_cast<int>(image.Stride()), static_cast<int>(image.height), pixelFormat, &jpeg, &jpegSize,
+                    subsampling, option.quality, flags);
     std::unique_ptr<unsigned char, TjBufferDeleter> owned(jpeg);
     if (rc != 0)
         ORV_RAISE(ORVANE_ERR_IO, SaveContext(fileName) + ": JPEG compression failed: " + tjGetErrorStr2(handle.get()));

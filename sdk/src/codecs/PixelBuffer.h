@@ -19,12 +19,12 @@ size_t ChannelCount(ChannelOrder order);
 const char* ChannelOrderName(ChannelOrder order);
 
 struct PixelBuffer {
-    const void* data = nullptr;  // first byte of the first row
-    size_t width = 0;            // pixels per row, at least 1
-    size_t height = 0;           // rows, at least 1
-    size_t stride = 0;           // bytes from the start of one row to the next; 0: rows packed without gaps
+    const void* data = nullptr; // first byte of the first row
+    size_t width = 0;           // pixels per row, at least 1
+    size_t height = 0;          // rows, at least 1
+    size_t stride = 0;          // bytes from the start of one row to the next; 0: rows packed without gaps
     ChannelOrder order = ChannelOrder::Gray;
-    int bitDepth = 8;            // bits per sample, 8 or 16; 16-bit samples are in host byte order
+    int bitDepth = 8; // bits per sample, 8 or 16; 16-bit samples are in host byte order
 
     size_t Channels() const { return ChannelCount(order); }
     size_t BytesPerSample() const { return bitDepth == 16 ? 2 : 1; }

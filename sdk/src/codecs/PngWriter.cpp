@@ -21,7 +21,7 @@ namespace {
 
 struct PngContext {
     AtomicFile* file;
-    char message[512];         // libpng's error text, or the file error's
+    char message[512];           // libpng's error text, or the file error's
     std::exception_ptr* ioError; // a file error raised inside the write callback
 };
 
@@ -92,8 +92,7 @@ void WritePNG(const std::string& fileName, const PixelBuffer& image, const PNGOp
               const WriteSettings& settings) {
     CheckWritable(FileFormat_PNG, image, fileName);
     if (option.compressionLevel < 0 || option.compressionLevel > 9)
-        RaiseInvalid(fileName, "PNG compression level " + std::to_string(option.compressionLevel) +
-                                   " is outside 0..9");
+        RaiseInvalid(fileName, "PNG compression level " + std::to_string(option.compressionLevel) + " is outside 0..9");
     int filters = 0;
     switch (option.filter) {
     case PNGFilter_Adaptive: filters = PNG_ALL_FILTERS; break;

@@ -22,8 +22,8 @@ namespace {
 
 struct TiffContext {
     AtomicFile* file;
-    std::exception_ptr ioError;  // the first file error raised inside a client procedure
-    std::string message;         // the first message libtiff reported
+    std::exception_ptr ioError; // the first file error raised inside a client procedure
+    std::string message;        // the first message libtiff reported
 };
 
 int OnTiffError(TIFF*, void* user, const char* module, const char* fmt, va_list ap) {
@@ -33,7 +33,7 @@ int OnTiffError(TIFF*, void* user, const char* module, const char* fmt, va_list 
         std::vsnprintf(text, sizeof text, fmt, ap);
         ctx->message = module != nullptr && *module != '\0' ? std::string(module) + ": " + text : std::string(text);
     }
-    return 1;  // handled: the process-wide handler stays silent
+    return 1; // handled: the process-wide handler stays silent
 }
 
 int OnTiffWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
@@ -50,38 +50,50 @@ auto Guard(TiffContext* ctx, F f, decltype(f()) failure) -> decltype(f()) {
 
 tmsize_t TiffRead(thandle_t h, void* data, tmsize_t size) {
     TiffContext* ctx = static_cast<TiffContext*>(h);
-    return Guard(ctx, [&]() -> tmsize_t {
-        const size_t n = ctx->file->ReadAt(ctx->file->Position(), data, static_cast<size_t>(size));
-        ctx->file->Seek(ctx->file->Position() + n);
-        return static_cast<tmsize_t>(n);
-    }, tmsize_t(-1));
+    return Guard(
+        ctx,
+        [&]() -> tmsize_t {
+            const size_t n = ctx->file->ReadAt(ctx->file->Position(), data, static_cast<size_t>(size));
+            ctx->file->Seek(ctx->file->Position() + n);
+            return static_cast<tmsize_t>(n);
+        },
+        tmsize_t(-1));
 }
 
 tmsize_t TiffWrite(thandle_t h, void* data, tmsize_t size) {
     TiffContext* ctx = static_cast<TiffContext*>(h);
-    return Guard(ctx, [&]() -> tmsize_t {
-        ctx->file->Write(data, static_cast<size_t>(size));
-        return size;
-    }, tmsize_t(-1));
+    return Guard(
+        ctx,
+        [&]() -> tmsize_t {
+            ctx->file->Write(data, static_cast<size_t>(size));
+            return size;
+        },
+        tmsize_t(-1));
 }
 
 toff_t TiffSeek(thandle_t h, toff_t offset, int whence) {
     TiffContext* ctx = static_cast<TiffContext*>(h);
-    return Guard(ctx, [&]() -> toff_t {
-        uint64_t base = 0;
-        if (whence == SEEK_CUR) base = ctx->file->Position();
-        else if (whence == SEEK_END) base = ctx->file->Size();
-        const uint64_t target = base + offset;
-        if (target != ctx->file->Position()) ctx->file->Seek(target);
-        return target;
-    }, toff_t(-1));
+    return Guard(
+        ctx,
+        [&]() -> toff_t {
+            uint64_t base = 0;
+            if (whence == SEEK_CUR)
+                base = ctx->file->Position();
+            else if (whence == SEEK_END)
+                base = ctx->file->Size();
+            const uint64_t target = base + offset;
+            if (target != ctx->file->Position()) ctx->file->Seek(target);
+            return target;
+        },
+        toff_t(-1));
 }
 
 int TiffClose(thandle_t) { return 0; }
 
 toff_t TiffSize(thandle_t h) {
     TiffContext* ctx = static_cast<TiffContext*>(h);
-    return Guard(ctx, [&]() -> toff_t { return ctx->file->Size(); }, toff_t(0));
+    return Guard(
+        ctx, [&]() -> toff_t { return ctx->file->Size(); }, toff_t(0));
 }
 
 int TiffMap(thandle_t, void**, toff_t*) { return 0; }
@@ -114,9 +126,9 @@ void WriteTIFF(const std::string& fileName, const PixelBuffer& image, const TIFF
         if (option.jpegQuality < 1 || option.jpegQuality > 100)
             RaiseInvalid(fileName, "TIFF JPEG quality " + std::to_string(option.jpegQuality) + " is outside 1..100");
         if (image.bitDepth != 8)
-            ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED,
-                      SaveContext(fileName) + ": TIFF JPEG compression takes 8-bit samples only, not a " +
-                          image.Describe() + " image");
+            ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, SaveContext(fileName) +
+                                                    ": TIFF JPEG compression takes 8-bit samples only, not a " +
+                                                    image.Describe() + " image");
         if (option.rowsPerStrip != 0 && option.rowsPerStrip % 8 != 0 && option.rowsPerStrip < image.height)
             RaiseInvalid(fileName, "TIFF JPEG compression needs a multiple of 8 rows per strip, not " +
                                        std::to_string(option.rowsPerStrip));
@@ -140,13 +152,13 @@ void WriteTIFF(const std::string& fileName, const PixelBuffer& image, const TIFF
 
     auto fail = [&](const std::string& what) {
         if (ctx.ioError) std::rethrow_exception(ctx.ioError);
-        ORV_RAISE(ORVANE_ERR_IO, SaveContext(fileName) + ": " + what +
-                                     (ctx.message.empty() ? std::string() : ": " + ctx.message));
+        ORV_RAISE(ORVANE_ERR_IO,
+                  SaveContext(fileName) + ": " + what + (ctx.message.empty() ? std::string() : ": " + ctx.message));
     };
 
     std::unique_ptr<TIFF, TiffCloser> tif(TIFFClientOpenExt(fileName.c_str(), big ? "w8" : "w", &ctx, TiffRead,
-                                                           TiffWrite, TiffSeek, TiffClose, TiffSize, TiffMap,
-                                                           TiffUnmap, openOptions.get()));
+                                                            TiffWrite, TiffSeek, TiffClose, TiffSize, TiffMap,
+                                                            TiffUnmap, openOptions.get()));
     if (!tif) fail("libtiff could not start the file");
     TIFF* t = tif.get();
     bool ok = TIFFSetField(t, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(image.width)) &&
@@ -158,8 +170,7 @@ void WriteTIFF(const std::string& fileName, const PixelBuffer& image, const TIFF
               TIFFSetField(t, TIFFTAG_ORIENTATION, static_cast<uint16_t>(ORIENTATION_TOPLEFT)) &&
               TIFFSetField(t, TIFFTAG_PHOTOMETRIC,
                            static_cast<uint16_t>(channels == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB)) &&
-              TIFFSetField(t, TIFFTAG_SOFTWARE, "Orvane") &&
-              TIFFSetField(t, TIFFTAG_COMPRESSION, compression);
+              TIFFSetField(t, TIFFTAG_SOFTWARE, "Orvane") && TIFFSetField(t, TIFFTAG_COMPRESSION, compression);
     if (ok && channels == 4) {
         const uint16_t extra[1] = {EXTRASAMPLE_UNASSALPHA};
         ok = TIFFSetField(t, TIFFTAG_EXTRASAMPLES, static_cast<uint16_t>(1), extra);
@@ -182,7 +193,8 @@ void WriteTIFF(const std::string& fileName, const PixelBuffer& image, const TIFF
     for (size_t y0 = 0, s = 0; y0 < image.height; y0 += rowsPerStrip, ++s) {
         const size_t rows = std::min<size_t>(rowsPerStrip, image.height - y0);
         for (size_t r = 0; r < rows; ++r) CopyRowAsRGB(image, y0 + r, strip.data() + r * rowBytes, false);
-        if (TIFFWriteEncodedStrip(t, static_cast<uint32_t>(s), strip.data(), static_cast<tmsize_t>(rows * rowBytes)) < 0)
+        if (TIFFWriteEncodedStrip(t, static_cast<uint32_t>(s), strip.data(), static_cast<tmsize_t>(rows * rowBytes)) <
+            0)
             fail("cannot write strip " + std::to_string(s));
     }
     if (!TIFFFlush(t)) fail("cannot finish the file");

@@ -16,15 +16,11 @@ Exception::Exception() { Compose(); }
 Exception::Exception(int line, const char* fileName, const char* funcName, const char* message, Error errorCode)
     : Exception(line, fileName, funcName, kBuildDate, kBuildTime, message, errorCode) {}
 
-Exception::Exception(int line, const char* fileName, const char* funcName, const char* buildDate,
-                     const char* buildTime, const char* message, Error errorCode)
-    : m_line(line),
-      m_file(fileName ? fileName : ""),
-      m_function(funcName ? funcName : ""),
-      m_buildDate(buildDate ? buildDate : ""),
-      m_buildTime(buildTime ? buildTime : ""),
-      m_message(message ? message : ""),
-      m_code(errorCode) {
+Exception::Exception(int line, const char* fileName, const char* funcName, const char* buildDate, const char* buildTime,
+                     const char* message, Error errorCode)
+    : m_line(line), m_file(fileName ? fileName : ""), m_function(funcName ? funcName : ""),
+      m_buildDate(buildDate ? buildDate : ""), m_buildTime(buildTime ? buildTime : ""),
+      m_message(message ? message : ""), m_code(errorCode) {
     Compose();
 }
 
@@ -50,7 +46,8 @@ Error Exception::GetError() const { return m_code; }
 
 namespace detail {
 void ThrowNullPointer(const char* function) {
-    Raise(__LINE__, __FILE__, function, ORVANE_ERR_NOT_AVAILABLE, "Null pointer dereferenced: the object is not available");
+    Raise(__LINE__, __FILE__, function, ORVANE_ERR_NOT_AVAILABLE,
+          "Null pointer dereferenced: the object is not available");
 }
 } // namespace detail
 

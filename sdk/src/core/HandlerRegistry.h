@@ -95,7 +95,7 @@ private:
         H* handler = nullptr;
         bool active = true;
         int inFlight = 0;
-        std::vector<std::thread::id> threads;  // threads inside this handler now
+        std::vector<std::thread::id> threads; // threads inside this handler now
     };
 
     // Marks the entry inactive and waits for calls on other threads to end.

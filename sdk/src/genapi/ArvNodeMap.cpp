@@ -20,7 +20,7 @@ namespace {
 // One feature element of the document, as found by the walk.
 struct Item {
     ArvDomNode* element;
-    ArvDomNode* structReg;  // the StructReg enclosing a StructEntry, else null
+    ArvDomNode* structReg; // the StructReg enclosing a StructEntry, else null
 };
 
 // What the build learns about each node.
@@ -28,14 +28,14 @@ struct Built {
     Node* node = nullptr;
     ArvDomNode* element = nullptr;
     ArvDomNode* structReg = nullptr;
-    std::vector<Node*> reads;         // nodes read to compute this one or its limits and access
-    std::vector<Node*> valueReads;    // nodes read to compute its value (not pMin, pMax, pInc, pIs*)
-    std::vector<Node*> accessInputs;  // pIsImplemented, pIsAvailable, pIsLocked targets
-    std::vector<Node*> valueTargets;  // pValue, pValueIndexed, pValueDefault targets
-    std::vector<Node*> features;      // a category's pFeature targets
-    Node* value = nullptr;            // the pValue target
-    ArvPortNode* port = nullptr;      // the chunk or event port of a register (pPort), else null
-    int explicitCaching = -1;         // the XML's Cachable
+    std::vector<Node*> reads;        // nodes read to compute this one or its limits and access
+    std::vector<Node*> valueReads;   // nodes read to compute its value (not pMin, pMax, pInc, pIs*)
+    std::vector<Node*> accessInputs; // pIsImplemented, pIsAvailable, pIsLocked targets
+    std::vector<Node*> valueTargets; // pValue, pValueIndexed, pValueDefault targets
+    std::vector<Node*> features;     // a category's pFeature targets
+    Node* value = nullptr;           // the pValue target
+    ArvPortNode* port = nullptr;     // the chunk or event port of a register (pPort), else null
+    int explicitCaching = -1;        // the XML's Cachable
     enum Kind { Leaf, Computed, Never } kind = Computed;
 };
 
@@ -47,14 +47,14 @@ void Collect(ArvDomNode* parent, ArvDomNode* structReg, std::vector<Item>& out) 
     for (ArvDomNode* c = arv_dom_node_get_first_child(parent); c; c = arv_dom_node_get_next_sibling(c)) {
         if (ARV_IS_GC_PROPERTY_NODE(c)) continue;
         if (ARV_IS_GC_FEATURE_NODE(c)) {
-            if (ARV_IS_GC_ENUM_ENTRY(c)) continue;  // made with their enumeration
+            if (ARV_IS_GC_ENUM_ENTRY(c)) continue; // made with their enumeration
             const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(c));
             ArvDomNode* inner = ARV_IS_GC_STRUCT_REG_NODE(c) ? c : nullptr;
             if (name) out.push_back({c, ARV_IS_GC_STRUCT_ENTRY_NODE(c) ? structReg : nullptr});
             if (!ARV_IS_GC_ENUMERATION(c)) Collect(c, inner, out);
             continue;
         }
-        Collect(c, structReg, out);  // groups and other containers
+        Collect(c, structReg, out); // groups and other containers
     }
 }
 
@@ -154,7 +154,7 @@ void ArvNodeMap::Build() {
     for (const Item& item : items) {
         ArvGcFeatureNode* f = ARV_GC_FEATURE_NODE(item.element);
         const std::string name = arv_gc_feature_node_get_name(f);
-        if (!seenNames.emplace(name, true).second) continue;  // a duplicate name: the first declaration wins
+        if (!seenNames.emplace(name, true).second) continue; // a duplicate name: the first declaration wins
         const XmlNodeExtra* extra = side.Find(name);
         // Aravis adds "Arv..." nodes of its own to GigE Vision and fake maps.
         const bool hidden = StartsWith(name, "Arv") && !extra;
@@ -165,8 +165,9 @@ void ArvNodeMap::Build() {
             add(std::make_unique<ArvCategoryNode>(*this, std::move(info), f), hidden, item.element, nullptr,
                 Built::Never, caching);
         } else if (ARV_IS_GC_ENUMERATION(f)) {
-            auto* e = static_cast<ArvEnumerationNode*>(add(std::make_unique<ArvEnumerationNode>(*this, std::move(info), f),
-                                                           hidden, item.element, nullptr, Built::Computed, caching));
+            auto* e =
+                static_cast<ArvEnumerationNode*>(add(std::make_unique<ArvEnumerationNode>(*this, std::move(info), f),
+                                                     hidden, item.element, nullptr, Built::Computed, caching));
             // Entries in XML order (Aravis's own list is reversed).
             for (ArvDomNode* c = arv_dom_node_get_first_child(item.element); c; c = arv_dom_node_get_next_sibling(c)) {
                 if (!ARV_IS_GC_ENUM_ENTRY(c)) continue;
@@ -179,7 +180,7 @@ void ArvNodeMap::Build() {
                 const int64_t value = arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(c), &error);
                 if (error) {
                     g_error_free(error);
-                    continue;  // an entry without a value cannot be selected
+                    continue; // an entry without a value cannot be selected
                 }
                 const XmlNodeExtra* entryExtra = side.Find(entryName);
                 NodeInfo ei = InfoOf(ef, entryName, entryExtra);
@@ -209,7 +210,8 @@ void ArvNodeMap::Build() {
                                 &m_chunkAttached);
                 m_chunkPorts.push_back(port);
             } else if (extra && !extra->eventID.empty()) {
-                port->SetSource(ArvPortNode::Source::Event, std::strtoull(extra->eventID.c_str(), nullptr, 16), nullptr);
+                port->SetSource(ArvPortNode::Source::Event, std::strtoull(extra->eventID.c_str(), nullptr, 16),
+                                nullptr);
                 m_eventPorts.push_back(port);
             }
         } else if (ARV_IS_GC_FLOAT(f)) {
@@ -278,7 +280,7 @@ void ArvNodeMap::Build() {
     for (Built& b : built) {
         linkFrom(b, b.element);
         if (b.structReg) {
-            linkFrom(b, b.structReg);  // a struct entry reads through its StructReg
+            linkFrom(b, b.structReg); // a struct entry reads through its StructReg
             structs[b.structReg].push_back(b.node);
         }
         if (const XmlNodeExtra* extra = side.Find(b.node->Info().name))
@@ -311,7 +313,7 @@ void ArvNodeMap::Build() {
         // (and their addresses are offsets in its data, not device addresses).
         if (b.kind != Built::Leaf || b.port) continue;
         ArvDomNode* reg = b.structReg ? b.structReg : b.element;
-        if (!ARV_IS_GC_REGISTER(reg) || !b.reads.empty()) continue;  // addresses computed from other nodes vary
+        if (!ARV_IS_GC_REGISTER(reg) || !b.reads.empty()) continue; // addresses computed from other nodes vary
         GError* error = nullptr;
         const guint64 address = arv_gc_register_get_address(ARV_GC_REGISTER(reg), &error);
         if (error) {
@@ -412,7 +414,8 @@ void ArvNodeMap::Build() {
             const Built& b = built[i];
             ArvDomNode* e = b.element;
             const bool passThrough = ARV_IS_GC_INTEGER_NODE(e) || ARV_IS_GC_FLOAT_NODE(e) || ARV_IS_GC_ENUMERATION(e);
-            if (passThrough && b.value && b.port == nullptr && served(index.at(b.value))) linked->Link().servedBy = b.value;
+            if (passThrough && b.value && b.port == nullptr && served(index.at(b.value)))
+                linked->Link().servedBy = b.value;
             servedState[i] = Done;
             return linked->Link().servedBy != nullptr;
         };
@@ -455,7 +458,7 @@ void ArvNodeMap::Build() {
     std::vector<ECachingMode> mode(built.size(), NoCache);
     std::function<ECachingMode(size_t)> caching = [&](size_t i) -> ECachingMode {
         if (state[i] == Done) return mode[i];
-        if (state[i] == Busy) return NoCache;  // a cycle: be safe
+        if (state[i] == Busy) return NoCache; // a cycle: be safe
         state[i] = Busy;
         const Built& b = built[i];
         ECachingMode m = WriteThrough;
@@ -481,8 +484,10 @@ void ArvNodeMap::Build() {
     for (size_t i = 0; i < built.size(); ++i) {
         const ECachingMode m = caching(i);
         const Built& b = built[i];
-        if (b.explicitCaching >= 0) b.node->MutableInfo().cachingMode = static_cast<ECachingMode>(b.explicitCaching);
-        else b.node->MutableInfo().cachingMode = m;
+        if (b.explicitCaching >= 0)
+            b.node->MutableInfo().cachingMode = static_cast<ECachingMode>(b.explicitCaching);
+        else
+            b.node->MutableInfo().cachingMode = m;
     }
     std::vector<State> accessState(built.size(), Unknown);
     std::vector<bool> accessCacheable(built.size(), false);
@@ -538,8 +543,7 @@ void ArvNodeMap::ClearChunkPorts() {
 void ArvNodeMap::AttachChunkData(const void* data, size_t size) {
     MapLock lock(*this);
     if (!data && size > 0)
-        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "chunk data of " + std::to_string(size) +
-                                                   " bytes without a buffer");
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "chunk data of " + std::to_string(size) + " bytes without a buffer");
     const uint8_t* bytes = static_cast<const uint8_t*>(data);
     for (size_t i = 0; i < m_chunkPorts.size(); ++i) {
         m_chunkHadData[i] = m_chunkPorts[i]->HasData();
@@ -553,7 +557,8 @@ void ArvNodeMap::AttachChunkData(const void* data, size_t size) {
     while (end > 0) {
         if (end < 8) {
             std::snprintf(failure, sizeof failure,
-                          "the layout is truncated: %zu bytes are left before byte %zu, a chunk trailer needs 8", end, end);
+                          "the layout is truncated: %zu bytes are left before byte %zu, a chunk trailer needs 8", end,
+                          end);
             break;
         }
         const size_t trailer = end - 8;
@@ -568,15 +573,14 @@ void ArvNodeMap::AttachChunkData(const void* data, size_t size) {
         const size_t start = trailer - length;
         const std::pair<size_t, size_t> range = PortRange(m_chunkPorts, id);
         for (size_t k = range.first; k < range.second; ++k)
-            if (!m_chunkPorts[k]->HasData()) m_chunkPorts[k]->SetData(bytes + start, length);  // nearest the end wins
+            if (!m_chunkPorts[k]->HasData()) m_chunkPorts[k]->SetData(bytes + start, length); // nearest the end wins
         end = start;
     }
     if (failure[0]) {
         for (ArvPortNode* port : m_chunkPorts) port->ClearData();
         for (size_t i = 0; i < m_chunkPorts.size(); ++i)
             if (m_chunkHadData[i]) NotifyChanged(*m_chunkPorts[i]);
-        ORV_RAISE(ORVANE_ERR_INVALID_BUFFER, "chunk data of " + std::to_string(size) +
-                                                  " bytes refused: " + failure);
+        ORV_RAISE(ORVANE_ERR_INVALID_BUFFER, "chunk data of " + std::to_string(size) + " bytes refused: " + failure);
     }
     m_chunkAttached = true;
     for (size_t i = 0; i < m_chunkPorts.size(); ++i)
@@ -620,8 +624,8 @@ void ArvNodeMap::AttachEventData(uint64_t eventId, const void* data, size_t size
     char id[24];
     std::snprintf(id, sizeof id, "0x%llX", static_cast<unsigned long long>(eventId));
     if (!data && size > 0)
-        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, std::string("event ") + id + " data of " +
-                                                   std::to_string(size) + " bytes without a buffer");
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                  std::string("event ") + id + " data of " + std::to_string(size) + " bytes without a buffer");
     const std::pair<size_t, size_t> range = PortRange(m_eventPorts, eventId);
     if (range.first == range.second)
         ORV_RAISE(ORVANE_ERR_INVALID_ID, std::string("the description has no port for event ") + id);

@@ -166,9 +166,9 @@ private:
     ArvDevice* m_device;
     ArvGc* m_gc;
     std::unordered_map<ArvGcNode*, Node*> m_byArv;
-    std::vector<ArvPortNode*> m_chunkPorts;  // sorted by chunk ID
-    std::vector<ArvPortNode*> m_eventPorts;  // sorted by event ID
-    std::vector<char> m_chunkHadData;        // scratch for AttachChunkData, one per chunk port
+    std::vector<ArvPortNode*> m_chunkPorts; // sorted by chunk ID
+    std::vector<ArvPortNode*> m_eventPorts; // sorted by event ID
+    std::vector<char> m_chunkHadData;       // scratch for AttachChunkData, one per chunk port
     bool m_chunkAttached = false;
     DeviceObserver* m_observer = nullptr;
 };

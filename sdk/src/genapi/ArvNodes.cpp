@@ -56,18 +56,18 @@ ERepresentation Representation(ArvGcRepresentation r) {
 }
 
 // Calls an Aravis getter that reports failure through a GError.
-#define ARV_CALL(expr, function)                      \
-    [&] {                                             \
-        GError* error_ = nullptr;                     \
-        auto value_ = expr;                           \
+#define ARV_CALL(expr, function)                            \
+    [&] {                                                   \
+        GError* error_ = nullptr;                           \
+        auto value_ = expr;                                 \
         if (error_) RaiseArvError(*this, function, error_); \
-        return value_;                                \
+        return value_;                                      \
     }()
 
-#define ARV_DO(expr, function)                        \
-    do {                                              \
-        GError* error_ = nullptr;                     \
-        expr;                                         \
+#define ARV_DO(expr, function)                              \
+    do {                                                    \
+        GError* error_ = nullptr;                           \
+        expr;                                               \
         if (error_) RaiseArvError(*this, function, error_); \
     } while (0)
 
@@ -116,9 +116,11 @@ namespace {
 
 // Reads the bytes of a register on a chunk or event port: its address and
 // length as Aravis evaluates them (pIndex, pLength), its data from the port.
-uint64_t PortRegisterBytes(const Node& node, const ArvLink& link, uint8_t* out, uint64_t capacity, const char* function) {
+uint64_t PortRegisterBytes(const Node& node, const ArvLink& link, uint8_t* out, uint64_t capacity,
+                           const char* function) {
     if (!ARV_IS_GC_REGISTER(link.feature))
-        node.Fail(__LINE__, function, ORVANE_ERR_NOT_SUPPORTED, "this register kind cannot be read from chunk or event data");
+        node.Fail(__LINE__, function, ORVANE_ERR_NOT_SUPPORTED,
+                  "this register kind cannot be read from chunk or event data");
     ArvGcRegister* reg = ARV_GC_REGISTER(link.feature);
     GError* error = nullptr;
     const uint64_t address = arv_gc_register_get_address(reg, &error);
@@ -192,7 +194,8 @@ double PortFloat(const Node& node, const ArvLink& link, const char* function) {
 // The value of the node a pass-through node reads.
 int64_t ServedInteger(const Node& node, Node* source, bool ignoreCache, const char* function) {
     if (auto* i = dynamic_cast<IInteger*>(source)) return i->GetValue(false, ignoreCache);
-    if (auto* f = dynamic_cast<IFloat*>(source)) return static_cast<int64_t>(std::llround(f->GetValue(false, ignoreCache)));
+    if (auto* f = dynamic_cast<IFloat*>(source))
+        return static_cast<int64_t>(std::llround(f->GetValue(false, ignoreCache)));
     node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY, "its pValue is neither an integer nor a float");
 }
 
@@ -260,12 +263,14 @@ T LimitOf(const Node& node, Get&& get, T unlimited, const char* function) {
 }
 
 int64_t ArvIntegerNode::DoGetMin() {
-    return LimitOf<int64_t>(*this, [&](GError** e) { return arv_gc_integer_get_min(m_integer, e); },
-                            std::numeric_limits<int64_t>::min(), "GetMin");
+    return LimitOf<int64_t>(
+        *this, [&](GError** e) { return arv_gc_integer_get_min(m_integer, e); }, std::numeric_limits<int64_t>::min(),
+        "GetMin");
 }
 int64_t ArvIntegerNode::DoGetMax() {
-    return LimitOf<int64_t>(*this, [&](GError** e) { return arv_gc_integer_get_max(m_integer, e); },
-                            std::numeric_limits<int64_t>::max(), "GetMax");
+    return LimitOf<int64_t>(
+        *this, [&](GError** e) { return arv_gc_integer_get_max(m_integer, e); }, std::numeric_limits<int64_t>::max(),
+        "GetMax");
 }
 int64_t ArvIntegerNode::DoGetInc() {
     // No Inc in the document: an increment of 1.
@@ -320,12 +325,14 @@ void ArvFloatNode::DoSetValue(double value) {
 }
 
 double ArvFloatNode::DoGetMin() {
-    return LimitOf<double>(*this, [&](GError** e) { return arv_gc_float_get_min(m_float, e); },
-                           -std::numeric_limits<double>::max(), "GetMin");
+    return LimitOf<double>(
+        *this, [&](GError** e) { return arv_gc_float_get_min(m_float, e); }, -std::numeric_limits<double>::max(),
+        "GetMin");
 }
 double ArvFloatNode::DoGetMax() {
-    return LimitOf<double>(*this, [&](GError** e) { return arv_gc_float_get_max(m_float, e); },
-                           std::numeric_limits<double>::max(), "GetMax");
+    return LimitOf<double>(
+        *this, [&](GError** e) { return arv_gc_float_get_max(m_float, e); }, std::numeric_limits<double>::max(),
+        "GetMax");
 }
 // Without an increment Aravis reports the smallest positive double, or an
 // error for float registers.
@@ -569,7 +576,8 @@ void ArvPortNode::ReadData(const Node& reader, uint8_t* out, uint64_t address, u
                     "the node is not readable (access mode NA): " + Absence());
     if (address > m_size || length > m_size - address) {
         char text[160];
-        std::snprintf(text, sizeof text, "reading %llu bytes at offset %llu of %s 0x%llX: the data holds only %zu bytes",
+        std::snprintf(text, sizeof text,
+                      "reading %llu bytes at offset %llu of %s 0x%llX: the data holds only %zu bytes",
                       static_cast<unsigned long long>(length), static_cast<unsigned long long>(address),
                       m_source == Source::Chunk ? "chunk" : "event", static_cast<unsigned long long>(m_id), m_size);
         reader.Fail(__LINE__, "Read", ORVANE_ERR_INVALID_BUFFER, text);

@@ -33,25 +33,25 @@ struct PortRegisterLayout {
     Kind kind = Bytes;
     bool bigEndian = false;
     bool isSigned = false;
-    int lsb = -1;  // MaskedInteger: the bit field, numbered as the XML numbers it
+    int lsb = -1; // MaskedInteger: the bit field, numbered as the XML numbers it
     int msb = -1;
 };
 
 // What every node over an Aravis feature node shares.
 struct ArvLink {
     ArvGcFeatureNode* feature = nullptr;
-    Node* valueNode = nullptr;      // the pValue target: its access mode limits this node's
-    bool accessCacheable = false;   // the access mode may be kept until the graph invalidates it
-    bool valueCacheable = false;    // the value may be kept until the graph invalidates it
+    Node* valueNode = nullptr;    // the pValue target: its access mode limits this node's
+    bool accessCacheable = false; // the access mode may be kept until the graph invalidates it
+    bool valueCacheable = false;  // the value may be kept until the graph invalidates it
     // Chunk and event data (ArvNodeMap::AttachChunkData, AttachEventData).
-    ArvPortNode* dataPort = nullptr;  // a chunk or event port this node reads through: NA while it holds no data
-    bool portRegister = false;        // a register on such a port: the map decodes it (portLayout)
+    ArvPortNode* dataPort = nullptr; // a chunk or event port this node reads through: NA while it holds no data
+    bool portRegister = false;       // a register on such a port: the map decodes it (portLayout)
     PortRegisterLayout portLayout;
-    Node* servedBy = nullptr;         // a pass-through node (Integer, Float, Enumeration) whose pValue is
-                                      // served by the map: its value is read from this node
+    Node* servedBy = nullptr; // a pass-through node (Integer, Float, Enumeration) whose pValue is
+                              // served by the map: its value is read from this node
     // The device observer (ArvNodeMap::SetDeviceObserver).
-    std::vector<ArvGcRegister*> writeRegisters;  // the registers a write of this node reaches
-    bool watchReads = false;                     // reads past the cache call the observer's BeforeRead first
+    std::vector<ArvGcRegister*> writeRegisters; // the registers a write of this node reaches
+    bool watchReads = false;                    // reads past the cache call the observer's BeforeRead first
 };
 
 // The GenApi access mode of an Aravis feature: NI when not implemented, NA
@@ -279,7 +279,7 @@ private:
     ArvGcPort* m_port;
     Source m_source = Source::Device;
     uint64_t m_id = 0;
-    const bool* m_attached = nullptr;  // the map's "chunk data attached" flag (chunk ports)
+    const bool* m_attached = nullptr; // the map's "chunk data attached" flag (chunk ports)
     const uint8_t* m_data = nullptr;
     size_t m_size = 0;
     bool m_hasData = false;

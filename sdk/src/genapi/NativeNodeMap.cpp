@@ -15,7 +15,8 @@ EAccessMode DefaultAccess(const AccessFunction& access, bool writable) {
 
 class NativeInteger : public IntegerNode {
 public:
-    NativeInteger(NodeMapBase& map, NodeInfo info, IntegerSpec spec) : IntegerNode(map, std::move(info)), m_spec(std::move(spec)) {}
+    NativeInteger(NodeMapBase& map, NodeInfo info, IntegerSpec spec)
+        : IntegerNode(map, std::move(info)), m_spec(std::move(spec)) {}
 
 protected:
     EAccessMode ComputeAccessMode() const override { return DefaultAccess(m_spec.access, bool(m_spec.set)); }
@@ -39,7 +40,8 @@ private:
 
 class NativeFloat : public FloatNode {
 public:
-    NativeFloat(NodeMapBase& map, NodeInfo info, FloatSpec spec) : FloatNode(map, std::move(info)), m_spec(std::move(spec)) {}
+    NativeFloat(NodeMapBase& map, NodeInfo info, FloatSpec spec)
+        : FloatNode(map, std::move(info)), m_spec(std::move(spec)) {}
 
 protected:
     EAccessMode ComputeAccessMode() const override { return DefaultAccess(m_spec.access, bool(m_spec.set)); }
@@ -61,7 +63,8 @@ private:
 
 class NativeString : public StringNode {
 public:
-    NativeString(NodeMapBase& map, NodeInfo info, StringSpec spec) : StringNode(map, std::move(info)), m_spec(std::move(spec)) {}
+    NativeString(NodeMapBase& map, NodeInfo info, StringSpec spec)
+        : StringNode(map, std::move(info)), m_spec(std::move(spec)) {}
 
 protected:
     EAccessMode ComputeAccessMode() const override { return DefaultAccess(m_spec.access, bool(m_spec.set)); }
@@ -81,7 +84,8 @@ private:
 
 class NativeBoolean : public BooleanNode {
 public:
-    NativeBoolean(NodeMapBase& map, NodeInfo info, BooleanSpec spec) : BooleanNode(map, std::move(info)), m_spec(std::move(spec)) {}
+    NativeBoolean(NodeMapBase& map, NodeInfo info, BooleanSpec spec)
+        : BooleanNode(map, std::move(info)), m_spec(std::move(spec)) {}
 
 protected:
     EAccessMode ComputeAccessMode() const override { return DefaultAccess(m_spec.access, bool(m_spec.set)); }
@@ -100,7 +104,8 @@ private:
 
 class NativeCommand : public CommandNode {
 public:
-    NativeCommand(NodeMapBase& map, NodeInfo info, CommandSpec spec) : CommandNode(map, std::move(info)), m_spec(std::move(spec)) {}
+    NativeCommand(NodeMapBase& map, NodeInfo info, CommandSpec spec)
+        : CommandNode(map, std::move(info)), m_spec(std::move(spec)) {}
 
 protected:
     EAccessMode ComputeAccessMode() const override { return m_spec.access ? m_spec.access() : WO; }

@@ -54,14 +54,14 @@ struct BooleanSpec {
 
 struct CommandSpec {
     std::function<void()> execute;
-    std::function<bool()> isDone;  // always done when absent
-    AccessFunction access;         // WO when absent
+    std::function<bool()> isDone; // always done when absent
+    AccessFunction access;        // WO when absent
 };
 
 struct EnumerationSpec {
     std::function<int64_t()> get;
     std::function<void(int64_t)> set;
-    std::vector<std::pair<std::string, int64_t>> entries;  // symbolic name, value; in this order
+    std::vector<std::pair<std::string, int64_t>> entries; // symbolic name, value; in this order
     AccessFunction access;
 };
 

@@ -29,7 +29,7 @@ EAccessMode CombineAccess(EAccessMode a, EAccessMode b) {
     if (Rank(a) < 2 || Rank(b) < 2) return Rank(a) <= Rank(b) ? a : b;
     if (a == RW) return b;
     if (b == RW) return a;
-    return a == b ? a : NA;  // RO with WO
+    return a == b ? a : NA; // RO with WO
 }
 
 Node::Node(NodeMapBase& map, NodeInfo info) : m_map(map), m_info(std::move(info)) {}
@@ -65,9 +65,7 @@ GenICam::gcstring Node::GetToolTip() const { return m_info.toolTip; }
 GenICam::gcstring Node::GetDescription() const {
     return m_info.description.empty() ? m_info.toolTip : m_info.description;
 }
-GenICam::gcstring Node::GetDisplayName() const {
-    return m_info.displayName.empty() ? m_info.name : m_info.displayName;
-}
+GenICam::gcstring Node::GetDisplayName() const { return m_info.displayName.empty() ? m_info.name : m_info.displayName; }
 GenICam::gcstring Node::GetDeviceName() const { return m_map.GetDeviceName(); }
 
 void Node::GetChildren(node_vector& Children, ELinkType LinkType) const {
@@ -134,13 +132,20 @@ void Node::GetPropertyNames(gcstring_vector& PropertyNames) const {
 
 bool Node::GetProperty(const GenICam::gcstring& name, GenICam::gcstring& value, GenICam::gcstring& attribute) const {
     attribute = "";
-    if (name == "Name") value = m_info.name;
-    else if (name == "NameSpace") value = m_info.nameSpace == Standard ? "Standard" : "Custom";
-    else if (name == "Visibility") value = VisibilityName(m_info.visibility);
-    else if (name == "ToolTip") value = m_info.toolTip;
-    else if (name == "Description") value = m_info.description;
-    else if (name == "DisplayName") value = m_info.displayName;
-    else return false;
+    if (name == "Name")
+        value = m_info.name;
+    else if (name == "NameSpace")
+        value = m_info.nameSpace == Standard ? "Standard" : "Custom";
+    else if (name == "Visibility")
+        value = VisibilityName(m_info.visibility);
+    else if (name == "ToolTip")
+        value = m_info.toolTip;
+    else if (name == "Description")
+        value = m_info.description;
+    else if (name == "DisplayName")
+        value = m_info.displayName;
+    else
+        return false;
     return true;
 }
 
@@ -218,7 +223,7 @@ void Invoke(const CNodeCallback& callback, ECallbackType type, const std::string
 
 void Node::FireCallbacks(ECallbackType type) {
     if (m_callbacks.empty()) return;
-    const std::vector<Registration> callbacks = m_callbacks;  // a callback may deregister
+    const std::vector<Registration> callbacks = m_callbacks; // a callback may deregister
     for (const auto& r : callbacks)
         if (r.callback->GetCallbackType() == type && HasCallback(r.handle)) Invoke(*r.callback, type, m_info.name);
 }
@@ -240,7 +245,7 @@ void Node::FireCallback(CallbackHandleType handle) {
         NodeMapBase::MapLock lock(m_map);
         for (const auto& r : m_callbacks)
             if (r.handle == handle) cb = r.callback;
-        if (cb) m_map.BeginCallback(handle);  // before the lock goes: DeregisterCallback then waits for it
+        if (cb) m_map.BeginCallback(handle); // before the lock goes: DeregisterCallback then waits for it
     }
     if (!cb) return;
     struct End {

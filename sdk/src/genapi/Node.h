@@ -23,14 +23,14 @@ struct NodeInfo {
     EVisibility visibility = Beginner;
     std::string toolTip;
     std::string description;
-    std::string displayName;  // the name when empty
+    std::string displayName; // the name when empty
     std::string docuURL;
     std::string eventID;
     ECachingMode cachingMode = NoCache;
     int64_t pollingTime = -1;
     bool deprecated = false;
     bool streamable = false;
-    bool feature = true;  // false for nodes that only serve other nodes
+    bool feature = true; // false for nodes that only serve other nodes
 };
 
 // GenApi's combination of two access modes: the more restrictive wins, and
@@ -135,12 +135,12 @@ private:
     EVisibility m_imposedVisibility = Beginner;
     mutable EAccessMode m_cachedAccess = _UndefinedAccesMode;
     std::vector<Registration> m_callbacks;
-    std::vector<Node*> m_dependsOn;           // reading, invalidating links
+    std::vector<Node*> m_dependsOn; // reading, invalidating links
     std::vector<ELinkType> m_dependsOnKind;
-    std::vector<Node*> m_dependents;          // reverse of m_dependsOn
+    std::vector<Node*> m_dependents; // reverse of m_dependsOn
     std::vector<Node*> m_selected;
     std::vector<Node*> m_selecting;
-    std::vector<Node*> m_writes;              // nodes a write of this node writes through
+    std::vector<Node*> m_writes; // nodes a write of this node writes through
 };
 
 } // namespace impl

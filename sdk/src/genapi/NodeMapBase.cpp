@@ -129,9 +129,7 @@ void NodeMapBase::Release() const {
     for (const auto& p : pending) p.node->FireCallback(p.handle);
 }
 
-void NodeMapBase::InvalidateDependencyGraph() {
-    m_graphValid = false;
-}
+void NodeMapBase::InvalidateDependencyGraph() { m_graphValid = false; }
 
 const std::vector<Node*>& NodeMapBase::Closure(Node& node) {
     if (!m_graphValid) {
@@ -158,7 +156,7 @@ void NodeMapBase::NotifyChanged(Node& node) {
         callbacks = callbacks || n->HasCallbacks();
     }
     if (!callbacks) return;
-    const std::vector<Node*> reached = closure;  // inside-lock callbacks may change the graph
+    const std::vector<Node*> reached = closure; // inside-lock callbacks may change the graph
     std::vector<CallbackHandleType> handles;
     for (Node* n : reached) {
         if (!n->HasCallbacks()) continue;

@@ -15,8 +15,8 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -117,24 +117,24 @@ private:
     const std::vector<Node*>& Closure(Node& node);
 
     std::string m_deviceName;
-    std::vector<std::unique_ptr<Node>> m_nodes;  // every node, hidden ones included
+    std::vector<std::unique_ptr<Node>> m_nodes; // every node, hidden ones included
     std::vector<Node*> m_order;                 // the visible nodes, in declaration order
     std::unordered_map<std::string, Node*> m_byName;
     std::unordered_map<const IBase*, Node*> m_byBase;
-    std::unordered_map<Node*, std::vector<Node*>> m_closures;  // node -> itself and its dependents
+    std::unordered_map<Node*, std::vector<Node*>> m_closures; // node -> itself and its dependents
     bool m_graphValid = false;
 
     mutable std::recursive_mutex m_mutex;
-    mutable int m_depth = 0;                          // lock depth of the holding thread
-    mutable std::atomic<std::thread::id> m_owner{};   // the holding thread, or none
+    mutable int m_depth = 0;                        // lock depth of the holding thread
+    mutable std::atomic<std::thread::id> m_owner{}; // the holding thread, or none
     struct InFlight {
         CallbackHandleType handle;
         std::thread::id thread;
     };
-    std::mutex m_flightMutex;                         // guards m_inFlight
+    std::mutex m_flightMutex; // guards m_inFlight
     std::condition_variable m_flightDone;
     std::vector<InFlight> m_inFlight;
-    mutable std::vector<PendingCallback> m_pending;   // outside-lock callbacks to run on release
+    mutable std::vector<PendingCallback> m_pending; // outside-lock callbacks to run on release
     std::unordered_map<Node*, int64_t> m_pollElapsed;
 };
 

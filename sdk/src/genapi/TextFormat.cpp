@@ -1,13 +1,13 @@
 #include "genapi/TextFormat.h"
 
+#include <strings.h>
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <algorithm>
-#include <strings.h>
 
 namespace Orvane {
 namespace GenApi {
@@ -17,9 +17,7 @@ std::string FormatInteger(int64_t value, ERepresentation representation) {
     char text[64];
     const uint64_t u = static_cast<uint64_t>(value);
     switch (representation) {
-    case HexNumber:
-        std::snprintf(text, sizeof text, "0x%" PRIX64, u);
-        break;
+    case HexNumber: std::snprintf(text, sizeof text, "0x%" PRIX64, u); break;
     case IPV4Address:
         std::snprintf(text, sizeof text, "%u.%u.%u.%u", unsigned((u >> 24) & 0xFF), unsigned((u >> 16) & 0xFF),
                       unsigned((u >> 8) & 0xFF), unsigned(u & 0xFF));
@@ -29,9 +27,7 @@ std::string FormatInteger(int64_t value, ERepresentation representation) {
                       unsigned((u >> 32) & 0xFF), unsigned((u >> 24) & 0xFF), unsigned((u >> 16) & 0xFF),
                       unsigned((u >> 8) & 0xFF), unsigned(u & 0xFF));
         break;
-    default:
-        std::snprintf(text, sizeof text, "%" PRId64, value);
-        break;
+    default: std::snprintf(text, sizeof text, "%" PRId64, value); break;
     }
     return text;
 }
@@ -91,12 +87,8 @@ std::string FormatFloat(double value, EDisplayNotation notation, int64_t precisi
     char text[64];
     const int digits = precision >= 0 && precision < 30 ? static_cast<int>(precision) : 6;
     switch (notation) {
-    case fnFixed:
-        std::snprintf(text, sizeof text, "%.*f", digits, value);
-        return text;
-    case fnScientific:
-        std::snprintf(text, sizeof text, "%.*e", digits, value);
-        return text;
+    case fnFixed: std::snprintf(text, sizeof text, "%.*f", digits, value); return text;
+    case fnScientific: std::snprintf(text, sizeof text, "%.*e", digits, value); return text;
     default: {
         auto r = std::to_chars(text, text + sizeof text - 1, value);
         *r.ptr = 0;

@@ -66,8 +66,8 @@ int64_t IntegerNode::GetValue(bool Verify, bool IgnoreCache) {
         const int64_t min = GetMin(), max = GetMax();
         if (value < min || value > max)
             ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, "the device reports " + std::to_string(value) +
-                                                                ", outside [" + std::to_string(min) + ", " +
-                                                                std::to_string(max) + "]");
+                                                               ", outside [" + std::to_string(min) + ", " +
+                                                               std::to_string(max) + "]");
     }
     return value;
 }
@@ -214,8 +214,8 @@ void StringNode::SetValue(const gcstring& Value, bool Verify) {
         const int64_t max = GetMaxLength();
         if (static_cast<int64_t>(Value.size()) > max)
             ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, "the text has " + std::to_string(Value.size()) +
-                                                                " bytes, more than the maximum length " +
-                                                                std::to_string(max));
+                                                               " bytes, more than the maximum length " +
+                                                               std::to_string(max));
     }
     DoSetValue(Value.str());
     m_map.NotifyChanged(*this);
@@ -241,7 +241,8 @@ gcstring BooleanNode::ToString(bool Verify, bool IgnoreCache) {
 void BooleanNode::FromString(const gcstring& ValueStr, bool Verify) {
     bool value = false;
     if (!ParseBoolean(ValueStr.str(), value))
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not a boolean (true, false, 1, 0)");
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+                      "'" + ValueStr.str() + "' is not a boolean (true, false, 1, 0)");
     SetValue(value, Verify);
 }
 
@@ -265,7 +266,8 @@ gcstring CommandNode::ToString(bool Verify, bool) { return IsDone(Verify) ? "1" 
 void CommandNode::FromString(const gcstring& ValueStr, bool Verify) {
     bool value = false;
     if (!ParseBoolean(ValueStr.str(), value))
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' does not execute a command (1, true)");
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+                      "'" + ValueStr.str() + "' does not execute a command (1, true)");
     if (value) Execute(Verify);
 }
 
@@ -338,8 +340,8 @@ int64_t EnumerationNode::GetIntValue(bool Verify, bool IgnoreCache) {
     CheckReadable(__func__);
     const int64_t value = DoGetIntValue(IgnoreCache);
     if (Verify && !GetEntry(value))
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, "the device reports " + std::to_string(value) +
-                                                            ", the value of no entry");
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+                      "the device reports " + std::to_string(value) + ", the value of no entry");
     return value;
 }
 
@@ -360,8 +362,8 @@ IEnumEntry* EnumerationNode::GetCurrentEntry(bool Verify, bool IgnoreCache) {
     const int64_t value = GetIntValue(Verify, IgnoreCache);
     IEnumEntry* entry = GetEntry(value);
     if (!entry)
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, "the device reports " + std::to_string(value) +
-                                                            ", the value of no entry");
+        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+                      "the device reports " + std::to_string(value) + ", the value of no entry");
     return entry;
 }
 
@@ -374,9 +376,7 @@ void EnumerationNode::AddEntry(EnumEntryNode& entry) {
 // Enumeration entry --------------------------------------------------------
 
 EnumEntryNode::EnumEntryNode(NodeMapBase& map, NodeInfo info, std::string symbolic, int64_t value)
-    : Node(map, std::move(info)),
-      m_symbolic(std::move(symbolic)),
-      m_value(value),
+    : Node(map, std::move(info)), m_symbolic(std::move(symbolic)), m_value(value),
       m_numericValue(static_cast<double>(value)) {}
 
 gcstring EnumEntryNode::ToString(bool, bool) { return m_symbolic; }
@@ -425,7 +425,8 @@ void RegisterNode::FromString(const gcstring& ValueStr, bool Verify) {
         unsigned v = 0;
         if (std::sscanf(text.c_str() + i, "%2x", &v) != 1 || !isxdigit(static_cast<unsigned char>(text[i])) ||
             !isxdigit(static_cast<unsigned char>(text[i + 1])))
-            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + text + "' is not 0x followed by hexadecimal bytes");
+            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+                          "'" + text + "' is not 0x followed by hexadecimal bytes");
         bytes.push_back(static_cast<uint8_t>(v));
     }
     Set(bytes.data(), static_cast<int64_t>(bytes.size()), Verify);
@@ -437,9 +438,9 @@ void RegisterNode::Set(const uint8_t* pBuffer, int64_t Length, bool Verify) {
     if (!pBuffer) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the buffer is null");
     const int64_t length = GetLength();
     if (Length <= 0 || Length > length || (Verify && Length != length))
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "length " + std::to_string(Length) +
-                                                                " does not fit the register's " +
-                                                                std::to_string(length) + " bytes");
+        ORV_NODE_FAIL(
+            ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+            "length " + std::to_string(Length) + " does not fit the register's " + std::to_string(length) + " bytes");
     DoSet(pBuffer, Length);
     m_map.NotifyChanged(*this);
 }
@@ -450,9 +451,9 @@ void RegisterNode::Get(uint8_t* pBuffer, int64_t Length, bool Verify, bool Ignor
     if (!pBuffer) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the buffer is null");
     const int64_t length = GetLength();
     if (Length <= 0 || Length > length || (Verify && Length != length))
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "length " + std::to_string(Length) +
-                                                                " does not fit the register's " +
-                                                                std::to_string(length) + " bytes");
+        ORV_NODE_FAIL(
+            ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+            "length " + std::to_string(Length) + " does not fit the register's " + std::to_string(length) + " bytes");
     DoGet(pBuffer, Length, IgnoreCache);
 }
 
@@ -470,8 +471,7 @@ void RegisterNode::SetReference(IBase* pBase) {
     Lock lock(m_map);
     Node* node = m_map.NodeFromBase(pBase);
     IPort* port = node ? dynamic_cast<IPort*>(node) : nullptr;
-    if (!port)
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the reference is not a port node of this node map");
+    if (!port) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the reference is not a port node of this node map");
     DoSetPort(*port);
     m_map.NotifyChanged(*this);
 }

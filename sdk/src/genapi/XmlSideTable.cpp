@@ -84,7 +84,7 @@ XmlSideTable::XmlSideTable(const char* xml, size_t size) {
     if (!doc) return;
     // Depth-first over every element; named elements are nodes, wherever they
     // are nested (entries in enumerations, struct entries, groups).
-    std::vector<std::pair<const xmlNode*, std::string>> stack;  // element, name of its enclosing node
+    std::vector<std::pair<const xmlNode*, std::string>> stack; // element, name of its enclosing node
     if (const xmlNode* root = xmlDocGetRootElement(doc)) stack.emplace_back(root, "");
     while (!stack.empty()) {
         const xmlNode* element = stack.back().first;

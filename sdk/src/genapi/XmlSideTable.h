@@ -16,22 +16,22 @@ namespace GenApi {
 namespace impl {
 
 struct XmlNodeExtra {
-    bool standardNameSpace = false;  // NameSpace="Standard" (GenICam's default is Custom)
-    int cachable = -1;          // ECachingMode, -1 when the XML gives none
-    int64_t pollingTime = -1;   // milliseconds, -1 when absent
+    bool standardNameSpace = false; // NameSpace="Standard" (GenICam's default is Custom)
+    int cachable = -1;              // ECachingMode, -1 when the XML gives none
+    int64_t pollingTime = -1;       // milliseconds, -1 when absent
     bool deprecated = false;
     bool streamable = false;
-    bool selfClearing = false;  // enumeration entries
+    bool selfClearing = false; // enumeration entries
     bool hasNumericValue = false;
-    double numericValue = 0.0;  // enumeration entries
+    double numericValue = 0.0; // enumeration entries
     std::string docuURL;
     std::string eventID;
-    std::vector<std::string> offsetNodes;  // nodes named by pOffset attributes
-    std::string element;        // the XML element's name: IntReg, MaskedIntReg, FloatReg, Port, ...
-    std::string chunkID;        // a port's ChunkID (hexadecimal text), empty when absent
-    bool bigEndian = false;     // Endianess (GenICam's default is LittleEndian)
-    bool isSigned = false;      // Sign (GenICam's default is Unsigned)
-    int lsb = -1;               // a MaskedIntReg's bit field (LSB, MSB, or Bit for both); -1 when absent
+    std::vector<std::string> offsetNodes; // nodes named by pOffset attributes
+    std::string element;                  // the XML element's name: IntReg, MaskedIntReg, FloatReg, Port, ...
+    std::string chunkID;                  // a port's ChunkID (hexadecimal text), empty when absent
+    bool bigEndian = false;               // Endianess (GenICam's default is LittleEndian)
+    bool isSigned = false;                // Sign (GenICam's default is Unsigned)
+    int lsb = -1;                         // a MaskedIntReg's bit field (LSB, MSB, or Bit for both); -1 when absent
     int msb = -1;
 };
 

@@ -9,20 +9,38 @@ namespace Orvane {
 
 namespace {
 
-const char* const kIntegerNames[ChunkData::IntegerItemCount] = {
-    "ChunkFrameID",          "ChunkOffsetX",           "ChunkOffsetY",
-    "ChunkWidth",            "ChunkHeight",            "ChunkCounterValue",
-    "ChunkLinePitch",        "ChunkLineStatusAll",     "ChunkPixelDynamicRangeMax",
-    "ChunkPixelDynamicRangeMin", "ChunkSequencerSetActive", "ChunkStreamChannelID",
-    "ChunkTimestamp",        "ChunkTimestampLatchValue", "ChunkTransferBlockID",
-    "ChunkTransferQueueCurrentBlockCount", "ChunkPartSelector", "ChunkScanLineSelector",
-    "ChunkEncoderValue"};
+const char* const kIntegerNames[ChunkData::IntegerItemCount] = {"ChunkFrameID",
+                                                                "ChunkOffsetX",
+                                                                "ChunkOffsetY",
+                                                                "ChunkWidth",
+                                                                "ChunkHeight",
+                                                                "ChunkCounterValue",
+                                                                "ChunkLinePitch",
+                                                                "ChunkLineStatusAll",
+                                                                "ChunkPixelDynamicRangeMax",
+                                                                "ChunkPixelDynamicRangeMin",
+                                                                "ChunkSequencerSetActive",
+                                                                "ChunkStreamChannelID",
+                                                                "ChunkTimestamp",
+                                                                "ChunkTimestampLatchValue",
+                                                                "ChunkTransferBlockID",
+                                                                "ChunkTransferQueueCurrentBlockCount",
+                                                                "ChunkPartSelector",
+                                                                "ChunkScanLineSelector",
+                                                                "ChunkEncoderValue"};
 
-const char* const kFloatNames[ChunkData::FloatItemCount] = {
-    "ChunkExposureTime",          "ChunkCompressionRatio",       "ChunkGain",
-    "ChunkBlackLevel",            "ChunkTimerValue",             "ChunkScan3dCoordinateScale",
-    "ChunkScan3dCoordinateOffset", "ChunkScan3dCoordinateReferenceValue", "ChunkScan3dInvalidDataValue",
-    "ChunkScan3dAxisMin",         "ChunkScan3dAxisMax",          "ChunkScan3dTransformValue"};
+const char* const kFloatNames[ChunkData::FloatItemCount] = {"ChunkExposureTime",
+                                                            "ChunkCompressionRatio",
+                                                            "ChunkGain",
+                                                            "ChunkBlackLevel",
+                                                            "ChunkTimerValue",
+                                                            "ChunkScan3dCoordinateScale",
+                                                            "ChunkScan3dCoordinateOffset",
+                                                            "ChunkScan3dCoordinateReferenceValue",
+                                                            "ChunkScan3dInvalidDataValue",
+                                                            "ChunkScan3dAxisMin",
+                                                            "ChunkScan3dAxisMax",
+                                                            "ChunkScan3dTransformValue"};
 
 [[noreturn]] void RaiseAbsent(const char* function, const char* name) {
     Raise(__LINE__, __FILE__, function, ORVANE_ERR_NO_DATA,
@@ -47,16 +65,16 @@ bool ChunkData::IsPresent(FloatItem item) const {
 
 int64_t ChunkData::GetIntegerValue(IntegerItem item) const {
     if (item < 0 || item >= IntegerItemCount)
-        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "ChunkData: integer item " + std::to_string(static_cast<int>(item)) +
-                                               " does not exist");
+        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE,
+                  "ChunkData: integer item " + std::to_string(static_cast<int>(item)) + " does not exist");
     if (!(m_integerPresent >> item & 1u)) RaiseAbsent("GetIntegerValue", kIntegerNames[item]);
     return m_integers[item];
 }
 
 double ChunkData::GetFloatValue(FloatItem item) const {
     if (item < 0 || item >= FloatItemCount)
-        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "ChunkData: float item " + std::to_string(static_cast<int>(item)) +
-                                               " does not exist");
+        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE,
+                  "ChunkData: float item " + std::to_string(static_cast<int>(item)) + " does not exist");
     if (!(m_floatPresent >> item & 1u)) RaiseAbsent("GetFloatValue", kFloatNames[item]);
     return m_floats[item];
 }
@@ -69,15 +87,15 @@ const char* ChunkData::GetName(FloatItem item) {
     return item >= 0 && item < FloatItemCount ? kFloatNames[item] : nullptr;
 }
 
-#define ORV_INT_GETTER(Name)                                                   \
-    int64_t ChunkData::Get##Name() const {                                     \
+#define ORV_INT_GETTER(Name)                                                                 \
+    int64_t ChunkData::Get##Name() const {                                                   \
         if (!(m_integerPresent >> Name & 1u)) RaiseAbsent("Get" #Name, kIntegerNames[Name]); \
-        return m_integers[Name];                                               \
+        return m_integers[Name];                                                             \
     }
-#define ORV_FLOAT_GETTER(Name)                                                 \
-    double ChunkData::Get##Name() const {                                      \
+#define ORV_FLOAT_GETTER(Name)                                                           \
+    double ChunkData::Get##Name() const {                                                \
         if (!(m_floatPresent >> Name & 1u)) RaiseAbsent("Get" #Name, kFloatNames[Name]); \
-        return m_floats[Name];                                                 \
+        return m_floats[Name];                                                           \
     }
 
 ORV_INT_GETTER(FrameID)

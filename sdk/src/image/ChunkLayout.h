@@ -16,8 +16,8 @@ constexpr size_t kChunkTrailerBytes = 8;
 
 struct ChunkEntry {
     uint32_t id;
-    size_t offset;  // of the chunk's data from the payload's start
-    size_t length;  // bytes of data
+    size_t offset; // of the chunk's data from the payload's start
+    size_t length; // bytes of data
 };
 
 // Walks the layout of payload[0..size) from its end. Calls visit(entry) for

@@ -106,10 +106,10 @@ void Image::Shape(size_t width, size_t height, size_t offsetX, size_t offsetY, P
     } else {
         imageSize = ImageBytes(info, width, height, 0, "Create");
         if (pData && dataSize && dataSize < imageSize)
-            ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "the data holds " + std::to_string(dataSize) + " bytes, fewer than the " +
-                                                       std::to_string(imageSize) + " bytes of a " +
-                                                       std::to_string(width) + " x " + std::to_string(height) + " " +
-                                                       info.name + " image");
+            ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "the data holds " + std::to_string(dataSize) +
+                                                       " bytes, fewer than the " + std::to_string(imageSize) +
+                                                       " bytes of a " + std::to_string(width) + " x " +
+                                                       std::to_string(height) + " " + info.name + " image");
     }
     const size_t bufferSize = pData ? (dataSize ? dataSize : imageSize) : imageSize;
     std::shared_ptr<void> storage;
@@ -181,8 +181,10 @@ void Image::DeepCopy(const ImagePtr& source) {
     std::shared_ptr<uint8_t> copy;
     if (src.m_bufferSize) {
         copy.reset(new uint8_t[src.m_bufferSize], std::default_delete<uint8_t[]>());
-        if (src.m_data) std::memcpy(copy.get(), src.m_data, src.m_bufferSize);
-        else std::memset(copy.get(), 0, src.m_bufferSize);
+        if (src.m_data)
+            std::memcpy(copy.get(), src.m_data, src.m_bufferSize);
+        else
+            std::memset(copy.get(), 0, src.m_bufferSize);
     }
     Release();
     m_width = src.m_width;
@@ -217,7 +219,7 @@ void Image::DeepCopy(const ImagePtr& source) {
 }
 
 void Image::Release() {
-    if (!m_owner) return;  // the caller's own image: nothing to hand back
+    if (!m_owner) return; // the caller's own image: nothing to hand back
     std::shared_ptr<internal::ImageBufferOwner> owner;
     owner.swap(m_owner);
     std::shared_ptr<void> storage;

@@ -108,7 +108,7 @@ void ImageList::PushBack(const ImagePtr& image) {
 }
 
 void ImageList::Append(const ImageList& other) {
-    const std::vector<ImagePtr> images = other.m_images;  // other may be *this
+    const std::vector<ImagePtr> images = other.m_images; // other may be *this
     m_images.insert(m_images.end(), images.begin(), images.end());
 }
 

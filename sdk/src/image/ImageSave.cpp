@@ -24,16 +24,46 @@ namespace {
 // The pixel formats the writers take as they are: grey and RGB/BGR(a), 8 and 16 bits.
 bool DirectLayout(PixelFormatEnums format, ChannelOrder& order, int& depth) {
     switch (format) {
-    case PixelFormat_Mono8: order = ChannelOrder::Gray; depth = 8; return true;
-    case PixelFormat_Mono16: order = ChannelOrder::Gray; depth = 16; return true;
-    case PixelFormat_RGB8: order = ChannelOrder::RGB; depth = 8; return true;
-    case PixelFormat_BGR8: order = ChannelOrder::BGR; depth = 8; return true;
-    case PixelFormat_RGBa8: order = ChannelOrder::RGBA; depth = 8; return true;
-    case PixelFormat_BGRa8: order = ChannelOrder::BGRA; depth = 8; return true;
-    case PixelFormat_RGB16: order = ChannelOrder::RGB; depth = 16; return true;
-    case PixelFormat_BGR16: order = ChannelOrder::BGR; depth = 16; return true;
-    case PixelFormat_RGBa16: order = ChannelOrder::RGBA; depth = 16; return true;
-    case PixelFormat_BGRa16: order = ChannelOrder::BGRA; depth = 16; return true;
+    case PixelFormat_Mono8:
+        order = ChannelOrder::Gray;
+        depth = 8;
+        return true;
+    case PixelFormat_Mono16:
+        order = ChannelOrder::Gray;
+        depth = 16;
+        return true;
+    case PixelFormat_RGB8:
+        order = ChannelOrder::RGB;
+        depth = 8;
+        return true;
+    case PixelFormat_BGR8:
+        order = ChannelOrder::BGR;
+        depth = 8;
+        return true;
+    case PixelFormat_RGBa8:
+        order = ChannelOrder::RGBA;
+        depth = 8;
+        return true;
+    case PixelFormat_BGRa8:
+        order = ChannelOrder::BGRA;
+        depth = 8;
+        return true;
+    case PixelFormat_RGB16:
+        order = ChannelOrder::RGB;
+        depth = 16;
+        return true;
+    case PixelFormat_BGR16:
+        order = ChannelOrder::BGR;
+        depth = 16;
+        return true;
+    case PixelFormat_RGBa16:
+        order = ChannelOrder::RGBA;
+        depth = 16;
+        return true;
+    case PixelFormat_BGRa16:
+        order = ChannelOrder::BGRA;
+        depth = 16;
+        return true;
     default: return false;
     }
 }
@@ -63,8 +93,7 @@ PixelFormatEnums Target(const PixelFormatInfo& info, ImageFileFormat file) {
     case PixelFamily::Yuv:
     case PixelFamily::Compressed:
         return deep && codecs::WriterAccepts(file, ChannelOrder::RGB, 16) ? PixelFormat_RGB16 : PixelFormat_RGB8;
-    default:
-        return UNKNOWN_PIXELFORMAT;
+    default: return UNKNOWN_PIXELFORMAT;
     }
 }
 
@@ -97,7 +126,8 @@ void SaveAs(const Image& image, const std::string& fileName, ImageFileFormat fil
         return;
     }
     const PixelFormatInfo* info = FindPixelFormat(format);
-    const PixelFormatEnums target = info ? Target(*info, internal::IsJpeg(image) ? FileFormat_PNG : file) : UNKNOWN_PIXELFORMAT;
+    const PixelFormatEnums target =
+        info ? Target(*info, internal::IsJpeg(image) ? FileFormat_PNG : file) : UNKNOWN_PIXELFORMAT;
     if (target == UNKNOWN_PIXELFORMAT || !internal::IsConversionSupported(format, target))
         ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, std::string("Cannot save a ") + Name(format) + " image as " +
                                                 codecs::FileFormatName(file) + ": no conversion to a format it stores");
@@ -129,26 +159,32 @@ void Image::Save(const GenICam::gcstring& fileName, ImageFileFormat format) cons
 }
 
 void Image::Save(const GenICam::gcstring& fileName, const PNGOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_PNG, [&](const PixelBuffer& b) { codecs::WritePNG(fileName.str(), b, option); });
+    SaveAs(*this, fileName.str(), FileFormat_PNG,
+           [&](const PixelBuffer& b) { codecs::WritePNG(fileName.str(), b, option); });
 }
 void Image::Save(const GenICam::gcstring& fileName, const PPMOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_PPM, [&](const PixelBuffer& b) { codecs::WritePPM(fileName.str(), b, option); });
+    SaveAs(*this, fileName.str(), FileFormat_PPM,
+           [&](const PixelBuffer& b) { codecs::WritePPM(fileName.str(), b, option); });
 }
 void Image::Save(const GenICam::gcstring& fileName, const PGMOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_PGM, [&](const PixelBuffer& b) { codecs::WritePGM(fileName.str(), b, option); });
+    SaveAs(*this, fileName.str(), FileFormat_PGM,
+           [&](const PixelBuffer& b) { codecs::WritePGM(fileName.str(), b, option); });
 }
 void Image::Save(const GenICam::gcstring& fileName, const TIFFOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_TIFF, [&](const PixelBuffer& b) { codecs::WriteTIFF(fileName.str(), b, option); });
+    SaveAs(*this, fileName.str(), FileFormat_TIFF,
+           [&](const PixelBuffer& b) { codecs::WriteTIFF(fileName.str(), b, option); });
 }
 void Image::Save(const GenICam::gcstring& fileName, const JPEGOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_JPEG, [&](const PixelBuffer& b) { codecs::WriteJPEG(fileName.str(), b, option); });
+    SaveAs(*this, fileName.str(), FileFormat_JPEG,
+           [&](const PixelBuffer& b) { codecs::WriteJPEG(fileName.str(), b, option); });
 }
 void Image::Save(const GenICam::gcstring& fileName, const JPEG2000Option& option) const {
     SaveAs(*this, fileName.str(), FileFormat_JPEG2000,
            [&](const PixelBuffer& b) { codecs::WriteJPEG2000(fileName.str(), b, option); });
 }
 void Image::Save(const GenICam::gcstring& fileName, const BMPOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_BMP, [&](const PixelBuffer& b) { codecs::WriteBMP(fileName.str(), b, option); });
+    SaveAs(*this, fileName.str(), FileFormat_BMP,
+           [&](const PixelBuffer& b) { codecs::WriteBMP(fileName.str(), b, option); });
 }
 
 } // namespace Orvane

@@ -34,10 +34,9 @@ const PixelFormatInfo* FindPixelFormatByPfnc(uint32_t code) {
 const PixelFormatInfo* FindPixelFormatByName(const char* name) {
     if (name == nullptr) return nullptr;
     const auto* end = std::end(kPixelFormatsByName);
-    const auto* it = std::lower_bound(std::begin(kPixelFormatsByName), end, name,
-                                      [](PixelFormatEnums f, const char* n) {
-                                          return std::strcmp(kPixelFormatTable[f].name, n) < 0;
-                                      });
+    const auto* it = std::lower_bound(
+        std::begin(kPixelFormatsByName), end, name,
+        [](PixelFormatEnums f, const char* n) { return std::strcmp(kPixelFormatTable[f].name, n) < 0; });
     if (it == end || std::strcmp(kPixelFormatTable[*it].name, name) != 0) return nullptr;
     return &kPixelFormatTable[*it];
 }

@@ -19,7 +19,7 @@ std::atomic<int> g_level{LOG_LEVEL_ERROR};
 
 HandlerRegistry<LoggingEventHandler>& Registry() {
     static HandlerRegistry<LoggingEventHandler>* registry = new HandlerRegistry<LoggingEventHandler>();
-    return *registry;  // never destroyed: logging stays usable during static destruction
+    return *registry; // never destroyed: logging stays usable during static destruction
 }
 
 // Set while this thread delivers a record, so that records logged by a
@@ -69,10 +69,16 @@ void LoggerWrapper::Log(int priority, const GenICam::gcstring& message, const Ge
 
 void LoggerWrapper::LoggingFatal(const GenICam::gcstring& m, const GenICam::gcstring& c) { Log(LOG_LEVEL_FATAL, m, c); }
 void LoggerWrapper::LoggingAlert(const GenICam::gcstring& m, const GenICam::gcstring& c) { Log(LOG_LEVEL_ALERT, m, c); }
-void LoggerWrapper::LoggingCritical(const GenICam::gcstring& m, const GenICam::gcstring& c) { Log(LOG_LEVEL_CRIT, m, c); }
+void LoggerWrapper::LoggingCritical(const GenICam::gcstring& m, const GenICam::gcstring& c) {
+    Log(LOG_LEVEL_CRIT, m, c);
+}
 void LoggerWrapper::LoggingError(const GenICam::gcstring& m, const GenICam::gcstring& c) { Log(LOG_LEVEL_ERROR, m, c); }
-void LoggerWrapper::LoggingWarning(const GenICam::gcstring& m, const GenICam::gcstring& c) { Log(LOG_LEVEL_WARN, m, c); }
-void LoggerWrapper::LoggingNotice(const GenICam::gcstring& m, const GenICam::gcstring& c) { Log(LOG_LEVEL_NOTICE, m, c); }
+void LoggerWrapper::LoggingWarning(const GenICam::gcstring& m, const GenICam::gcstring& c) {
+    Log(LOG_LEVEL_WARN, m, c);
+}
+void LoggerWrapper::LoggingNotice(const GenICam::gcstring& m, const GenICam::gcstring& c) {
+    Log(LOG_LEVEL_NOTICE, m, c);
+}
 void LoggerWrapper::LoggingInfo(const GenICam::gcstring& m, const GenICam::gcstring& c) { Log(LOG_LEVEL_INFO, m, c); }
 void LoggerWrapper::LoggingDebug(const GenICam::gcstring& m, const GenICam::gcstring& c) { Log(LOG_LEVEL_DEBUG, m, c); }
 
@@ -96,11 +102,7 @@ const char* LoggerWrapper::PriorityName(int priority) {
 LoggingEventData::LoggingEventData(const GenICam::gcstring& category, int priority, const GenICam::gcstring& timestamp,
                                    const GenICam::gcstring& ndc, const GenICam::gcstring& threadName,
                                    const GenICam::gcstring& message)
-    : m_category(category),
-      m_priority(priority),
-      m_timestamp(timestamp),
-      m_ndc(ndc),
-      m_threadName(threadName),
+    : m_category(category), m_priority(priority), m_timestamp(timestamp), m_ndc(ndc), m_threadName(threadName),
       m_message(message) {}
 LoggingEventData::~LoggingEventData() = default;
 const char* LoggingEventData::GetCategoryName() const { return m_category.c_str(); }

@@ -15,7 +15,7 @@ namespace internal {
 namespace {
 
 struct OutputLayout {
-    int r, g, b, a, size;  // byte positions within a pixel; a = -1: none
+    int r, g, b, a, size; // byte positions within a pixel; a = -1: none
 };
 
 OutputLayout LayoutOf(ComponentOrder order) {
@@ -83,7 +83,7 @@ __attribute__((target("avx2"))) inline __m256i ShuffleMask3(int channel) {
 }
 
 struct Masks3 {
-    __m256i m[3][3];  // [output vector][channel]
+    __m256i m[3][3]; // [output vector][channel]
 };
 
 __attribute__((target("avx2"))) Masks3 MakeMasks3() {
@@ -120,12 +120,11 @@ __attribute__((target("avx2"))) inline void Interleave3(const Masks3& k, __m256i
 
 // 32 pixels of four planes -> 128 bytes.
 template <bool Stream>
-__attribute__((target("avx2"))) inline void Interleave4(__m256i p0, __m256i p1, __m256i p2, __m256i p3,
-                                                        uint8_t* out) {
+__attribute__((target("avx2"))) inline void Interleave4(__m256i p0, __m256i p1, __m256i p2, __m256i p3, uint8_t* out) {
     const __m256i a = _mm256_unpacklo_epi8(p0, p1), b = _mm256_unpackhi_epi8(p0, p1);
     const __m256i c = _mm256_unpacklo_epi8(p2, p3), d = _mm256_unpackhi_epi8(p2, p3);
-    const __m256i q0 = _mm256_unpacklo_epi16(a, c), q1 = _mm256_unpackhi_epi16(a, c);  // px 0-3,4-7 | 16-19,20-23
-    const __m256i q2 = _mm256_unpacklo_epi16(b, d), q3 = _mm256_unpackhi_epi16(b, d);  // px 8-11,12-15 | 24-27,28-31
+    const __m256i q0 = _mm256_unpacklo_epi16(a, c), q1 = _mm256_unpackhi_epi16(a, c); // px 0-3,4-7 | 16-19,20-23
+    const __m256i q2 = _mm256_unpacklo_epi16(b, d), q3 = _mm256_unpackhi_epi16(b, d); // px 8-11,12-15 | 24-27,28-31
     Store<Stream>(out, _mm256_permute2x128_si256(q0, q1, 0x20));
     Store<Stream>(out + 32, _mm256_permute2x128_si256(q2, q3, 0x20));
     Store<Stream>(out + 64, _mm256_permute2x128_si256(q0, q1, 0x31));
@@ -206,8 +205,8 @@ bool HasAvx2() {
 
 } // namespace
 
-void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* row, const uint8_t* down,
-                  size_t width, ComponentOrder order, uint8_t* out, bool streaming) {
+void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* row, const uint8_t* down, size_t width,
+                  ComponentOrder order, uint8_t* out, bool streaming) {
     const RowRoles roles = RolesOf(cfa, y);
     const OutputLayout l = LayoutOf(order);
     size_t x = 0;

@@ -122,13 +122,22 @@ void ConvertKind(RowKind from, const T* in, size_t n, RowKind to, T* out) {
     }
     switch (from) {
     case RowKind::Gray:
-        if (to == RowKind::Rgba) GrayToRgba(in, n, out); else GrayToYuva(in, n, out);
+        if (to == RowKind::Rgba)
+            GrayToRgba(in, n, out);
+        else
+            GrayToYuva(in, n, out);
         break;
     case RowKind::Rgba:
-        if (to == RowKind::Gray) RgbaToGray(in, n, out); else RgbaToYuva(in, n, out);
+        if (to == RowKind::Gray)
+            RgbaToGray(in, n, out);
+        else
+            RgbaToYuva(in, n, out);
         break;
     case RowKind::Yuva:
-        if (to == RowKind::Gray) YuvaToGray(in, n, out); else YuvaToRgba(in, n, out);
+        if (to == RowKind::Gray)
+            YuvaToGray(in, n, out);
+        else
+            YuvaToRgba(in, n, out);
         break;
     }
 }
@@ -154,7 +163,7 @@ bool HasAvx2() {
 
 // Luma of 16 pixels of 3 or 4 interleaved 8-bit channels per step; returns the pixels done.
 __attribute__((target("avx2"))) size_t GreyAvx2(const uint8_t* s, size_t n, int channels, int r, int g, int b,
-                                                 uint8_t* out) {
+                                                uint8_t* out) {
     // mask[c][j]: bytes of channel position c found in 16-byte chunk j of a 16-pixel group.
     alignas(16) int8_t mask[4][4][16];
     for (int c = 0; c < channels; ++c)
@@ -166,7 +175,8 @@ __attribute__((target("avx2"))) size_t GreyAvx2(const uint8_t* s, size_t n, int 
     auto channel = [&](const __m128i* chunk, int c) __attribute__((target("avx2"))) {
         __m128i v = _mm_shuffle_epi8(chunk[0], _mm_load_si128(reinterpret_cast<const __m128i*>(mask[c][0])));
         for (int j = 1; j < channels; ++j)
-            v = _mm_or_si128(v, _mm_shuffle_epi8(chunk[j], _mm_load_si128(reinterpret_cast<const __m128i*>(mask[c][j]))));
+            v = _mm_or_si128(v,
+                             _mm_shuffle_epi8(chunk[j], _mm_load_si128(reinterpret_cast<const __m128i*>(mask[c][j]))));
         return _mm256_cvtepu8_epi16(v);
     };
     const __m256i kRG = _mm256_set1_epi32(9617 << 16 | 4899), kB = _mm256_set1_epi32(1868);
@@ -197,8 +207,8 @@ void RgbSamplesToGray(const PixelFormatInfo& info, const T* s, size_t n, T* out)
     const Positions p = PositionsOf(info.order);
 #ifdef ORVANE_X86
     if (sizeof(T) == 1 && HasAvx2()) {
-        const size_t done = GreyAvx2(reinterpret_cast<const uint8_t*>(s), n, p.count, p.r, p.g, p.b,
-                                     reinterpret_cast<uint8_t*>(out));
+        const size_t done =
+            GreyAvx2(reinterpret_cast<const uint8_t*>(s), n, p.count, p.r, p.g, p.b, reinterpret_cast<uint8_t*>(out));
         s += done * p.count;
         out += done;
         n -= done;
@@ -256,8 +266,7 @@ RowKind YuvSamplesToRow(const PixelFormatInfo& info, const T* s, size_t n, T* ou
         }
         break;
     }
-    default:
-        break;
+    default: break;
     }
     using A = Acc<T>;
     if (sizeof(T) == 2 && info.bitsPerComponent < 16) {
@@ -289,8 +298,7 @@ RowKind YuvSamplesToRow(const PixelFormatInfo& info, const T* s, size_t n, T* ou
             p[2] = Clamp<T>(Round14<T>(y + 34610 * u));
         }
         return RowKind::Rgba;
-    default:
-        return RowKind::Yuva;
+    default: return RowKind::Yuva;
     }
 }
 
@@ -354,8 +362,7 @@ void YuvaToYuvRow(const PixelFormatInfo& dst, const uint8_t* in, size_t n, uint8
         }
         break;
     }
-    default:
-        break;
+    default: break;
     }
 }
 
@@ -379,7 +386,7 @@ inline void WriteBits(uint8_t* base, size_t bit, uint32_t v, unsigned n) {
 } // namespace
 
 void GrayToMonoRow(const PixelFormatInfo& dst, const uint8_t* gray, size_t n, uint8_t* base, size_t bit) {
-    std::memcpy(base + bit / 8, gray, n);  // Mono8 is the only 8-bit mono destination
+    std::memcpy(base + bit / 8, gray, n); // Mono8 is the only 8-bit mono destination
     (void)dst;
 }
 
@@ -398,7 +405,7 @@ void GrayToMonoRow(const PixelFormatInfo& dst, const uint16_t* gray, size_t n, u
     if (dst.packing == Packing::GigE) {
         const unsigned low = bits - 8;
         const uint32_t lowMask = (1u << low) - 1;
-        size_t s = bit / 12;  // index of the first sample in the stream at base
+        size_t s = bit / 12; // index of the first sample in the stream at base
         size_t i = 0;
         auto writeOne = [&](size_t index, uint32_t v) {
             uint8_t* g = base + (index / 2) * 3;
@@ -448,17 +455,17 @@ void GrayToMonoRow(const PixelFormatInfo& dst, const uint16_t* gray, size_t n, u
     for (; i < n; ++i) WriteBits(base, bit + i * bits, gray[i] >> drop, bits);
 }
 
-#define ORVANE_INSTANTIATE(T)                                                                  \
-    template void GrayToRgba<T>(const T*, size_t, T*);                                         \
-    template void GrayToYuva<T>(const T*, size_t, T*);                                         \
-    template void RgbaToGray<T>(const T*, size_t, T*);                                         \
-    template void RgbaToYuva<T>(const T*, size_t, T*);                                         \
-    template void YuvaToRgba<T>(const T*, size_t, T*);                                         \
-    template void YuvaToGray<T>(const T*, size_t, T*);                                         \
-    template void ConvertKind<T>(RowKind, const T*, size_t, RowKind, T*);                      \
-    template void RgbSamplesToRgba<T>(const PixelFormatInfo&, const T*, size_t, T*);           \
-    template void RgbSamplesToGray<T>(const PixelFormatInfo&, const T*, size_t, T*);           \
-    template RowKind YuvSamplesToRow<T>(const PixelFormatInfo&, const T*, size_t, T*);         \
+#define ORVANE_INSTANTIATE(T)                                                          \
+    template void GrayToRgba<T>(const T*, size_t, T*);                                 \
+    template void GrayToYuva<T>(const T*, size_t, T*);                                 \
+    template void RgbaToGray<T>(const T*, size_t, T*);                                 \
+    template void RgbaToYuva<T>(const T*, size_t, T*);                                 \
+    template void YuvaToRgba<T>(const T*, size_t, T*);                                 \
+    template void YuvaToGray<T>(const T*, size_t, T*);                                 \
+    template void ConvertKind<T>(RowKind, const T*, size_t, RowKind, T*);              \
+    template void RgbSamplesToRgba<T>(const PixelFormatInfo&, const T*, size_t, T*);   \
+    template void RgbSamplesToGray<T>(const PixelFormatInfo&, const T*, size_t, T*);   \
+    template RowKind YuvSamplesToRow<T>(const PixelFormatInfo&, const T*, size_t, T*); \
     template void ChannelToRgba<T>(const PixelFormatInfo&, const T*, size_t, T*);
 ORVANE_INSTANTIATE(uint8_t)
 ORVANE_INSTANTIATE(uint16_t)

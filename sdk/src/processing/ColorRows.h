@@ -40,28 +40,39 @@ struct Depth {
 };
 
 // Between kinds, n pixels. `in` and `out` do not overlap.
-template <typename T> void GrayToRgba(const T* in, size_t n, T* out);
-template <typename T> void GrayToYuva(const T* in, size_t n, T* out);
-template <typename T> void RgbaToGray(const T* in, size_t n, T* out);
-template <typename T> void RgbaToYuva(const T* in, size_t n, T* out);
-template <typename T> void YuvaToRgba(const T* in, size_t n, T* out);
-template <typename T> void YuvaToGray(const T* in, size_t n, T* out);
+template <typename T>
+void GrayToRgba(const T* in, size_t n, T* out);
+template <typename T>
+void GrayToYuva(const T* in, size_t n, T* out);
+template <typename T>
+void RgbaToGray(const T* in, size_t n, T* out);
+template <typename T>
+void RgbaToYuva(const T* in, size_t n, T* out);
+template <typename T>
+void YuvaToRgba(const T* in, size_t n, T* out);
+template <typename T>
+void YuvaToGray(const T* in, size_t n, T* out);
 
 // Converts n pixels of kind `from` to kind `to` (the same kind: a copy).
-template <typename T> void ConvertKind(RowKind from, const T* in, size_t n, RowKind to, T* out);
+template <typename T>
+void ConvertKind(RowKind from, const T* in, size_t n, RowKind to, T* out);
 
 // Samples (in memory order, from UnpackSamples) of an rgb-family format -> RGBA.
-template <typename T> void RgbSamplesToRgba(const PixelFormatInfo& info, const T* samples, size_t n, T* out);
+template <typename T>
+void RgbSamplesToRgba(const PixelFormatInfo& info, const T* samples, size_t n, T* out);
 
 // Samples (in memory order) of an rgb-family format -> grey (luma), in one step.
-template <typename T> void RgbSamplesToGray(const PixelFormatInfo& info, const T* samples, size_t n, T* out);
+template <typename T>
+void RgbSamplesToGray(const PixelFormatInfo& info, const T* samples, size_t n, T* out);
 
 // Samples of a yuv-family format -> YUVA (full range) or, for BT.709 sources, RGBA.
 // Returns the kind written.
-template <typename T> RowKind YuvSamplesToRow(const PixelFormatInfo& info, const T* samples, size_t n, T* out);
+template <typename T>
+RowKind YuvSamplesToRow(const PixelFormatInfo& info, const T* samples, size_t n, T* out);
 
 // Places a one-colour plane (R, G, B or a green plane) into RGBA; other channels 0.
-template <typename T> void ChannelToRgba(const PixelFormatInfo& info, const T* in, size_t n, T* out);
+template <typename T>
+void ChannelToRgba(const PixelFormatInfo& info, const T* in, size_t n, T* out);
 
 // RGBA -> an rgb-family destination row (8-bit formats from 8-bit rows, 16-bit from 16-bit rows).
 void RgbaToRgbRow(const PixelFormatInfo& dst, const uint8_t* rgba, size_t n, uint8_t* out);

@@ -41,21 +41,15 @@ SourceClass ClassOf(const PixelFormatInfo& f) {
     case PixelFamily::Raw:
     case PixelFamily::Polarized:
     case PixelFamily::BayerPolarized:
-    case PixelFamily::Confidence:
-        return CanUnpack(f) ? SourceClass::Gray : SourceClass::Unsupported;
-    case PixelFamily::Coord3D:
-        return f.components == 1 && CanUnpack(f) ? SourceClass::Gray : SourceClass::Unsupported;
-    case PixelFamily::Channel:
-        return CanUnpack(f) ? SourceClass::Channel : SourceClass::Unsupported;
-    case PixelFamily::Bayer:
-        return CanUnpack(f) ? SourceClass::Bayer : SourceClass::Unsupported;
+    case PixelFamily::Confidence: return CanUnpack(f) ? SourceClass::Gray : SourceClass::Unsupported;
+    case PixelFamily::Coord3D: return f.components == 1 && CanUnpack(f) ? SourceClass::Gray : SourceClass::Unsupported;
+    case PixelFamily::Channel: return CanUnpack(f) ? SourceClass::Channel : SourceClass::Unsupported;
+    case PixelFamily::Bayer: return CanUnpack(f) ? SourceClass::Bayer : SourceClass::Unsupported;
     case PixelFamily::Rgb:
         if (f.planar) return f.packing == Packing::None ? SourceClass::PlanarRgb : SourceClass::Unsupported;
         return CanUnpack(f) ? SourceClass::Rgb : SourceClass::Unsupported;
-    case PixelFamily::Yuv:
-        return CanUnpack(f) ? SourceClass::Yuv : SourceClass::Unsupported;
-    default:
-        return SourceClass::Unsupported;
+    case PixelFamily::Yuv: return CanUnpack(f) ? SourceClass::Yuv : SourceClass::Unsupported;
+    default: return SourceClass::Unsupported;
     }
 }
 
@@ -124,10 +118,8 @@ template <typename T>
 class RowConverter {
 public:
     explicit RowConverter(const Job& job)
-        : job_(job),
-          width_(job.sl.width),
-          samples_(std::max<size_t>(SamplesPerRow(*job.sl.info, job.sl.width), 4 * job.sl.width)),
-          a_(4 * width_),
+        : job_(job), width_(job.sl.width),
+          samples_(std::max<size_t>(SamplesPerRow(*job.sl.info, job.sl.width), 4 * job.sl.width)), a_(4 * width_),
           b_(4 * width_) {}
 
     // Source row y as a row of some kind, in a_.
@@ -136,9 +128,7 @@ public:
         const RowKind wanted = KindOf(job_.dest.cls);
         const RowRef r = RowOf(job_.sl, job_.src->data, y);
         switch (job_.sourceClass) {
-        case SourceClass::Gray:
-            UnpackSamples(s, r.base, r.bit, width_, a_.data());
-            return RowKind::Gray;
+        case SourceClass::Gray: UnpackSamples(s, r.base, r.bit, width_, a_.data()); return RowKind::Gray;
         case SourceClass::Channel:
             if (wanted != RowKind::Rgba) {
                 UnpackSamples(s, r.base, r.bit, width_, a_.data());
@@ -180,8 +170,7 @@ public:
         case SourceClass::Yuv:
             UnpackSamples(s, r.base, r.bit, SamplesPerRow(s, width_), samples_.data());
             return YuvSamplesToRow(s, samples_.data(), width_, a_.data());
-        default:
-            return RowKind::Gray;
+        default: return RowKind::Gray;
         }
     }
 
@@ -197,17 +186,12 @@ public:
         const RowRef r = RowOf(job_.dl, data, y);
         uint8_t* base = data + (r.base - data);
         switch (job_.dest.cls) {
-        case DestClass::Mono:
-            GrayToMonoRow(d, row, width_, base, r.bit);
-            break;
-        case DestClass::Rgb:
-            RgbaToRgbRow(d, row, width_, base + r.bit / 8);
-            break;
+        case DestClass::Mono: GrayToMonoRow(d, row, width_, base, r.bit); break;
+        case DestClass::Rgb: RgbaToRgbRow(d, row, width_, base + r.bit / 8); break;
         case DestClass::Yuv:
             if constexpr (std::is_same<T, uint8_t>::value) YuvaToYuvRow(d, row, width_, base + r.bit / 8);
             break;
-        default:
-            break;
+        default: break;
         }
     }
 
@@ -321,8 +305,7 @@ bool IsConversionSupported(PixelFormatEnums from, PixelFormatEnums to) {
     return ClassOf(*s) != SourceClass::Unsupported && DestinationOf(*d).cls != DestClass::Unsupported;
 }
 
-void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingAlgorithm algorithm,
-             unsigned threads) {
+void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingAlgorithm algorithm, unsigned threads) {
     algorithm = ResolveAlgorithm(algorithm);
     const PixelFormatInfo* d = Canonical(FindPixelFormat(dst.format));
     if (d == nullptr)
@@ -344,10 +327,10 @@ void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingA
     if (src.jpeg || (s != nullptr && ClassOf(*s) == SourceClass::Jpeg)) {
         const DecodedJpeg jpeg = DecodeJpeg(src.data, src.size);
         if (jpeg.header.width != dst.width || jpeg.header.height != dst.height)
-            ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
-                      "The JPEG payload holds a " + std::to_string(jpeg.header.width) + "x" +
-                          std::to_string(jpeg.header.height) + " image; the destination is " +
-                          std::to_string(dst.width) + "x" + std::to_string(dst.height));
+            ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "The JPEG payload holds a " + std::to_string(jpeg.header.width) +
+                                                       "x" + std::to_string(jpeg.header.height) +
+                                                       " image; the destination is " + std::to_string(dst.width) + "x" +
+                                                       std::to_string(dst.height));
         ImageView decoded;
         decoded.data = jpeg.pixels.data();
         decoded.size = jpeg.pixels.size();
@@ -359,9 +342,9 @@ void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingA
     }
     const ImageLayout sl = CheckedLayout(src, "source");
     if (sl.width != dl.width || sl.height != dl.height)
-        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
-                  "The destination is " + std::to_string(dl.width) + "x" + std::to_string(dl.height) +
-                      "; the source is " + std::to_string(sl.width) + "x" + std::to_string(sl.height));
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "The destination is " + std::to_string(dl.width) + "x" +
+                                                   std::to_string(dl.height) + "; the source is " +
+                                                   std::to_string(sl.width) + "x" + std::to_string(sl.height));
     if (Overlap(src, sl.bytes, dst, dl.bytes))
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "The source and destination buffers overlap");
     if (sl.info == dl.info) {
@@ -374,12 +357,11 @@ void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingA
     const bool small = sl.width * sl.height < 65536;
     const unsigned n = sharedBytes || small ? 1 : threads;
     const OpenCvRowKernel cv = FindOpenCvRowKernel(*sl.info, *dl.info);
-    const bool aligned = reinterpret_cast<uintptr_t>(src.data) % 2 == 0 && reinterpret_cast<uintptr_t>(dst.data) % 2 == 0 &&
-                         sl.rowBits % 16 == 0 && dl.rowBits % 16 == 0;
+    const bool aligned = reinterpret_cast<uintptr_t>(src.data) % 2 == 0 &&
+                         reinterpret_cast<uintptr_t>(dst.data) % 2 == 0 && sl.rowBits % 16 == 0 && dl.rowBits % 16 == 0;
     if (cv && (!cv.Wide() || aligned)) {
         ParallelRows(sl.height, n, 16, 1, [&](unsigned, size_t first, size_t end) {
-            for (size_t y = first; y < end; ++y)
-                cv(src.data + sl.RowBit(y) / 8, dst.data + dl.RowBit(y) / 8, sl.width);
+            for (size_t y = first; y < end; ++y) cv(src.data + sl.RowBit(y) / 8, dst.data + dl.RowBit(y) / 8, sl.width);
         });
         return;
     }

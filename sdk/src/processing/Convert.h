@@ -38,8 +38,7 @@ namespace internal {
 // for a pair that is not supported ("Conversion from <src> to <dst> is not
 // supported"), ORVANE_ERR_INVALID_ARGUMENT / ORVANE_ERR_INVALID_BUFFER for bad
 // views and ORVANE_ERR_CORRUPT_DATA for undecodable JPEG payloads.
-void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingAlgorithm algorithm,
-             unsigned threads);
+void Convert(const ImageView& src, const MutableImageView& dst, ColorProcessingAlgorithm algorithm, unsigned threads);
 
 // Whether Convert accepts the pair (for JPEG payloads pass JPEGMono8 or JPEGColor8).
 bool IsConversionSupported(PixelFormatEnums from, PixelFormatEnums to);

@@ -13,15 +13,13 @@ namespace internal {
 
 ColorProcessingAlgorithm ResolveAlgorithm(ColorProcessingAlgorithm algorithm) {
     switch (algorithm) {
-    case COLOR_PROCESSING_DEFAULT:
-        return COLOR_PROCESSING_BILINEAR;
+    case COLOR_PROCESSING_DEFAULT: return COLOR_PROCESSING_BILINEAR;
     case COLOR_PROCESSING_NONE:
     case COLOR_PROCESSING_NEAREST_NEIGHBOR:
     case COLOR_PROCESSING_BILINEAR:
     case COLOR_PROCESSING_EDGE_AWARE:
     case COLOR_PROCESSING_GRADIENT_CORRECTED:
-    case COLOR_PROCESSING_DIRECTIONAL:
-        return algorithm;
+    case COLOR_PROCESSING_DIRECTIONAL: return algorithm;
     }
     ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
               "Unknown colour processing algorithm " + std::to_string(static_cast<int>(algorithm)));
@@ -32,7 +30,7 @@ namespace {
 enum Site { kRed, kGreenRedRow, kGreenBlueRow, kBlue };
 
 struct Pattern {
-    unsigned rx, ry;  // position of red in the 2x2 cell at even coordinates
+    unsigned rx, ry; // position of red in the 2x2 cell at even coordinates
 };
 
 Pattern PatternOf(CfaPattern cfa) {
@@ -125,7 +123,10 @@ void RunBilinear(const Band<T>& m, const Pattern& p, size_t width, size_t rows, 
                 const int cross = (m.At(x - 1, y) + m.At(x + 1, y) + m.At(x, y - 1) + m.At(x, y + 1) + 2) >> 2;
                 const int diag =
                     (m.At(x - 1, y - 1) + m.At(x + 1, y - 1) + m.At(x - 1, y + 1) + m.At(x + 1, y + 1) + 2) >> 2;
-                if (SiteAt(p, ux, m.y0 + r) == kRed) Put(out, c, cross, diag); else Put(out, diag, cross, c);
+                if (SiteAt(p, ux, m.y0 + r) == kRed)
+                    Put(out, c, cross, diag);
+                else
+                    Put(out, diag, cross, c);
                 break;
             }
             case kGreenRedRow: Put(out, h2, c, v2); break;
@@ -143,7 +144,7 @@ std::vector<int> GreenPlane(const Band<T>& m, const Pattern& p, size_t width, si
     std::vector<int> g(w * h);
     for (size_t j = 0; j < h; ++j) {
         const ptrdiff_t y = static_cast<ptrdiff_t>(j) - margin;
-        const size_t absY = m.y0 + static_cast<size_t>(y + 8);  // parity only (+8 keeps it positive)
+        const size_t absY = m.y0 + static_cast<size_t>(y + 8); // parity only (+8 keeps it positive)
         for (size_t i = 0; i < w; ++i) {
             const ptrdiff_t x = static_cast<ptrdiff_t>(i) - margin;
             const Site s = SiteAt(p, static_cast<size_t>(x + 8), absY);
@@ -156,10 +157,12 @@ std::vector<int> GreenPlane(const Band<T>& m, const Pattern& p, size_t width, si
 // Red and blue from colour differences to a green plane `g` covering margin
 // `gm` around the band; writes RGB (int) for rows [-margin, rows + margin).
 template <typename T>
-void ColourFromGreen(const Band<T>& m, const Pattern& p, size_t width, size_t rows, const std::vector<int>& g,
-                     int gm, int margin, int* rgb) {
+void ColourFromGreen(const Band<T>& m, const Pattern& p, size_t width, size_t rows, const std::vector<int>& g, int gm,
+                     int margin, int* rgb) {
     const size_t gw = width + 2 * gm;
-    auto G = [&](ptrdiff_t x, ptrdiff_t y) { return g[static_cast<size_t>(y + gm) * gw + static_cast<size_t>(x + gm)]; };
+    auto G = [&](ptrdiff_t x, ptrdiff_t y) {
+        return g[static_cast<size_t>(y + gm) * gw + static_cast<size_t>(x + gm)];
+    };
     auto D = [&](ptrdiff_t x, ptrdiff_t y) { return m.At(x, y) - G(x, y); };
     const size_t w = width + 2 * margin;
     for (ptrdiff_t y = -margin; y < static_cast<ptrdiff_t>(rows) + margin; ++y) {
@@ -243,7 +246,7 @@ void RunDirectional(const Band<T>& m, const Pattern& p, size_t width, size_t row
         const int v = (2 * (u + d) + 2 * m.At(x, y) - m.At(x, y - 2) - m.At(x, y + 2) + 2) >> 2;
         return clampTo(v, u, d);
     };
-    const int gm = 3, cm = 2;  // margins of the green planes and the colour candidates
+    const int gm = 3, cm = 2; // margins of the green planes and the colour candidates
     const std::vector<int> gh = GreenPlane(m, p, width, rows, gm, hor);
     const std::vector<int> gv = GreenPlane(m, p, width, rows, gm, ver);
     const size_t cw = width + 2 * cm, ch = rows + 2 * cm;
@@ -269,10 +272,12 @@ void RunDirectional(const Band<T>& m, const Pattern& p, size_t width, size_t row
             const int* h = at(rgbH, x, y);
             const int* v = at(rgbV, x, y);
             const int lh = lum(h), lv = lum(v);
-            const int epsL = std::min(std::max(std::abs(lh - lum(at(rgbH, x - 1, y))), std::abs(lh - lum(at(rgbH, x + 1, y)))),
-                                      std::max(std::abs(lv - lum(at(rgbV, x, y - 1))), std::abs(lv - lum(at(rgbV, x, y + 1)))));
-            const long long epsC = std::min(std::max(chromaDist(h, at(rgbH, x - 1, y)), chromaDist(h, at(rgbH, x + 1, y))),
-                                            std::max(chromaDist(v, at(rgbV, x, y - 1)), chromaDist(v, at(rgbV, x, y + 1))));
+            const int epsL =
+                std::min(std::max(std::abs(lh - lum(at(rgbH, x - 1, y))), std::abs(lh - lum(at(rgbH, x + 1, y)))),
+                         std::max(std::abs(lv - lum(at(rgbV, x, y - 1))), std::abs(lv - lum(at(rgbV, x, y + 1)))));
+            const long long epsC =
+                std::min(std::max(chromaDist(h, at(rgbH, x - 1, y)), chromaDist(h, at(rgbH, x + 1, y))),
+                         std::max(chromaDist(v, at(rgbV, x, y - 1)), chromaDist(v, at(rgbV, x, y + 1))));
             uint8_t countH = 0, countV = 0;
             const int nx[4] = {-1, 1, 0, 0}, ny[4] = {0, 0, -1, 1};
             for (int k = 0; k < 4; ++k) {

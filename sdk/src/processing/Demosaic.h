@@ -64,8 +64,8 @@ void DemosaicRows(ColorProcessingAlgorithm algorithm, CfaPattern cfa, size_t wid
 // y + 1 after the border rule. Same results as DemosaicRows with BILINEAR.
 // `streaming` selects non-temporal stores (for destinations much larger than
 // the caches); the row is complete in memory when the function returns.
-void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* row, const uint8_t* down,
-                  size_t width, ComponentOrder order, uint8_t* out, bool streaming);
+void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* row, const uint8_t* down, size_t width,
+                  ComponentOrder order, uint8_t* out, bool streaming);
 
 } // namespace internal
 } // namespace Orvane

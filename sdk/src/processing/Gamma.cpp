@@ -52,7 +52,8 @@ std::vector<T> Table(unsigned bits, double exponent) {
     const size_t n = size_t(1) << bits;
     const double max = static_cast<double>(n - 1);
     std::vector<T> lut(n);
-    for (size_t i = 0; i < n; ++i) lut[i] = static_cast<T>(std::lround(max * std::pow(static_cast<double>(i) / max, exponent)));
+    for (size_t i = 0; i < n; ++i)
+        lut[i] = static_cast<T>(std::lround(max * std::pow(static_cast<double>(i) / max, exponent)));
     return lut;
 }
 
@@ -65,7 +66,8 @@ bool IsGammaSupported(PixelFormatEnums format) {
 
 void ApplyGamma(const ImageView& src, const MutableImageView& dst, float gamma, bool inverse, unsigned threads) {
     if (!std::isfinite(gamma) || gamma <= 0.0f)
-        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "Gamma must be a positive finite number (got " + std::to_string(gamma) + ")");
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                  "Gamma must be a positive finite number (got " + std::to_string(gamma) + ")");
     const PixelFormatInfo* f = Canonical(src.format);
     if (f == nullptr)
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
@@ -78,9 +80,9 @@ void ApplyGamma(const ImageView& src, const MutableImageView& dst, float gamma, 
     const ImageLayout sl = CheckedLayout(src, "source");
     const ImageLayout dl = CheckedLayout(dst.View(), "destination");
     if (sl.width != dl.width || sl.height != dl.height)
-        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
-                  "The destination is " + std::to_string(dl.width) + "x" + std::to_string(dl.height) +
-                      "; the source is " + std::to_string(sl.width) + "x" + std::to_string(sl.height));
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "The destination is " + std::to_string(dl.width) + "x" +
+                                                   std::to_string(dl.height) + "; the source is " +
+                                                   std::to_string(sl.width) + "x" + std::to_string(sl.height));
     const uintptr_t s = reinterpret_cast<uintptr_t>(src.data), d = reinterpret_cast<uintptr_t>(dst.data);
     const bool same = s == d && sl.rowBits == dl.rowBits;
     if (!same && s < d + dl.bytes && d < s + sl.bytes)

@@ -60,7 +60,7 @@ ImageProcessor::ImageProcessor(const ImageProcessor&) = default;
 ImageProcessor& ImageProcessor::operator=(const ImageProcessor&) = default;
 
 void ImageProcessor::SetColorProcessing(ColorProcessingAlgorithm algorithm) {
-    internal::ResolveAlgorithm(algorithm);  // raises for unknown values
+    internal::ResolveAlgorithm(algorithm); // raises for unknown values
     m_algorithm = algorithm;
 }
 
@@ -87,9 +87,9 @@ void ImageProcessor::Convert(const ImageList& source, ImagePtr& destination, Pix
         if (!image) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "Image " + std::to_string(i) + " of the list is null");
         parts.push_back(ConvertImage(*image, format, m_algorithm, threads));
         if (parts[i]->GetWidth() != parts[0]->GetWidth())
-            ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
-                      "Image " + std::to_string(i) + " of the list is " + std::to_string(parts[i]->GetWidth()) +
-                          " pixels wide, image 0 " + std::to_string(parts[0]->GetWidth()));
+            ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "Image " + std::to_string(i) + " of the list is " +
+                                                       std::to_string(parts[i]->GetWidth()) + " pixels wide, image 0 " +
+                                                       std::to_string(parts[0]->GetWidth()));
         height += parts[i]->GetHeight();
     }
     if (count == 1) {

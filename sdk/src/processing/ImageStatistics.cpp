@@ -29,8 +29,10 @@ public:
 namespace {
 
 constexpr bool SameNumbering() {
-    return int(internal::kStatGrey) == int(ImageStatistics::GREY) && int(internal::kStatRed) == int(ImageStatistics::RED) &&
-           int(internal::kStatGreen) == int(ImageStatistics::GREEN) && int(internal::kStatBlue) == int(ImageStatistics::BLUE) &&
+    return int(internal::kStatGrey) == int(ImageStatistics::GREY) &&
+           int(internal::kStatRed) == int(ImageStatistics::RED) &&
+           int(internal::kStatGreen) == int(ImageStatistics::GREEN) &&
+           int(internal::kStatBlue) == int(ImageStatistics::BLUE) &&
            int(internal::kStatHue) == int(ImageStatistics::HUE) &&
            int(internal::kStatSaturation) == int(ImageStatistics::SATURATION) &&
            int(internal::kStatLightness) == int(ImageStatistics::LIGHTNESS) &&
@@ -73,7 +75,8 @@ void Enable(internal::ImageStatisticsData& d, int c, bool enable) {
 
 ImageStatistics::ImageStatistics() : m_data(new internal::ImageStatisticsData) { EnableAll(); }
 ImageStatistics::~ImageStatistics() = default;
-ImageStatistics::ImageStatistics(const ImageStatistics& other) : m_data(new internal::ImageStatisticsData(*other.m_data)) {}
+ImageStatistics::ImageStatistics(const ImageStatistics& other)
+    : m_data(new internal::ImageStatisticsData(*other.m_data)) {}
 ImageStatistics& ImageStatistics::operator=(const ImageStatistics& other) {
     if (this != &other) *m_data = *other.m_data;
     return *this;

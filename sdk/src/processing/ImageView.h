@@ -31,9 +31,9 @@ struct ImageView {
     size_t size = 0;
     size_t width = 0;
     size_t height = 0;
-    size_t stride = 0;  // bytes from one row to the next; 0: no padding (see above)
+    size_t stride = 0; // bytes from one row to the next; 0: no padding (see above)
     PixelFormatEnums format = UNKNOWN_PIXELFORMAT;
-    bool jpeg = false;  // the payload is a JPEG file, whatever `format` says
+    bool jpeg = false; // the payload is a JPEG file, whatever `format` says
 };
 
 // A writable image, laid out like ImageView.
@@ -59,12 +59,12 @@ struct MutableImageView {
 
 // Where the rows and planes of a view lie.
 struct ImageLayout {
-    const PixelFormatInfo* info = nullptr;  // for aliases: the canonical format
+    const PixelFormatInfo* info = nullptr; // for aliases: the canonical format
     size_t width = 0;
     size_t height = 0;
-    size_t rowBits = 0;     // distance between row starts, in bits
-    size_t planeBytes = 0;  // planar formats: distance between planes
-    size_t bytes = 0;       // bytes the image occupies
+    size_t rowBits = 0;    // distance between row starts, in bits
+    size_t planeBytes = 0; // planar formats: distance between planes
+    size_t bytes = 0;      // bytes the image occupies
     bool explicitStride = false;
 
     // Bit offset of row y from the start of its plane.

@@ -15,7 +15,8 @@ bool IsJpeg(const Image& image) {
 }
 
 ImageView ViewOf(const Image& image, const char* what) {
-    if (image.GetData() == nullptr) ORV_RAISE(ORVANE_ERR_INVALID_BUFFER, std::string("The ") + what + " image has no data");
+    if (image.GetData() == nullptr)
+        ORV_RAISE(ORVANE_ERR_INVALID_BUFFER, std::string("The ") + what + " image has no data");
     ImageView v;
     v.data = static_cast<const uint8_t*>(image.GetData());
     v.size = image.GetSize();

@@ -28,8 +28,8 @@ JpegHeader Header(tjhandle handle, const uint8_t* data, size_t size) {
     int width = 0, height = 0, subsampling = 0, colorspace = 0;
     if (tjDecompressHeader3(handle, data, static_cast<unsigned long>(size), &width, &height, &subsampling,
                             &colorspace) != 0)
-        ORV_RAISE(ORVANE_ERR_CORRUPT_DATA, std::string("The payload is not a readable JPEG file: ") +
-                                               tjGetErrorStr2(handle));
+        ORV_RAISE(ORVANE_ERR_CORRUPT_DATA,
+                  std::string("The payload is not a readable JPEG file: ") + tjGetErrorStr2(handle));
     JpegHeader h;
     h.width = static_cast<size_t>(width);
     h.height = static_cast<size_t>(height);
@@ -54,8 +54,8 @@ DecodedJpeg DecodeJpeg(const uint8_t* data, size_t size) {
     if (tjDecompress2(d.handle, data, static_cast<unsigned long>(size), out.pixels.data(),
                       static_cast<int>(out.header.width), 0, static_cast<int>(out.header.height), format, 0) != 0 &&
         tjGetErrorCode(d.handle) == TJERR_FATAL)
-        ORV_RAISE(ORVANE_ERR_CORRUPT_DATA, std::string("The JPEG payload cannot be decompressed: ") +
-                                               tjGetErrorStr2(d.handle));
+        ORV_RAISE(ORVANE_ERR_CORRUPT_DATA,
+                  std::string("The JPEG payload cannot be decompressed: ") + tjGetErrorStr2(d.handle));
     return out;
 }
 

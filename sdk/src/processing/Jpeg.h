@@ -12,7 +12,7 @@ namespace internal {
 struct JpegHeader {
     size_t width = 0;
     size_t height = 0;
-    bool gray = false;  // single-component (greyscale) JPEG
+    bool gray = false; // single-component (greyscale) JPEG
 };
 
 // Reads the header of a JPEG file; raises ORVANE_ERR_CORRUPT_DATA when it is not one.

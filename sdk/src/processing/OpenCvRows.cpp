@@ -35,14 +35,9 @@ void OpenCvRowKernel::operator()(const uint8_t* in, uint8_t* out, size_t width) 
     const size_t inStep = width * static_cast<size_t>(scn) * (depth == CV_8U ? 1 : 2);
     const size_t outStep = width * static_cast<size_t>(dcn) * (depth == CV_8U ? 1 : 2);
     switch (kind) {
-    case kColourToColour:
-        cv::hal::cvtBGRtoBGR(in, inStep, out, outStep, w, 1, depth, scn, dcn, swapBlue);
-        break;
-    case kGreyToColour:
-        cv::hal::cvtGraytoBGR(in, inStep, out, outStep, w, 1, depth, dcn);
-        break;
-    default:
-        break;
+    case kColourToColour: cv::hal::cvtBGRtoBGR(in, inStep, out, outStep, w, 1, depth, scn, dcn, swapBlue); break;
+    case kGreyToColour: cv::hal::cvtGraytoBGR(in, inStep, out, outStep, w, 1, depth, dcn); break;
+    default: break;
     }
 }
 

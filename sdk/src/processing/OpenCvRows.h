@@ -16,12 +16,12 @@ namespace internal {
 
 // A row kernel: converts `width` pixels from `in` to `out`.
 struct OpenCvRowKernel {
-    int kind = 0;  // 0: none
+    int kind = 0; // 0: none
     int depth = 0;
     int scn = 0, dcn = 0;
     bool swapBlue = false;
     explicit operator bool() const { return kind != 0; }
-    bool Wide() const;  // 16-bit samples: rows must be 2-byte aligned
+    bool Wide() const; // 16-bit samples: rows must be 2-byte aligned
     void operator()(const uint8_t* in, uint8_t* out, size_t width) const;
 };
 

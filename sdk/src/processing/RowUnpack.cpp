@@ -81,15 +81,14 @@ void Unpack10pScalar(const uint8_t* p, size_t groups, T* out) {
 
 #ifdef ORVANE_X86
 // 16 samples of a 12p stream (24 bytes) per step; needs 28 readable bytes per step.
-__attribute__((target("avx2"))) size_t Unpack12pAvx2(const uint8_t* p, size_t available, size_t count,
-                                                     uint16_t* out) {
-    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11,  //
+__attribute__((target("avx2"))) size_t Unpack12pAvx2(const uint8_t* p, size_t available, size_t count, uint16_t* out) {
+    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11, //
                                              0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11);
     const __m256i lowMask = _mm256_set1_epi16(0x0FFF);
     size_t done = 0;
     while (count - done >= 16 && available >= 28) {
-        const __m256i raw = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 12),
-                                                reinterpret_cast<const __m128i*>(p));
+        const __m256i raw =
+            _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 12), reinterpret_cast<const __m128i*>(p));
         const __m256i w = _mm256_shuffle_epi8(raw, shuffle);
         const __m256i v = _mm256_blend_epi16(_mm256_and_si256(w, lowMask), _mm256_srli_epi16(w, 4), 0xAA);
         const __m256i v16 = _mm256_or_si256(_mm256_slli_epi16(v, 4), _mm256_srli_epi16(v, 8));
@@ -102,16 +101,15 @@ __attribute__((target("avx2"))) size_t Unpack12pAvx2(const uint8_t* p, size_t av
 }
 
 // 16 samples of a 10p stream (20 bytes) per step; needs 26 readable bytes per step.
-__attribute__((target("avx2"))) size_t Unpack10pAvx2(const uint8_t* p, size_t available, size_t count,
-                                                     uint16_t* out) {
-    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9,  //
+__attribute__((target("avx2"))) size_t Unpack10pAvx2(const uint8_t* p, size_t available, size_t count, uint16_t* out) {
+    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9, //
                                              0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9);
     const __m256i mul = _mm256_setr_epi16(64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1);
     const __m256i high = _mm256_set1_epi16(static_cast<short>(0xFFC0));
     size_t done = 0;
     while (count - done >= 16 && available >= 26) {
-        const __m256i raw = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 10),
-                                                reinterpret_cast<const __m128i*>(p));
+        const __m256i raw =
+            _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 10), reinterpret_cast<const __m128i*>(p));
         const __m256i t = _mm256_mullo_epi16(_mm256_shuffle_epi8(raw, shuffle), mul);
         const __m256i v16 = _mm256_or_si256(_mm256_and_si256(t, high), _mm256_srli_epi16(t, 10));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done), v16);
@@ -160,7 +158,7 @@ void UnpackLsb(const PixelFormatInfo& info, const uint8_t* base, size_t bit, siz
 // from bit 4). `first` is the index of the first sample in the stream at base.
 template <typename T>
 void UnpackGigE(const PixelFormatInfo& info, const uint8_t* base, size_t first, size_t count, T* out) {
-    const unsigned n = info.bitsPerComponent;  // 10 or 12
+    const unsigned n = info.bitsPerComponent; // 10 or 12
     const unsigned low = n - 8;
     const uint32_t lowMask = (1u << low) - 1;
     auto sample = [&](size_t s) -> uint32_t {
@@ -205,21 +203,11 @@ void Unpack565(const uint8_t* p, size_t count, T* out) {
 template <typename T>
 void Unpack(const PixelFormatInfo& info, const uint8_t* base, size_t bit, size_t count, T* out) {
     switch (info.packing) {
-    case Packing::None:
-        UnpackContainer(info, base + bit / 8, count, out);
-        break;
-    case Packing::Lsb:
-        UnpackLsb(info, base, bit, count, out);
-        break;
-    case Packing::GigE:
-        UnpackGigE(info, base, bit / 12, count, out);
-        break;
-    case Packing::Lsb32:
-        UnpackLsb32(base + bit / 8, count, out);
-        break;
-    case Packing::Rgb565:
-        Unpack565(base + bit / 8, count, out);
-        break;
+    case Packing::None: UnpackContainer(info, base + bit / 8, count, out); break;
+    case Packing::Lsb: UnpackLsb(info, base, bit, count, out); break;
+    case Packing::GigE: UnpackGigE(info, base, bit / 12, count, out); break;
+    case Packing::Lsb32: UnpackLsb32(base + bit / 8, count, out); break;
+    case Packing::Rgb565: Unpack565(base + bit / 8, count, out); break;
     }
 }
 
@@ -239,11 +227,9 @@ size_t SamplesPerRow(const PixelFormatInfo& info, size_t width) {
         return width * info.bitsPerPixel / container;
     }
     case Packing::Lsb:
-    case Packing::GigE:
-        return width * info.bitsPerPixel / (info.packing == Packing::GigE ? 12 : info.bitsPerComponent);
+    case Packing::GigE: return width * info.bitsPerPixel / (info.packing == Packing::GigE ? 12 : info.bitsPerComponent);
     case Packing::Lsb32:
-    case Packing::Rgb565:
-        return width * 3;
+    case Packing::Rgb565: return width * 3;
     }
     return 0;
 }

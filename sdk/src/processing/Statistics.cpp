@@ -28,8 +28,8 @@ struct Reading {
 
 // Counts of one band: values at full resolution for grey and RGB, 256 bins for HSL.
 struct Partial {
-    std::vector<uint32_t> counts[4];  // grey, red, green, blue
-    std::vector<uint32_t> hsl[3];     // hue, saturation, lightness
+    std::vector<uint32_t> counts[4]; // grey, red, green, blue
+    std::vector<uint32_t> hsl[3];    // hue, saturation, lightness
     // 8-bit fast paths count pairs of values (65536 counters each) and fold them at the end:
     // one increment serves two values, and equal neighbours do not wait on each other.
     std::vector<uint32_t> pairs[2];
@@ -60,9 +60,9 @@ inline void Hsl(unsigned r, unsigned g, unsigned b, unsigned& h, unsigned& s, un
     s = (255 * d * 2 + denominator) / (2 * denominator);
     // Hue in sixths of a turn: t / (6 d), t in [0, 6 d); red wins ties, then green.
     const int id = static_cast<int>(d);
-    int t = mx == r ? static_cast<int>(g) - static_cast<int>(b)
-                    : mx == g ? 2 * id + static_cast<int>(b) - static_cast<int>(r)
-                              : 4 * id + static_cast<int>(r) - static_cast<int>(g);
+    int t = mx == r   ? static_cast<int>(g) - static_cast<int>(b)
+            : mx == g ? 2 * id + static_cast<int>(b) - static_cast<int>(r)
+                      : 4 * id + static_cast<int>(r) - static_cast<int>(g);
     if (t < 0) t += 6 * id;
     h = ((static_cast<unsigned>(t) * 512 + 6 * d) / (12 * d)) & 0xFF;
 }
@@ -108,7 +108,7 @@ void CountRows(const uint8_t* data, const ImageLayout& l, const Reading& rd, uns
     const bool wantHsl = mask & ((1u << kStatHue) | (1u << kStatSaturation) | (1u << kStatLightness));
     const size_t size = size_t(1) << rd.bits;
     const unsigned valueMask = static_cast<unsigned>(size - 1);
-    const unsigned to8 = rd.bits - 8;  // bits >= 8 here
+    const unsigned to8 = rd.bits - 8; // bits >= 8 here
     for (auto& c : p.counts) c.assign(size, 0);
     for (auto& c : p.hsl) c.assign(256, 0);
     uint32_t* grey = p.counts[0].data();
@@ -218,12 +218,9 @@ bool GreyFamily(const PixelFormatInfo& f) {
     case PixelFamily::Polarized:
     case PixelFamily::BayerPolarized:
     case PixelFamily::Confidence:
-    case PixelFamily::Channel:
-        return true;
-    case PixelFamily::Coord3D:
-        return f.components == 1;
-    default:
-        return false;
+    case PixelFamily::Channel: return true;
+    case PixelFamily::Coord3D: return f.components == 1;
+    default: return false;
     }
 }
 

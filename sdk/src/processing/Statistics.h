@@ -44,9 +44,9 @@ enum StatisticsChannelIndex {
 
 struct ChannelStatistics {
     bool computed = false;
-    unsigned rangeMin = 0, rangeMax = 0;            // smallest and largest value present
-    unsigned pixelValueMin = 0, pixelValueMax = 0;  // the values the channel can take
-    unsigned numPixelValues = 0;                    // distinct values present
+    unsigned rangeMin = 0, rangeMax = 0;           // smallest and largest value present
+    unsigned pixelValueMin = 0, pixelValueMax = 0; // the values the channel can take
+    unsigned numPixelValues = 0;                   // distinct values present
     double mean = 0.0;
     std::array<unsigned, 256> histogram{};
 };

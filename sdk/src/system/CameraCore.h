@@ -48,12 +48,12 @@ public:
     CameraControl& Control();
 
 private:
-    mutable std::mutex m_mutex;  // guards m_info
+    mutable std::mutex m_mutex; // guards m_info
     DeviceInfo m_info;
     std::atomic<bool> m_present{true};
-    std::mutex m_controlMutex;   // serialises the creation of m_control
+    std::mutex m_controlMutex; // serialises the creation of m_control
     std::unique_ptr<CameraControl> m_control;
-    std::atomic<CameraControl*> m_controlPtr{nullptr};  // m_control once created, read without locking
+    std::atomic<CameraControl*> m_controlPtr{nullptr}; // m_control once created, read without locking
 };
 
 } // namespace internal

@@ -94,7 +94,8 @@ void InterfaceCore::BuildNodeMap() {
         return m_cameras.empty() ? NA : RO;
     };
     auto deviceString = [&](const char* name, const char* tip, std::string DeviceInfo::*field) {
-        m.AddString(MakeInfo(name, tip), {[this, field] { return SelectedDevice().*field; }, nullptr, 256, deviceAvailable});
+        m.AddString(MakeInfo(name, tip),
+                    {[this, field] { return SelectedDevice().*field; }, nullptr, 256, deviceAvailable});
     };
 
     m.AddCategory(MakeInfo("Root", "The interface's transport-layer features."),
@@ -109,18 +110,17 @@ void InterfaceCore::BuildNodeMap() {
     m.AddEnumeration(MakeInfo("InterfaceType", "Transport layer type of the interface."),
                      {[type] { return type; }, nullptr, types});
 
-    std::vector<std::string> enumeration = {"DeviceUpdateList", "DeviceCount", "DeviceSelector", "DeviceID",
-                                            "DeviceVendorName", "DeviceModelName", "DeviceSerialNumber",
-                                            "DeviceAccessStatus", "DeviceUserID", "DeviceAddress"};
+    std::vector<std::string> enumeration = {
+        "DeviceUpdateList", "DeviceCount",        "DeviceSelector",     "DeviceID",     "DeviceVendorName",
+        "DeviceModelName",  "DeviceSerialNumber", "DeviceAccessStatus", "DeviceUserID", "DeviceAddress"};
     if (gige) enumeration.insert(enumeration.end(), {"GevDeviceIPAddress", "GevDeviceMACAddress"});
     m.AddCategory(MakeInfo("DeviceEnumeration", "Devices found on this interface."), enumeration);
     m.AddCommand(MakeInfo("DeviceUpdateList", "Rediscovers the devices of this interface."),
                  {[this] { Update(); }, nullptr, nullptr});
-    m.AddInteger(MakeInfo("DeviceCount", "Number of devices found by the last discovery."),
-                 {[this] {
-                      std::lock_guard<std::mutex> lock(m_mutex);
-                      return static_cast<int64_t>(m_cameras.size());
-                  }});
+    m.AddInteger(MakeInfo("DeviceCount", "Number of devices found by the last discovery."), {[this] {
+                     std::lock_guard<std::mutex> lock(m_mutex);
+                     return static_cast<int64_t>(m_cameras.size());
+                 }});
     m.AddInteger(MakeInfo("DeviceSelector", "Selects the device whose identity the Device features show."),
                  {[this] {
                       std::lock_guard<std::mutex> lock(m_mutex);
@@ -147,11 +147,13 @@ void InterfaceCore::BuildNodeMap() {
         info.nameSpace = Custom;
         m.AddString(info, {[this] { return SelectedDevice().address; }, nullptr, 256, deviceAvailable});
     }
-    const std::vector<std::pair<std::string, int64_t>> access = {
-        {"Unknown", AccessStatusUnknown}, {"ReadWrite", AccessStatusReadWrite},
-        {"ReadOnly", AccessStatusReadOnly}, {"NoAccess", AccessStatusNoAccess},
-        {"Busy", AccessStatusBusy},       {"OpenReadWrite", AccessStatusOpenReadWrite},
-        {"OpenReadOnly", AccessStatusOpenReadOnly}};
+    const std::vector<std::pair<std::string, int64_t>> access = {{"Unknown", AccessStatusUnknown},
+                                                                 {"ReadWrite", AccessStatusReadWrite},
+                                                                 {"ReadOnly", AccessStatusReadOnly},
+                                                                 {"NoAccess", AccessStatusNoAccess},
+                                                                 {"Busy", AccessStatusBusy},
+                                                                 {"OpenReadWrite", AccessStatusOpenReadWrite},
+                                                                 {"OpenReadOnly", AccessStatusOpenReadOnly}};
     m.AddEnumeration(MakeInfo("DeviceAccessStatus", "How the selected device can be opened now."),
                      {[this]() -> int64_t {
                           std::lock_guard<std::mutex> lock(m_mutex);

@@ -73,7 +73,7 @@ void CameraList::RemoveByDeviceID(const std::string& deviceID) {
 }
 
 void CameraList::Append(const CameraList& other) {
-    const std::vector<CameraPtr> items = other.m_items;  // other may be *this
+    const std::vector<CameraPtr> items = other.m_items; // other may be *this
     m_items.insert(m_items.end(), items.begin(), items.end());
 }
 

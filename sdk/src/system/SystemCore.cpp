@@ -52,16 +52,21 @@ SystemCore::SystemCore() : m_nodeMap("TLSystem") {
         std::stringstream list(t);
         std::string item;
         while (std::getline(list, item, ',')) {
-            if (item == "all") m_enableVirtual = m_enableGigE = m_enableUSB3 = true;
-            else if (item == "virtual") m_enableVirtual = true;
-            else if (item == "gige") m_enableGigE = true;
-            else if (item == "usb3") m_enableUSB3 = true;
+            if (item == "all")
+                m_enableVirtual = m_enableGigE = m_enableUSB3 = true;
+            else if (item == "virtual")
+                m_enableVirtual = true;
+            else if (item == "gige")
+                m_enableGigE = true;
+            else if (item == "usb3")
+                m_enableUSB3 = true;
         }
     }
     if (const char* n = std::getenv("ORVANE_VIRTUAL_CAMERAS")) {
         char* end = nullptr;
         const long count = std::strtol(n, &end, 10);
-        if (end != n && *end == 0 && count >= 0) m_virtualCount = static_cast<int>(std::min<long>(count, kMaxVirtualCameras));
+        if (end != n && *end == 0 && count >= 0)
+            m_virtualCount = static_cast<int>(std::min<long>(count, kMaxVirtualCameras));
     }
     BuildNodeMap();
 }
@@ -85,9 +90,12 @@ bool SystemCore::TransportEnabled(const std::string& id) const {
 
 void SystemCore::EnableTransport(const std::string& id, bool enable) {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (id == "Virtual") m_enableVirtual = enable;
-    else if (id == "GigEVision") m_enableGigE = enable;
-    else if (id == "USB3Vision") m_enableUSB3 = enable;
+    if (id == "Virtual")
+        m_enableVirtual = enable;
+    else if (id == "GigEVision")
+        m_enableGigE = enable;
+    else if (id == "USB3Vision")
+        m_enableUSB3 = enable;
 }
 
 void SystemCore::SetVirtualCameraCount(int count) {
@@ -108,7 +116,8 @@ std::vector<InterfacePtr> SystemCore::EnabledInterfaces() {
                 std::lock_guard<std::mutex> l(m_mutex);
                 return m_virtualCount;
             });
-            m_virtual = InterfacePtr(std::make_shared<Interface>(std::make_shared<InterfaceCore>(std::move(transport))));
+            m_virtual =
+                InterfacePtr(std::make_shared<Interface>(std::make_shared<InterfaceCore>(std::move(transport))));
         }
         out.push_back(m_virtual);
     }
@@ -183,8 +192,8 @@ void SystemCore::BuildNodeMap() {
                   {"SystemInformation", "InterfaceEnumeration", "TransportSelection"});
     m.AddCategory(MakeInfo("SystemInformation", "Identity and version of the transport layer."),
                   {"TLID", "TLVendorName", "TLModelName", "TLVersion", "TLFileName", "TLDisplayName", "TLPath",
-                   "TLType", "GenTLVersionMajor", "GenTLVersionMinor", "GenTLSFNCVersionMajor",
-                   "GenTLSFNCVersionMinor", "GenTLSFNCVersionSubMinor", "GevVersionMajor", "GevVersionMinor"});
+                   "TLType", "GenTLVersionMajor", "GenTLVersionMinor", "GenTLSFNCVersionMajor", "GenTLSFNCVersionMinor",
+                   "GenTLSFNCVersionSubMinor", "GevVersionMajor", "GevVersionMinor"});
     const std::string version = std::to_string(ORVANE_VERSION_MAJOR) + "." + std::to_string(ORVANE_VERSION_MINOR) +
                                 "." + std::to_string(ORVANE_VERSION_PATCH);
     const std::string path = LibraryPath();
@@ -197,9 +206,9 @@ void SystemCore::BuildNodeMap() {
          slash == std::string::npos ? path : path.substr(slash + 1));
     text("TLDisplayName", "User-readable name of the transport layer.", "Orvane transport layer");
     text("TLPath", "Full path of the library implementing the transport layer.", path);
-    m.AddEnumeration(MakeInfo("TLType", "Transport layer type."),
-                     {[] { return int64_t(3); }, nullptr,
-                      {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}, {"Mixed", 3}}});
+    m.AddEnumeration(
+        MakeInfo("TLType", "Transport layer type."),
+        {[] { return int64_t(3); }, nullptr, {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}, {"Mixed", 3}}});
     number("GenTLVersionMajor", "Major version of the GenTL interface the layer follows.", 1);
     number("GenTLVersionMinor", "Minor version of the GenTL interface the layer follows.", 5);
     number("GenTLSFNCVersionMajor", "Major version of the GenTL feature naming the layer follows.", 1);
@@ -241,11 +250,12 @@ void SystemCore::BuildNodeMap() {
     m.AddString(MakeInfo("InterfaceDisplayName", "User-readable name of the selected interface."),
                 {[selected] { return selected()->GetDisplayName().str(); }, nullptr, 256, interfaceAvailable});
 
-    m.AddCategory(MakeInfo("TransportSelection", "Which transports discovery covers."),
-                  {"EnumerateVirtualInterfaces", "VirtualCameraCount", "EnumerateGEVInterfaces", "EnumerateUSBInterfaces"});
+    m.AddCategory(
+        MakeInfo("TransportSelection", "Which transports discovery covers."),
+        {"EnumerateVirtualInterfaces", "VirtualCameraCount", "EnumerateGEVInterfaces", "EnumerateUSBInterfaces"});
     auto toggle = [&](const char* name, const char* tip, const char* id) {
-        m.AddBoolean(MakeInfo(name, tip), {[this, id] { return TransportEnabled(id); },
-                                           [this, id](bool v) { EnableTransport(id, v); }});
+        m.AddBoolean(MakeInfo(name, tip),
+                     {[this, id] { return TransportEnabled(id); }, [this, id](bool v) { EnableTransport(id, v); }});
     };
     toggle("EnumerateVirtualInterfaces", "Whether discovery lists the built-in virtual cameras.", "Virtual");
     toggle("EnumerateGEVInterfaces", "Whether discovery covers GigE Vision (broadcasts on every network adapter).",
@@ -253,8 +263,8 @@ void SystemCore::BuildNodeMap() {
     toggle("EnumerateUSBInterfaces", "Whether discovery covers USB3 Vision.", "USB3Vision");
     m.AddInteger(MakeInfo("VirtualCameraCount", "Number of built-in virtual cameras."),
                  {[this] { return int64_t(VirtualCameraCount()); },
-                  [this](int64_t v) { SetVirtualCameraCount(static_cast<int>(v)); },
-                  [] { return int64_t(0); }, [] { return int64_t(kMaxVirtualCameras); }});
+                  [this](int64_t v) { SetVirtualCameraCount(static_cast<int>(v)); }, [] { return int64_t(0); },
+                  [] { return int64_t(kMaxVirtualCameras); }});
 
     for (const char* n : {"InterfaceID", "InterfaceDisplayName"}) {
         m.Depends(n, "InterfaceUpdateList");

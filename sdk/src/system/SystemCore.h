@@ -56,7 +56,7 @@ private:
     bool m_enableUSB3 = false;
     int m_virtualCount = 1;
     InterfacePtr m_virtual, m_gige, m_usb3;
-    std::vector<InterfacePtr> m_lastInterfaces;  // as of the last interface update
+    std::vector<InterfacePtr> m_lastInterfaces; // as of the last interface update
     int64_t m_interfaceSelector = 0;
     GenApi::impl::NativeNodeMap m_nodeMap;
 };

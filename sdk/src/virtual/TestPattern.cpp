@@ -26,9 +26,9 @@ struct Format {
     Packing packing;
     ComponentOrder order;
     CfaPattern cfa;
-    unsigned bits;     // significant bits per component
-    unsigned storage;  // bits per pixel in memory
-    uint32_t max;      // M
+    unsigned bits;    // significant bits per component
+    unsigned storage; // bits per pixel in memory
+    uint32_t max;     // M
 };
 
 bool Classify(uint32_t pfnc, Format& f) {
@@ -65,11 +65,19 @@ bool BurnsCounter(int64_t pattern) {
 
 int64_t Normalise(int64_t pattern) {
     switch (pattern) {
-    case tp::Off: case tp::Black: case tp::White: case tp::GreyHorizontalRamp: case tp::GreyVerticalRamp:
-    case tp::GreyDiagonalRamp: case tp::GreyHorizontalRampMoving: case tp::GreyVerticalRampMoving:
-    case tp::GreyDiagonalRampMoving: case tp::ColorBar: case tp::FrameCounter: case tp::Increment:
-    case tp::SensorTestPattern:
-        return pattern;
+    case tp::Off:
+    case tp::Black:
+    case tp::White:
+    case tp::GreyHorizontalRamp:
+    case tp::GreyVerticalRamp:
+    case tp::GreyDiagonalRamp:
+    case tp::GreyHorizontalRampMoving:
+    case tp::GreyVerticalRampMoving:
+    case tp::GreyDiagonalRampMoving:
+    case tp::ColorBar:
+    case tp::FrameCounter:
+    case tp::Increment:
+    case tp::SensorTestPattern: return pattern;
     default: return tp::Off;
     }
 }
@@ -118,7 +126,7 @@ public:
             }
             break;
         case Packing::GigE: {
-            const unsigned low = m_f.bits - 8;  // bits below the high byte (2 or 4)
+            const unsigned low = m_f.bits - 8; // bits below the high byte (2 or 4)
             if (!m_havePending) {
                 m_pending = v;
                 m_havePending = true;
@@ -177,9 +185,7 @@ private:
     // Prepares m_s.table; returns false for patterns that are one value a line.
     bool BuildTable() {
         std::vector<uint16_t>& t = m_s.table;
-        auto ramp = [&](uint64_t i, uint64_t span) {
-            return static_cast<uint16_t>(span == 0 ? 0 : i * M / span);
-        };
+        auto ramp = [&](uint64_t i, uint64_t span) { return static_cast<uint16_t>(span == 0 ? 0 : i * M / span); };
         switch (m_pattern) {
         case tp::Off:
             t.resize(256 + W);
@@ -211,7 +217,7 @@ private:
             t.resize(128 + size_t(W));
             for (size_t i = 0; i < t.size(); ++i) t[i] = static_cast<uint16_t>((i / 64) & 1 ? M : 0);
             return true;
-        default: return false;  // Black, White, FrameCounter, vertical ramps
+        default: return false; // Black, White, FrameCounter, vertical ramps
         }
     }
 
@@ -235,8 +241,7 @@ private:
         case tp::White: return static_cast<uint16_t>(M);
         case tp::FrameCounter: return static_cast<uint16_t>(fid & M);
         case tp::GreyVerticalRamp: return static_cast<uint16_t>(H > 1 ? uint64_t(y) * M / (H - 1) : 0);
-        case tp::GreyVerticalRampMoving:
-            return static_cast<uint16_t>(H > 1 ? ((y + fid) % H) * M / (H - 1) : 0);
+        case tp::GreyVerticalRampMoving: return static_cast<uint16_t>(H > 1 ? ((y + fid) % H) * M / (H - 1) : 0);
         default: return 0;
         }
     }
@@ -270,8 +275,8 @@ private:
     void Grey() {
         const bool table = BuildTable();
         uint8_t* out = m_fr.data;
-        const bool direct = (m_f.family == PixelFamily::Mono || m_f.family == PixelFamily::Bayer) &&
-                            m_f.packing == Packing::None;
+        const bool direct =
+            (m_f.family == PixelFamily::Mono || m_f.family == PixelFamily::Bayer) && m_f.packing == Packing::None;
         if (direct) {
             // One container per pixel: lines are copies of the encoded table
             // (or fills of one value).
@@ -449,8 +454,7 @@ private:
 size_t PatternImageBytes(uint32_t pixelFormat, uint32_t width, uint32_t height) {
     Format f;
     if (!Classify(pixelFormat, f)) return 0;
-    if (f.family == PixelFamily::Yuv && f.order != ComponentOrder::UYV)
-        return (size_t(width) + 1) / 2 * 4 * height;
+    if (f.family == PixelFamily::Yuv && f.order != ComponentOrder::UYV) return (size_t(width) + 1) / 2 * 4 * height;
     const uint64_t bits = uint64_t(width) * height * f.storage;
     return static_cast<size_t>((bits + 7) / 8);
 }

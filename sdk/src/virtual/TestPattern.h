@@ -58,10 +58,10 @@ namespace internal {
 
 struct PatternFrame {
     uint8_t* data = nullptr;
-    size_t capacity = 0;        // bytes at data
+    size_t capacity = 0; // bytes at data
     uint32_t width = 0, height = 0, offsetX = 0, offsetY = 0;
-    uint32_t pixelFormat = 0;   // PFNC code
-    int64_t pattern = 0;        // TestPattern register value (vcam::value::TestPattern)
+    uint32_t pixelFormat = 0; // PFNC code
+    int64_t pattern = 0;      // TestPattern register value (vcam::value::TestPattern)
     uint64_t frameId = 0;
 };
 
@@ -69,9 +69,9 @@ struct PatternFrame {
 // the fill free of allocations once warm). Not thread-safe.
 class PatternScratch {
 public:
-    std::vector<uint16_t> table;    // per-frame value table of a grey pattern
-    std::vector<uint8_t> encoded;   // the same table, encoded in the pixel format
-    std::vector<uint16_t> r, g, b;  // one line of components
+    std::vector<uint16_t> table;   // per-frame value table of a grey pattern
+    std::vector<uint8_t> encoded;  // the same table, encoded in the pixel format
+    std::vector<uint16_t> r, g, b; // one line of components
 };
 
 // The bytes of a W x H image in the format (no line padding), or 0 when the

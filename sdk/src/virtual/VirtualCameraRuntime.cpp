@@ -24,8 +24,8 @@ namespace reg = vcam::reg;
 namespace value = vcam::value;
 
 enum class VirtualCameraRuntime::Action : unsigned char {
-    Complete,          // nothing to do but completing the command
-    AcquisitionSide,   // the acquisition behaviour's: completed when nobody claimed it
+    Complete,        // nothing to do but completing the command
+    AcquisitionSide, // the acquisition behaviour's: completed when nobody claimed it
     DeviceReset,
     FactoryReset,
     RegistersCheck,
@@ -44,23 +44,23 @@ enum class VirtualCameraRuntime::Action : unsigned char {
 };
 
 enum class VirtualCameraRuntime::Rule : unsigned char {
-    UserOutputBit,   // a UserOutputValue slot (a = selector value)
-    UserOutputAll,   // UserOutputValueAll
-    LutBit,          // a LogicBlockLUTOutputValue slot
-    LutAll,          // a LogicBlockLUTOutputValueAll slot
+    UserOutputBit, // a UserOutputValue slot (a = selector value)
+    UserOutputAll, // UserOutputValueAll
+    LutBit,        // a LogicBlockLUTOutputValue slot
+    LutAll,        // a LogicBlockLUTOutputValueAll slot
     UserSetDefault,
     UserId,
-    AutoOnce,        // an automatic mode: a = the Once value, b = the Off value
-    CounterValue,    // a = counter
-    TimerValue,      // a = timer
-    Overlay,         // a register overlapping others: a = index in m_partners
+    AutoOnce,     // an automatic mode: a = the Once value, b = the Off value
+    CounterValue, // a = counter
+    TimerValue,   // a = timer
+    Overlay,      // a register overlapping others: a = index in m_partners
 };
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr uint32_t kUserSetMagic = 0x4F565553;  // "OVUS"
+constexpr uint32_t kUserSetMagic = 0x4F565553; // "OVUS"
 constexpr uint32_t kUserSetVersion = 1;
 constexpr size_t kUserFileCapacity = 4096;
 constexpr size_t kUserSetFileCapacity = 65536;
@@ -70,11 +70,10 @@ constexpr double kTwoPi = 6.283185307179586;
 // Streamable features that a user set does not hold: the user set and file
 // access controls themselves, the transport layer's lock, and what the
 // camera's storage keeps on its own (the user ID, the defect table).
-const char* const kNotInUserSets[] = {"UserSetSelector",  "UserSetDefault",        "TLParamsLocked",
-                                      "FileSelector",     "FileOperationSelector", "FileOpenMode",
-                                      "FileAccessOffset", "FileAccessLength",      "DeviceUserID",
-                                      "DefectTableIndex", "DefectTablePixelCount", "DefectTableCoordinateX",
-                                      "DefectTableCoordinateY"};
+const char* const kNotInUserSets[] = {
+    "UserSetSelector",       "UserSetDefault",         "TLParamsLocked",        "FileSelector", "FileOperationSelector",
+    "FileOpenMode",          "FileAccessOffset",       "FileAccessLength",      "DeviceUserID", "DefectTableIndex",
+    "DefectTablePixelCount", "DefectTableCoordinateX", "DefectTableCoordinateY"};
 
 const vcam::NamedRegister* Named(const char* feature) {
     for (const vcam::NamedRegister& r : vcam::kRegisters)
@@ -102,11 +101,8 @@ uint32_t GetBE32(const uint8_t* p) {
 } // namespace
 
 VirtualCameraRuntime::VirtualCameraRuntime(DeviceSession& session, const std::string& serialNumber)
-    : m_session(session),
-      m_map(session.NodeMap()),
-      m_fake(session.FakeCamera()),
-      m_storage(VirtualCameraStorage::For(serialNumber)),
-      m_sequencerSets(kSequencerSets) {
+    : m_session(session), m_map(session.NodeMap()), m_fake(session.FakeCamera()),
+      m_storage(VirtualCameraStorage::For(serialNumber)), m_sequencerSets(kSequencerSets) {
     if (!m_fake) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "the virtual camera runtime needs a virtual camera's device");
     NodeMapBase::MapLock lock(m_map);
     m_factory.resize(vcam::kMemorySize);
@@ -209,8 +205,10 @@ std::vector<std::pair<uint32_t, uint32_t>> MergeSpans(std::vector<std::pair<uint
     std::sort(spans.begin(), spans.end());
     std::vector<std::pair<uint32_t, uint32_t>> out;
     for (const auto& s : spans) {
-        if (!out.empty() && s.first <= out.back().second) out.back().second = std::max(out.back().second, s.second);
-        else out.push_back(s);
+        if (!out.empty() && s.first <= out.back().second)
+            out.back().second = std::max(out.back().second, s.second);
+        else
+            out.push_back(s);
     }
     return out;
 }
@@ -232,21 +230,31 @@ void VirtualCameraRuntime::BuildTables() {
             const char* name;
             Action action;
         } kActions[] = {
-            {"AcquisitionStart", Action::AcquisitionSide}, {"AcquisitionStop", Action::AcquisitionSide},
-            {"AcquisitionAbort", Action::AcquisitionSide}, {"AcquisitionArm", Action::AcquisitionSide},
-            {"TriggerSoftware", Action::AcquisitionSide},  {"TransferStart", Action::AcquisitionSide},
-            {"TransferStop", Action::AcquisitionSide},     {"TransferAbort", Action::AcquisitionSide},
-            {"TransferPause", Action::AcquisitionSide},    {"TransferResume", Action::AcquisitionSide},
-            {"DeviceReset", Action::DeviceReset},          {"FactoryReset", Action::FactoryReset},
+            {"AcquisitionStart", Action::AcquisitionSide},
+            {"AcquisitionStop", Action::AcquisitionSide},
+            {"AcquisitionAbort", Action::AcquisitionSide},
+            {"AcquisitionArm", Action::AcquisitionSide},
+            {"TriggerSoftware", Action::AcquisitionSide},
+            {"TransferStart", Action::AcquisitionSide},
+            {"TransferStop", Action::AcquisitionSide},
+            {"TransferAbort", Action::AcquisitionSide},
+            {"TransferPause", Action::AcquisitionSide},
+            {"TransferResume", Action::AcquisitionSide},
+            {"DeviceReset", Action::DeviceReset},
+            {"FactoryReset", Action::FactoryReset},
             {"DeviceRegistersStreamingEnd", Action::RegistersCheck},
             {"DeviceRegistersCheck", Action::RegistersCheck},
-            {"TimestampLatch", Action::TimestampLatch},    {"TimestampReset", Action::TimestampReset},
+            {"TimestampLatch", Action::TimestampLatch},
+            {"TimestampReset", Action::TimestampReset},
             {"DefectTableSave", Action::DefectTableSave},
             {"DefectTableFactoryRestore", Action::DefectTableFactoryRestore},
-            {"CounterReset", Action::CounterReset},        {"TimerReset", Action::TimerReset},
+            {"CounterReset", Action::CounterReset},
+            {"TimerReset", Action::TimerReset},
             {"TestEventGenerate", Action::TestEventGenerate},
-            {"UserSetLoad", Action::UserSetLoad},          {"UserSetSave", Action::UserSetSave},
-            {"SequencerSetSave", Action::SequencerSetSave}, {"SequencerSetLoad", Action::SequencerSetLoad},
+            {"UserSetLoad", Action::UserSetLoad},
+            {"UserSetSave", Action::UserSetSave},
+            {"SequencerSetSave", Action::SequencerSetSave},
+            {"SequencerSetLoad", Action::SequencerSetLoad},
             {"FileOperationExecute", Action::FileOperationExecute},
         };
         for (const auto& a : kActions)
@@ -334,8 +342,7 @@ void VirtualCameraRuntime::BuildTables() {
     for (Node* n : m_map.Nodes()) {
         if (!n->Info().streamable || !n->Info().feature) continue;
         const std::string& name = n->Info().name;
-        if (std::any_of(std::begin(kNotInUserSets), std::end(kNotInUserSets),
-                        [&](const char* x) { return name == x; }))
+        if (std::any_of(std::begin(kNotInUserSets), std::end(kNotInUserSets), [&](const char* x) { return name == x; }))
             continue;
         const vcam::NamedRegister* r = Named(name.c_str());
         if (!r) continue;
@@ -372,7 +379,8 @@ void VirtualCameraRuntime::WriteStoredState() {
             offset += r.length;
         }
     }
-    WriteUInt(reg::UserSetDefault.address, reg::UserSetDefault.length, static_cast<uint64_t>(m_storage->userSetDefault));
+    WriteUInt(reg::UserSetDefault.address, reg::UserSetDefault.length,
+              static_cast<uint64_t>(m_storage->userSetDefault));
 }
 
 void VirtualCameraRuntime::PowerUp() {
@@ -417,7 +425,7 @@ void VirtualCameraRuntime::OnWrite(uint64_t address, uint64_t length) {
         try {
             Execute(*it);
         } catch (...) {
-            WriteUInt(it->address, 4, 0);  // completed, even when the action failed
+            WriteUInt(it->address, 4, 0); // completed, even when the action failed
             throw;
         }
         WriteUInt(it->address, 4, 0);
@@ -444,8 +452,10 @@ void VirtualCameraRuntime::Apply(const Watch& w) {
         const int64_t lut = w.b / 256, row = w.b % 256;
         const uint32_t allAddress = reg::LogicBlockLUTOutputValueAll.At(w.a, lut);
         uint64_t all = ReadUInt(allAddress, 4);
-        if (ReadUInt(w.begin, 4) != 0) all |= uint64_t(1) << row;
-        else all &= ~(uint64_t(1) << row);
+        if (ReadUInt(w.begin, 4) != 0)
+            all |= uint64_t(1) << row;
+        else
+            all &= ~(uint64_t(1) << row);
         WriteUInt(allAddress, 4, all);
         Changed("LogicBlockLUTOutputValueAll");
         break;
@@ -538,12 +548,8 @@ void VirtualCameraRuntime::Execute(const Command& c) {
     case Action::CounterReset: CounterReset(c.v0); break;
     case Action::TimerReset: TimerReset(c.v0); break;
     case Action::TestEventGenerate: EmitEvent(vcam::event::Test, 0, nullptr, 0, true); break;
-    case Action::UserSetLoad:
-        UserSetLoad(static_cast<int64_t>(ReadUInt(reg::UserSetSelector.address, 4)));
-        break;
-    case Action::UserSetSave:
-        UserSetSave(static_cast<int64_t>(ReadUInt(reg::UserSetSelector.address, 4)));
-        break;
+    case Action::UserSetLoad: UserSetLoad(static_cast<int64_t>(ReadUInt(reg::UserSetSelector.address, 4))); break;
+    case Action::UserSetSave: UserSetSave(static_cast<int64_t>(ReadUInt(reg::UserSetSelector.address, 4))); break;
     case Action::SequencerSetSave: SequencerSetSave(); break;
     case Action::SequencerSetLoad: SequencerSetLoad(); break;
     case Action::FileOperationExecute: FileOperation(c.v0, c.v1); break;
@@ -603,7 +609,8 @@ void VirtualCameraRuntime::Refresh() {
         const int64_t source = static_cast<int64_t>(ReadUInt(reg::CounterEventSource.At(c), 4));
         if (status != value::CounterStatus::CounterActive || source != value::CounterEventSource::MHzTick) continue;
         const uint64_t duration = ReadUInt(reg::CounterDuration.At(c), reg::CounterDuration.length);
-        uint64_t count = m_counters[c].base + static_cast<uint64_t>(std::max<int64_t>(0, ElapsedUs(m_counters[c].start)));
+        uint64_t count =
+            m_counters[c].base + static_cast<uint64_t>(std::max<int64_t>(0, ElapsedUs(m_counters[c].start)));
         if (count >= duration) {
             count = duration;
             WriteUInt(reg::CounterStatus.At(c), 4, value::CounterStatus::CounterCompleted);
@@ -661,8 +668,10 @@ std::vector<uint8_t> VirtualCameraRuntime::SerializeUserSet(bool factory) {
         PutBE32(out, r.length);
         const size_t at = out.size();
         out.resize(at + r.length);
-        if (factory) std::memcpy(out.data() + at, m_factory.data() + r.address, r.length);
-        else ReadBytes(r.address, r.length, out.data() + at);
+        if (factory)
+            std::memcpy(out.data() + at, m_factory.data() + r.address, r.length);
+        else
+            ReadBytes(r.address, r.length, out.data() + at);
     }
     return out;
 }
@@ -718,7 +727,7 @@ void VirtualCameraRuntime::NotifyUserSetFeatures(const std::vector<Run>& changed
 
 void VirtualCameraRuntime::UserSetSave(int64_t set) {
     const int index = set == value::UserSetSelector::UserSet0 ? 0 : set == value::UserSetSelector::UserSet1 ? 1 : -1;
-    if (index < 0) return;  // the factory set cannot be overwritten (UserSetSave is NA for it)
+    if (index < 0) return; // the factory set cannot be overwritten (UserSetSave is NA for it)
     std::vector<uint8_t> data = SerializeUserSet(false);
     {
         std::lock_guard<std::mutex> lock(m_storage->mutex);
@@ -732,7 +741,9 @@ void VirtualCameraRuntime::UserSetLoad(int64_t set) {
     if (set == value::UserSetSelector::Default) {
         data = SerializeUserSet(true);
     } else {
-        const int index = set == value::UserSetSelector::UserSet0 ? 0 : set == value::UserSetSelector::UserSet1 ? 1 : -1;
+        const int index = set == value::UserSetSelector::UserSet0   ? 0
+                          : set == value::UserSetSelector::UserSet1 ? 1
+                                                                    : -1;
         if (index < 0) return;
         std::lock_guard<std::mutex> lock(m_storage->mutex);
         data = m_storage->userSets[index];
@@ -798,9 +809,12 @@ std::vector<uint8_t>* VirtualCameraRuntime::FileContent(int64_t file, std::vecto
     switch (FileIndex(file)) {
     case 0: {
         const int64_t set = m_storage->userSetDefault;
-        if (set == value::UserSetDefault::UserSet0) scratch = m_storage->userSets[0];
-        else if (set == value::UserSetDefault::UserSet1) scratch = m_storage->userSets[1];
-        else scratch.clear();
+        if (set == value::UserSetDefault::UserSet0)
+            scratch = m_storage->userSets[0];
+        else if (set == value::UserSetDefault::UserSet1)
+            scratch = m_storage->userSets[1];
+        else
+            scratch.clear();
         if (scratch.empty()) scratch = SerializeUserSet(true);
         *capacity = scratch.size();
         return nullptr;
@@ -833,8 +847,8 @@ void VirtualCameraRuntime::FileOperation(int64_t file, int64_t op) {
         const bool canRead = mode == value::FileOpenMode::Read || mode == value::FileOpenMode::ReadWrite;
         const bool canWrite = mode == value::FileOpenMode::Write || mode == value::FileOpenMode::ReadWrite;
         const uint64_t offset = ReadUInt(reg::FileAccessOffset.At(file, op), 4);
-        const uint64_t length = std::min<uint64_t>(ReadUInt(reg::FileAccessLength.At(file, op), 4),
-                                                   reg::FileAccessBuffer.length);
+        const uint64_t length =
+            std::min<uint64_t>(ReadUInt(reg::FileAccessLength.At(file, op), 4), reg::FileAccessBuffer.length);
         std::lock_guard<std::mutex> lock(m_storage->mutex);
         std::vector<uint8_t> scratch;
         size_t capacity = 0;
@@ -858,14 +872,16 @@ void VirtualCameraRuntime::FileOperation(int64_t file, int64_t op) {
             const bool modeOk = state.mode == value::FileOpenMode::Read || state.mode == value::FileOpenMode::ReadWrite;
             if (state.open && modeOk && offset <= readable.size()) {
                 const uint64_t n = std::min<uint64_t>(length, readable.size() - offset);
-                if (n > 0) WriteBytes(reg::FileAccessBuffer.address, static_cast<uint32_t>(n), readable.data() + offset);
+                if (n > 0)
+                    WriteBytes(reg::FileAccessBuffer.address, static_cast<uint32_t>(n), readable.data() + offset);
                 result = n;
                 status = value::FileOperationStatus::Success;
             }
             break;
         }
         case FileOp::Write: {
-            const bool modeOk = state.mode == value::FileOpenMode::Write || state.mode == value::FileOpenMode::ReadWrite;
+            const bool modeOk =
+                state.mode == value::FileOpenMode::Write || state.mode == value::FileOpenMode::ReadWrite;
             if (state.open && modeOk && content) {
                 uint64_t n = length;
                 status = value::FileOperationStatus::Success;

@@ -109,21 +109,21 @@ private:
         uint32_t length;
     };
     struct FeatureSlots {
-        GenApi::impl::Node* node = nullptr;  // the feature's register node
-        std::vector<Run> slots;              // every selector slot of its register
+        GenApi::impl::Node* node = nullptr; // the feature's register node
+        std::vector<Run> slots;             // every selector slot of its register
     };
     enum class Action : unsigned char;
     struct Command {
         uint32_t address;
         uint32_t commandValue;
         Action action;
-        int64_t v0, v1;  // selector values of the slot
+        int64_t v0, v1; // selector values of the slot
     };
     enum class Rule : unsigned char;
     struct Watch {
         uint32_t begin, end;
         Rule rule;
-        int64_t a, b;  // rule arguments
+        int64_t a, b; // rule arguments
     };
     struct Counter {
         std::chrono::steady_clock::time_point start;
@@ -184,20 +184,20 @@ private:
     GenApi::impl::ArvNodeMap& m_map;
     ArvFakeCamera* m_fake;
     std::shared_ptr<VirtualCameraStorage> m_storage;
-    std::vector<uint8_t> m_factory;           // the memory of the fresh device
-    std::vector<Command> m_commands;          // sorted by address
+    std::vector<uint8_t> m_factory;  // the memory of the fresh device
+    std::vector<Command> m_commands; // sorted by address
     std::vector<Watch> m_watches;
     std::vector<FeatureSlots> m_userSetFeatures;
-    std::vector<Run> m_userSetRuns;           // merged slots of every user set feature
-    std::vector<Run> m_defectRuns;            // the defect table's registers
-    std::vector<std::vector<GenApi::impl::Node*>> m_partners;  // nodes to notify per Rule::Overlay watch
-    std::atomic<int64_t> m_clockEpochNs{0};   // steady clock at power-up or TimestampReset
+    std::vector<Run> m_userSetRuns;                           // merged slots of every user set feature
+    std::vector<Run> m_defectRuns;                            // the defect table's registers
+    std::vector<std::vector<GenApi::impl::Node*>> m_partners; // nodes to notify per Rule::Overlay watch
+    std::atomic<int64_t> m_clockEpochNs{0};                   // steady clock at power-up or TimestampReset
     std::chrono::steady_clock::time_point m_powerUp;
     uint32_t m_userOutputs = 0;
     Counter m_counters[2];
     Timer m_timers[2];
     FileState m_files[4];
-    std::vector<std::vector<uint8_t>> m_sequencerSets;  // per set: saved feature registers, empty: not saved
+    std::vector<std::vector<uint8_t>> m_sequencerSets; // per set: saved feature registers, empty: not saved
     std::vector<int64_t> m_temperatureSelectors;
     EventSink m_eventSink;
 };

@@ -28,7 +28,8 @@ void Write(ArvDevice* device, uint32_t address, const uint8_t* bytes, uint32_t l
 
 void WriteBigEndian(ArvDevice* device, const vcam::RegisterInfo& reg, uint64_t value) {
     uint8_t bytes[8] = {};
-    for (uint32_t i = 0; i < reg.length && i < 8; ++i) bytes[reg.length - 1 - i] = static_cast<uint8_t>(value >> (8 * i));
+    for (uint32_t i = 0; i < reg.length && i < 8; ++i)
+        bytes[reg.length - 1 - i] = static_cast<uint8_t>(value >> (8 * i));
     Write(device, reg.address, bytes, reg.length);
 }
 
@@ -37,11 +38,10 @@ void WriteBigEndian(ArvDevice* device, const vcam::RegisterInfo& reg, uint64_t v
 void InitializeVirtualCamera(ArvDevice* device, int index) {
     if (device == nullptr) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "InitializeVirtualCamera: no device");
     if (index < 0 || index > 9998)
-        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "InitializeVirtualCamera: camera index " + std::to_string(index) +
-                                               " outside 0..9998");
-    vcam::ForEachInitialBlock([device](uint32_t address, const uint8_t* bytes, uint32_t length) {
-        Write(device, address, bytes, length);
-    });
+        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE,
+                  "InitializeVirtualCamera: camera index " + std::to_string(index) + " outside 0..9998");
+    vcam::ForEachInitialBlock(
+        [device](uint32_t address, const uint8_t* bytes, uint32_t length) { Write(device, address, bytes, length); });
     char serial[16] = {};
     std::snprintf(serial, sizeof serial, "VC%04d", index + 1);
     uint8_t field[sizeof serial] = {};

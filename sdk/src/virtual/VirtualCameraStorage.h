@@ -22,12 +22,12 @@ namespace internal {
 
 struct VirtualCameraStorage {
     std::mutex mutex;
-    std::vector<uint8_t> userSets[2];    // UserSet0, UserSet1 as their files hold them; empty: never saved
-    int64_t userSetDefault = 0;          // UserSetDefault register value (0: Default)
+    std::vector<uint8_t> userSets[2]; // UserSet0, UserSet1 as their files hold them; empty: never saved
+    int64_t userSetDefault = 0;       // UserSetDefault register value (0: Default)
     bool hasUserId = false;
-    std::vector<uint8_t> userId;         // DeviceUserID register bytes
-    std::vector<uint8_t> defectTable;    // the saved defect table registers; empty: the factory table
-    std::vector<uint8_t> userFile;       // UserFile1 content
+    std::vector<uint8_t> userId;      // DeviceUserID register bytes
+    std::vector<uint8_t> defectTable; // the saved defect table registers; empty: the factory table
+    std::vector<uint8_t> userFile;    // UserFile1 content
 
     // Back to the factory state (FactoryReset).
     void Erase() {

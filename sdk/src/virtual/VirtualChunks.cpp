@@ -69,7 +69,7 @@ static_assert(kChunkCount <= 64, "chunk masks hold 64 chunks");
 } // namespace
 
 size_t VirtualChunkBytes(uint64_t enabledMask) {
-    size_t bytes = vcam::kChunkTrailerSize;  // the image chunk's trailer
+    size_t bytes = vcam::kChunkTrailerSize; // the image chunk's trailer
     for (size_t i = 0; i < kChunkCount; ++i)
         if (vcam::kChunks[i].id != vcam::chunk::Image && (enabledMask >> i & 1))
             bytes += vcam::kChunks[i].length + vcam::kChunkTrailerSize;

@@ -18,13 +18,13 @@ namespace internal {
 // camera's state when the frame started).
 struct VirtualChunkValues {
     uint64_t frameId = 0;
-    uint64_t timestamp = 0;          // ns
+    uint64_t timestamp = 0; // ns
     uint32_t width = 0, height = 0, offsetX = 0, offsetY = 0;
-    uint32_t pixelFormat = 0;        // PFNC
-    uint32_t linePitch = 0;          // bytes from one line to the next
-    double exposureTime = 0;         // us
-    double gain = 0;                 // dB
-    double blackLevel = 0;           // DN
+    uint32_t pixelFormat = 0; // PFNC
+    uint32_t linePitch = 0;   // bytes from one line to the next
+    double exposureTime = 0;  // us
+    double gain = 0;          // dB
+    double blackLevel = 0;    // DN
     uint32_t dynamicRangeMin = 0, dynamicRangeMax = 0;
     uint32_t lineStatusAll = 0, exposureEndLineStatusAll = 0;
     uint64_t counterValue[2] = {0, 0};

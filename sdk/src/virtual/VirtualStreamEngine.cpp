@@ -19,8 +19,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr uint64_t kContinuous = std::numeric_limits<uint64_t>::max();
-constexpr int kSelectors = 3;  // TriggerSelector values FrameStart 0, AcquisitionStart 1, FrameBurstStart 2
-constexpr uint32_t kSoftware = 0x01;  // the Software signal (TriggerSource entry value)
+constexpr int kSelectors = 3;        // TriggerSelector values FrameStart 0, AcquisitionStart 1, FrameBurstStart 2
+constexpr uint32_t kSoftware = 0x01; // the Software signal (TriggerSource entry value)
 // The fake stream's thread polls at this rate for buffers while the camera is
 // in trigger mode (the fake's own pacing there); the engine decides when frames start.
 constexpr double kTriggerPollHz = 10000.0;
@@ -133,7 +133,7 @@ VirtualStreamEngine::Settings VirtualStreamEngine::ReadSettings() const {
     s.patternSensor = Reg32(reg::TestPattern.At(value::TestPatternGeneratorSelector::Sensor));
     s.patternPipeline = Reg32(reg::TestPattern.At(value::TestPatternGeneratorSelector::PipelineStart));
     s.chunkMode = Reg32(reg::ChunkModeActive.address) != 0;
-    s.chunkMask = 1;  // the image chunk
+    s.chunkMask = 1; // the image chunk
     for (size_t i = 0; i < std::size(vcam::kChunks); ++i)
         if (vcam::kChunks[i].id != vcam::chunk::Image &&
             Reg32(reg::ChunkEnable.At(vcam::kChunks[i].selectorValue)) != 0)
@@ -152,7 +152,7 @@ VirtualStreamEngine::Settings VirtualStreamEngine::ReadSettings() const {
 // Host side ---------------------------------------------------------------------
 
 void VirtualStreamEngine::OpenStream() {
-    m_session.NotifyRead();  // counters, timers and lines up to date
+    m_session.NotifyRead(); // counters, timers and lines up to date
     SyncFramePeriod();
     const Settings settings = ReadSettings();
     {
@@ -177,16 +177,16 @@ void VirtualStreamEngine::CloseStream() {
 
 void VirtualStreamEngine::OnWrite(uint64_t address, uint64_t length) {
     if (Overlaps(address, length, reg::AcquisitionFrameRateEnable.address, 4)) SyncFramePeriod();
-    const bool start = Overlaps(address, length, reg::AcquisitionStart.address, 4) &&
-                       Reg32(reg::AcquisitionStart.address) != 0;
-    const bool stop = Overlaps(address, length, reg::AcquisitionStop.address, 4) &&
-                      Reg32(reg::AcquisitionStop.address) != 0;
-    const bool abort = Overlaps(address, length, reg::AcquisitionAbort.address, 4) &&
-                       Reg32(reg::AcquisitionAbort.address) != 0;
+    const bool start =
+        Overlaps(address, length, reg::AcquisitionStart.address, 4) && Reg32(reg::AcquisitionStart.address) != 0;
+    const bool stop =
+        Overlaps(address, length, reg::AcquisitionStop.address, 4) && Reg32(reg::AcquisitionStop.address) != 0;
+    const bool abort =
+        Overlaps(address, length, reg::AcquisitionAbort.address, 4) && Reg32(reg::AcquisitionAbort.address) != 0;
     bool software[kSelectors] = {false, false, false};
     for (int sel = 0; sel < kSelectors; ++sel)
-        software[sel] = Overlaps(address, length, TriggerSoftwareAddress(sel), 4) &&
-                        Reg32(TriggerSoftwareAddress(sel)) != 0;
+        software[sel] =
+            Overlaps(address, length, TriggerSoftwareAddress(sel), 4) && Reg32(TriggerSoftwareAddress(sel)) != 0;
     bool streamOpen = false;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -202,10 +202,9 @@ void VirtualStreamEngine::OnWrite(uint64_t address, uint64_t length) {
         if (start && !m_acquiring) {
             m_acquiring = true;
             m_armed = !settings.triggerOn[value::TriggerSelector::AcquisitionStart];
-            m_framesLeft = settings.acquisitionMode == value::AcquisitionMode::SingleFrame ? 1
-                           : settings.acquisitionMode == value::AcquisitionMode::MultiFrame
-                               ? settings.frameCount
-                               : kContinuous;
+            m_framesLeft = settings.acquisitionMode == value::AcquisitionMode::SingleFrame  ? 1
+                           : settings.acquisitionMode == value::AcquisitionMode::MultiFrame ? settings.frameCount
+                                                                                            : kContinuous;
             m_frameCredits = 0;
             m_burstCredits = 0;
             m_frameCounter = 0;
@@ -261,8 +260,8 @@ bool VirtualStreamEngine::FrameMayStartLocked() const {
 
 Clock::duration VirtualStreamEngine::PeriodLocked() const {
     const Settings& s = m_settings;
-    const bool triggered = s.triggerOn[value::TriggerSelector::FrameStart] ||
-                           s.triggerOn[value::TriggerSelector::FrameBurstStart];
+    const bool triggered =
+        s.triggerOn[value::TriggerSelector::FrameStart] || s.triggerOn[value::TriggerSelector::FrameBurstStart];
     uint64_t us = s.exposureUs;
     if (!triggered) {
         if (s.frameRateEnable)
@@ -279,8 +278,8 @@ void VirtualStreamEngine::FillHook(ArvBuffer* buffer, void* engine, guint32, gui
 
 void VirtualStreamEngine::Fill(ArvBuffer* buffer, guint32 pixelFormat) {
     StreamSlot* slot = StreamSlot::Of(buffer);
-    if (!slot) return;  // not a buffer of the SDK's acquisition: nothing to make
-    slot->HandOff();    // the buffer is the camera's now
+    if (!slot) return; // not a buffer of the SDK's acquisition: nothing to make
+    slot->HandOff();   // the buffer is the camera's now
     Settings settings;
     uint64_t frameId = 0, generation = 0;
     Clock::time_point start;
@@ -313,8 +312,8 @@ void VirtualStreamEngine::Fill(ArvBuffer* buffer, guint32 pixelFormat) {
         // Frames keep to their schedule (no drift from wake-up delays); a
         // frame later than one period restarts it.
         const Clock::duration period = PeriodLocked();
-        m_nextDue = (m_nextDue == Clock::time_point{} || start - m_nextDue >= period) ? start + period
-                                                                                       : m_nextDue + period;
+        m_nextDue =
+            (m_nextDue == Clock::time_point{} || start - m_nextDue >= period) ? start + period : m_nextDue + period;
         if (m_framesLeft != kContinuous && --m_framesLeft == 0) m_acquiring = false;
         if (m_settings.triggerOn[value::TriggerSelector::FrameStart] && m_frameCredits) --m_frameCredits;
         if (m_settings.triggerOn[value::TriggerSelector::FrameBurstStart] && m_burstCredits) --m_burstCredits;
@@ -336,8 +335,8 @@ void VirtualStreamEngine::Fill(ArvBuffer* buffer, guint32 pixelFormat) {
     frame.offsetX = offsetX;
     frame.offsetY = offsetY;
     frame.pixelFormat = pixelFormat;
-    frame.pattern = settings.patternPipeline != value::TestPattern::Off ? settings.patternPipeline
-                                                                         : settings.patternSensor;
+    frame.pattern =
+        settings.patternPipeline != value::TestPattern::Off ? settings.patternPipeline : settings.patternSensor;
     frame.frameId = frameId;
     const size_t imageSize = FillTestPattern(frame, m_scratch);
 
@@ -406,7 +405,7 @@ void VirtualStreamEngine::Fill(ArvBuffer* buffer, guint32 pixelFormat) {
         r.payloadSize = imageSize;
         r.validPayloadSize = imageSize;
     }
-    slot->HandOff();  // the buffer goes back to the stream, then the delivery thread
+    slot->HandOff(); // the buffer goes back to the stream, then the delivery thread
 }
 
 } // namespace internal

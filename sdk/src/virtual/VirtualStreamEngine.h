@@ -117,11 +117,11 @@ private:
         uint32_t framePeriodUs = 33333;
         uint32_t exposureUs = 10000;
         uint32_t gainRaw = 0;
-        bool triggerOn[3] = {false, false, false};  // by TriggerSelector value
+        bool triggerOn[3] = {false, false, false}; // by TriggerSelector value
         uint32_t triggerSource[3] = {0, 0, 0};
         int64_t patternSensor = 0, patternPipeline = 0;
         bool chunkMode = false;
-        uint64_t chunkMask = 0;                     // bit i: vcam::kChunks[i] enabled
+        uint64_t chunkMask = 0; // bit i: vcam::kChunks[i] enabled
         uint32_t blackLevelRaw = 0;
         uint32_t lineStatusAll = 0;
         uint64_t counterValue[2] = {0, 0};
@@ -149,23 +149,23 @@ private:
 
     DeviceSession& m_session;
     VirtualCameraRuntime& m_runtime;
-    ArvFakeCamera* m_camera;  // a reference of our own
-    uint32_t m_savedFramePeriod = 0;  // node map lock: the user's period while the engine holds the register
+    ArvFakeCamera* m_camera;         // a reference of our own
+    uint32_t m_savedFramePeriod = 0; // node map lock: the user's period while the engine holds the register
 
-    mutable std::mutex m_mutex;  // see the header comment
+    mutable std::mutex m_mutex; // see the header comment
     std::condition_variable m_changed;
     Settings m_settings;
     bool m_streamOpen = false;
     bool m_acquiring = false;
-    bool m_armed = false;               // the AcquisitionStart trigger came (or is off)
-    uint64_t m_framesLeft = 0;          // UINT64_MAX in Continuous mode
-    uint64_t m_frameCredits = 0;        // FrameStart triggers not used yet
-    uint64_t m_burstCredits = 0;        // frames left of FrameBurstStart triggers
+    bool m_armed = false;        // the AcquisitionStart trigger came (or is off)
+    uint64_t m_framesLeft = 0;   // UINT64_MAX in Continuous mode
+    uint64_t m_frameCredits = 0; // FrameStart triggers not used yet
+    uint64_t m_burstCredits = 0; // frames left of FrameBurstStart triggers
     uint64_t m_abortGeneration = 0;
     uint64_t m_frameCounter = 0;
-    std::chrono::steady_clock::time_point m_nextDue{};  // earliest start of the next frame (none: at once)
+    std::chrono::steady_clock::time_point m_nextDue{}; // earliest start of the next frame (none: at once)
 
-    PatternScratch m_scratch;           // Fill only (one stream thread at a time)
+    PatternScratch m_scratch; // Fill only (one stream thread at a time)
 };
 
 } // namespace internal

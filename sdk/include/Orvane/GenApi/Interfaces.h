@@ -100,7 +100,10 @@ public:
     virtual void ImposeMin(int64_t Value) = 0;
     virtual void ImposeMax(int64_t Value) = 0;
 
-    IInteger& operator=(int64_t Value) { SetValue(Value); return *this; }
+    IInteger& operator=(int64_t Value) {
+        SetValue(Value);
+        return *this;
+    }
     int64_t operator()() { return GetValue(); }
     int64_t operator*() { return GetValue(); }
 };
@@ -123,7 +126,10 @@ public:
     virtual void ImposeMin(double Value) = 0;
     virtual void ImposeMax(double Value) = 0;
 
-    IFloat& operator=(double Value) { SetValue(Value); return *this; }
+    IFloat& operator=(double Value) {
+        SetValue(Value);
+        return *this;
+    }
     double operator()() { return GetValue(); }
     double operator*() { return GetValue(); }
 };
@@ -135,7 +141,10 @@ public:
     virtual GenICam::gcstring GetValue(bool Verify = false, bool IgnoreCache = false) = 0;
     virtual int64_t GetMaxLength() = 0;
 
-    IString& operator=(const GenICam::gcstring& Value) { SetValue(Value); return *this; }
+    IString& operator=(const GenICam::gcstring& Value) {
+        SetValue(Value);
+        return *this;
+    }
     GenICam::gcstring operator()() { return GetValue(); }
     GenICam::gcstring operator*() { return GetValue(); }
 };
@@ -146,7 +155,10 @@ public:
     virtual void SetValue(bool Value, bool Verify = true) = 0;
     virtual bool GetValue(bool Verify = false, bool IgnoreCache = false) const = 0;
 
-    IBoolean& operator=(bool Value) { SetValue(Value); return *this; }
+    IBoolean& operator=(bool Value) {
+        SetValue(Value);
+        return *this;
+    }
     bool operator()() const { return GetValue(); }
     bool operator*() const { return GetValue(); }
 };
@@ -176,7 +188,10 @@ public:
     virtual IEnumEntry* GetEntry(int64_t IntValue) = 0;
     virtual IEnumEntry* GetCurrentEntry(bool Verify = false, bool IgnoreCache = false) = 0;
 
-    IEnumeration& operator=(const GenICam::gcstring& Symbolic) { FromString(Symbolic); return *this; }
+    IEnumeration& operator=(const GenICam::gcstring& Symbolic) {
+        FromString(Symbolic);
+        return *this;
+    }
 };
 
 class ORVANE_API IEnumEntry : public virtual IValue {

@@ -32,9 +32,18 @@ public:
     operator const char*() const { return m_text.c_str(); }
     const std::string& str() const { return m_text; }
 
-    gcstring& operator+=(const gcstring& other) { m_text += other.m_text; return *this; }
-    gcstring& operator+=(const char* other) { m_text += (other ? other : ""); return *this; }
-    gcstring& operator+=(char c) { m_text += c; return *this; }
+    gcstring& operator+=(const gcstring& other) {
+        m_text += other.m_text;
+        return *this;
+    }
+    gcstring& operator+=(const char* other) {
+        m_text += (other ? other : "");
+        return *this;
+    }
+    gcstring& operator+=(char c) {
+        m_text += c;
+        return *this;
+    }
 
     size_t find(const gcstring& what, size_t from = 0) const { return m_text.find(what.m_text, from); }
     size_t find(char c, size_t from = 0) const { return m_text.find(c, from); }
