@@ -23,7 +23,9 @@ configure: bootstrap $(BUILD)/CMakeCache.txt
 build: configure
 	cmake --build $(BUILD) -j $(JOBS)
 
-demo: build
+# The demo needs the libraries and orvctl only: no test or benchmark is built.
+demo: configure
+	cmake --build $(BUILD) -j $(JOBS) --target orvctl
 	@./scripts/demo.sh $(BUILD)
 
 test: build
@@ -35,11 +37,11 @@ asan: bootstrap
 	cmake --build $(BUILD)-asan -j $(JOBS)
 	cd $(BUILD)-asan && ctest --output-on-failure -j $(JOBS)
 
-# The threaded tests (test programs with "threads" in their name) built with ThreadSanitizer.
+# The threaded tests (label threads: programs with "threads" in their name) built with ThreadSanitizer.
 tsan: bootstrap
 	cmake -S . -B $(BUILD)-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_SANITIZE=thread -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(BUILD)-tsan -j $(JOBS) --target threads_tests
-	cd $(BUILD)-tsan && ctest --output-on-failure -j $(JOBS) -R threads
+	cd $(BUILD)-tsan && ctest --output-on-failure -j $(JOBS) -L threads
 
 bench: build
 	@./scripts/bench.sh $(BUILD)
