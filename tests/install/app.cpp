@@ -1,5 +1,5 @@
 // A client of the installed Orvane C++ SDK found through find_package.
-#include <Orvane/System.h>
+#include <Orvane/Orvane.h>
 
 #include <iostream>
 

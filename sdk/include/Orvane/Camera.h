@@ -7,12 +7,16 @@
 #include <memory>
 
 #include "Orvane/BasePtr.h"
+#include "Orvane/EventHandler.h"
 #include "Orvane/GenApi/Interfaces.h"
 #include "Orvane/GenICam/gcstring.h"
 #include "Orvane/Image.h"
 #include "Orvane/ImageList.h"
 
 namespace Orvane {
+
+class DeviceEventHandler;
+class ImageEventHandler;
 
 namespace internal {
 class CameraCore;
@@ -103,6 +107,23 @@ public:
     // current size, lowered to what the host interface's MTU carries).
     // Other transports have no packets: 0. Needs Init.
     unsigned int DiscoverMaxPacketSize();
+
+    // Events --------------------------------------------------------------------
+    // Registers an ImageEventHandler (stream 0), an ImageListEventHandler or a
+    // DeviceEventHandler (every device event) by its class; each header says
+    // which thread calls it. Raises ORVANE_ERR_INVALID_ARGUMENT for a handler
+    // of another kind, ORVANE_ERR_RESOURCE_IN_USE when it is registered already.
+    void RegisterEventHandler(EventHandler& handler);
+    // A device event handler for the event of this name only ("ExposureEnd",
+    // with or without the "Event" prefix). Raises ORVANE_ERR_INVALID_ARGUMENT
+    // for a name the camera's node map has no event of (once initialised).
+    void RegisterEventHandler(DeviceEventHandler& handler, const GenICam::gcstring& eventName);
+    // An image handler for stream streamIndex (the camera has stream 0 only:
+    // other indexes raise ORVANE_ERR_OUT_OF_RANGE).
+    void RegisterEventHandler(ImageEventHandler& handler, uint64_t streamIndex);
+    // Removes every registration of the handler; waits until it is not running
+    // on another thread. Raises ORVANE_ERR_NOT_AVAILABLE when it is not registered.
+    void UnregisterEventHandler(EventHandler& handler);
 
     internal::CameraCore& Core() const { return *m_core; }
     const std::shared_ptr<internal::CameraCore>& SharedCore() const { return m_core; }

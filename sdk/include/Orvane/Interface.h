@@ -5,8 +5,10 @@
 
 #include <memory>
 
+#include "Orvane/ActionCommand.h"
 #include "Orvane/BasePtr.h"
 #include "Orvane/CameraList.h"
+#include "Orvane/EventHandler.h"
 #include "Orvane/GenApi/Interfaces.h"
 
 namespace Orvane {
@@ -32,6 +34,17 @@ public:
     // True while a camera of this interface is initialised or held outside the
     // SDK's own lists.
     bool IsInUse();
+
+    // Registers a DeviceArrivalEventHandler, DeviceRemovalEventHandler or
+    // InterfaceEventHandler for this interface's cameras (see
+    // DeviceArrivalEventHandler.h). Raises as System::RegisterEventHandler.
+    void RegisterEventHandler(EventHandler& handler);
+    void UnregisterEventHandler(EventHandler& handler);
+    // Sends an action command on this interface only; the arguments are
+    // System::SendActionCommand's.
+    void SendActionCommand(unsigned int deviceKey, unsigned int groupKey, unsigned int groupMask,
+                           unsigned long long actionTime = ActionTimeImmediate, bool requestAcknowledgement = true,
+                           unsigned int* resultCount = nullptr, ActionCommandResult* results = nullptr);
 
     // "Virtual", "GigEVision" or "USB3Vision".
     GenICam::gcstring GetID() const;

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "Orvane/ActionCommand.h"
 #include "Orvane/BasePtr.h"
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/Interfaces.h"
@@ -68,6 +69,30 @@ public:
     void UnregisterAllLoggingEventHandlers();
     void SetLoggingEventPriorityLevel(LogLevel level);
     LogLevel GetLoggingEventPriorityLevel();
+
+    // Arrival and removal ------------------------------------------------------
+    // Registers a DeviceArrivalEventHandler, DeviceRemovalEventHandler or
+    // InterfaceEventHandler for the cameras of every enabled interface (see
+    // DeviceArrivalEventHandler.h for the thread it runs on). With update
+    // true, discovery runs first so that cameras present now are not reported
+    // as arrivals. Raises ORVANE_ERR_INVALID_ARGUMENT for a handler of another
+    // kind, ORVANE_ERR_RESOURCE_IN_USE when it is registered already.
+    void RegisterEventHandler(EventHandler& handler, bool update = true);
+    // Waits until the handler is not running on another thread. Raises
+    // ORVANE_ERR_NOT_AVAILABLE when it is not registered.
+    void UnregisterEventHandler(EventHandler& handler);
+
+    // Action commands ----------------------------------------------------------
+    // Sends an action command on every enabled interface (ActionCommand.h).
+    // actionTime: device time in ns at which to act, 0 for at once.
+    // requestAcknowledgement: collect the cameras' acknowledgements until the
+    // interfaces' action timeout. resultCount: in, the capacity of results
+    // (may be 0, results may then be null); out, the number of
+    // acknowledgements received (possibly more than the capacity; only the
+    // first `capacity` are written). Null resultCount: nothing is reported.
+    void SendActionCommand(unsigned int deviceKey, unsigned int groupKey, unsigned int groupMask,
+                           unsigned long long actionTime = ActionTimeImmediate, bool requestAcknowledgement = true,
+                           unsigned int* resultCount = nullptr, ActionCommandResult* results = nullptr);
 
 private:
     explicit System(std::shared_ptr<internal::SystemCore> core);
