@@ -4,6 +4,7 @@
 #define ORVANE_TESTS_COMMON_SDK_ERROR_H
 
 #include <string>
+#include <utility>
 
 #include "Orvane/Exception.h"
 
@@ -27,6 +28,18 @@ std::string MessageOf(F&& f) {
         return e.GetErrorMessage();
     }
     return "";
+}
+
+// Both at once: {code, message} of what f raised, {0, "no exception"} when
+// it raised nothing.
+template <class F>
+std::pair<int, std::string> Failure(F&& f) {
+    try {
+        f();
+    } catch (const Orvane::Exception& e) {
+        return {e.GetError(), e.GetErrorMessage()};
+    }
+    return {0, "no exception"};
 }
 
 } // namespace orvtest

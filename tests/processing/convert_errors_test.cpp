@@ -5,22 +5,12 @@
 #include <string>
 
 #include "ProcessingTestUtil.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 using namespace orvtest;
 
 namespace {
-
-// Runs f and returns the code and message of the Orvane::Exception it throws.
-template <typename F>
-std::pair<int, std::string> Failure(F f) {
-    try {
-        f();
-    } catch (const Orvane::Exception& e) {
-        return {e.GetError(), e.GetErrorMessage()};
-    }
-    return {0, "no exception"};
-}
 
 Bytes Jpeg(const Bytes& pixels, int w, int h, bool gray) {
     tjhandle tj = tjInitCompress();

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "ProcessingTestUtil.h"
+#include "SdkError.h"
 #include "processing/Gamma.h"
 #include "processing/Statistics.h"
 
@@ -18,16 +19,6 @@ Bytes Gamma(const Bytes& src, size_t w, size_t h, PixelFormatEnums f, float gamm
     Bytes out(src.size(), 0xEE);
     ApplyGamma(View(src, w, h, f), Out(out, w, h, f), gamma, inverse, threads);
     return out;
-}
-
-template <typename F>
-std::pair<int, std::string> Failure(F f) {
-    try {
-        f();
-    } catch (const Orvane::Exception& e) {
-        return {e.GetError(), e.GetErrorMessage()};
-    }
-    return {0, "no exception"};
 }
 
 StatisticsResult Stats(const Bytes& src, size_t w, size_t h, PixelFormatEnums f, unsigned mask = 0x7F,

@@ -7,9 +7,12 @@
 #include <vector>
 
 #include "Orvane/ImageProcessor.h"
+#include "SdkError.h"
 #include "image/ImageAccess.h"
 
 using namespace Orvane;
+
+using orvtest::Failure;
 
 namespace {
 
@@ -25,16 +28,6 @@ ImagePtr Make(size_t w, size_t h, PixelFormatEnums f, const Bytes& data) {
 Bytes Data(const ImagePtr& image) {
     const uint8_t* p = static_cast<const uint8_t*>(image->GetData());
     return Bytes(p, p + image->GetSize());
-}
-
-template <typename F>
-std::pair<int, std::string> Failure(F f) {
-    try {
-        f();
-    } catch (const Orvane::Exception& e) {
-        return {e.GetError(), e.GetErrorMessage()};
-    }
-    return {0, "no exception"};
 }
 
 } // namespace

@@ -7,20 +7,13 @@
 
 #include "Orvane/Image.h"
 #include "Orvane/ImageStatistics.h"
+#include "SdkError.h"
 
 using namespace Orvane;
 
-namespace {
+using orvtest::Failure;
 
-template <typename F>
-std::pair<int, std::string> Failure(F f) {
-    try {
-        f();
-    } catch (const Orvane::Exception& e) {
-        return {e.GetError(), e.GetErrorMessage()};
-    }
-    return {0, "no exception"};
-}
+namespace {
 
 ImagePtr Make(size_t w, size_t h, PixelFormatEnums f, const std::vector<uint8_t>& data) {
     ImagePtr image = Image::Create(w, h, 0, 0, f);
