@@ -7,6 +7,7 @@
 #include <string>
 
 #include "core/Raise.h"
+#include "virtual/BigEndian.h"
 #include "virtual/VirtualCameraRegisters.h"
 
 namespace Orvane {
@@ -28,8 +29,7 @@ void Write(ArvDevice* device, uint32_t address, const uint8_t* bytes, uint32_t l
 
 void WriteBigEndian(ArvDevice* device, const vcam::RegisterInfo& reg, uint64_t value) {
     uint8_t bytes[8] = {};
-    for (uint32_t i = 0; i < reg.length && i < 8; ++i)
-        bytes[reg.length - 1 - i] = static_cast<uint8_t>(value >> (8 * i));
+    StoreBigEndian(bytes, reg.length, value);
     Write(device, reg.address, bytes, reg.length);
 }
 
@@ -48,6 +48,7 @@ void InitializeVirtualCamera(ArvDevice* device, int index) {
     static_assert(vcam::reg::DeviceSerialNumber.length == sizeof field, "serial register size");
     for (size_t i = 0; i < sizeof serial && serial[i] != 0; ++i) field[i] = static_cast<uint8_t>(serial[i]);
     Write(device, vcam::reg::DeviceSerialNumber.address, field, sizeof field);
+    static_assert(vcam::reg::GevMACAddress.length <= 8, "MAC address register size");
     WriteBigEndian(device, vcam::reg::GevMACAddress, 0x024F56000000ULL + static_cast<uint64_t>(index + 1));
 }
 

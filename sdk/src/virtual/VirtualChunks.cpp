@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "image/Crc32.h"
+#include "virtual/BigEndian.h"
 #include "virtual/VirtualCameraRegisters.h"
 
 namespace Orvane {
@@ -11,54 +12,36 @@ namespace internal {
 
 namespace {
 
-void Put32(uint8_t* p, uint32_t v) {
-    p[0] = static_cast<uint8_t>(v >> 24);
-    p[1] = static_cast<uint8_t>(v >> 16);
-    p[2] = static_cast<uint8_t>(v >> 8);
-    p[3] = static_cast<uint8_t>(v);
-}
-
-void Put64(uint8_t* p, uint64_t v) {
-    Put32(p, static_cast<uint32_t>(v >> 32));
-    Put32(p + 4, static_cast<uint32_t>(v));
-}
-
-void PutDouble(uint8_t* p, double d) {
-    uint64_t v;
-    std::memcpy(&v, &d, sizeof v);
-    Put64(p, v);
-}
-
 // Writes the data of chunk `id` (length bytes) at p.
 void WriteData(uint8_t* p, uint32_t id, uint32_t length, const VirtualChunkValues& v) {
     std::memset(p, 0, length);
     namespace c = vcam::chunk;
     switch (id) {
-    case c::FrameID: Put64(p, v.frameId); break;
-    case c::Timestamp: Put64(p, v.timestamp); break;
-    case c::Width: Put32(p, v.width); break;
-    case c::Height: Put32(p, v.height); break;
-    case c::OffsetX: Put32(p, v.offsetX); break;
-    case c::OffsetY: Put32(p, v.offsetY); break;
-    case c::PixelFormat: Put32(p, v.pixelFormat); break;
-    case c::LinePitch: Put32(p, v.linePitch); break;
-    case c::ExposureTime: PutDouble(p, v.exposureTime); break;
-    case c::Gain: PutDouble(p, v.gain); break;
-    case c::BlackLevel: PutDouble(p, v.blackLevel); break;
-    case c::PixelDynamicRangeMin: Put32(p, v.dynamicRangeMin); break;
-    case c::PixelDynamicRangeMax: Put32(p, v.dynamicRangeMax); break;
-    case c::LineStatusAll: Put32(p, v.lineStatusAll); break;
-    case c::ExposureEndLineStatusAll: Put32(p, v.exposureEndLineStatusAll); break;
+    case c::FrameID: StoreBigEndian64(p, v.frameId); break;
+    case c::Timestamp: StoreBigEndian64(p, v.timestamp); break;
+    case c::Width: StoreBigEndian32(p, v.width); break;
+    case c::Height: StoreBigEndian32(p, v.height); break;
+    case c::OffsetX: StoreBigEndian32(p, v.offsetX); break;
+    case c::OffsetY: StoreBigEndian32(p, v.offsetY); break;
+    case c::PixelFormat: StoreBigEndian32(p, v.pixelFormat); break;
+    case c::LinePitch: StoreBigEndian32(p, v.linePitch); break;
+    case c::ExposureTime: StoreBigEndianDouble(p, v.exposureTime); break;
+    case c::Gain: StoreBigEndianDouble(p, v.gain); break;
+    case c::BlackLevel: StoreBigEndianDouble(p, v.blackLevel); break;
+    case c::PixelDynamicRangeMin: StoreBigEndian32(p, v.dynamicRangeMin); break;
+    case c::PixelDynamicRangeMax: StoreBigEndian32(p, v.dynamicRangeMax); break;
+    case c::LineStatusAll: StoreBigEndian32(p, v.lineStatusAll); break;
+    case c::ExposureEndLineStatusAll: StoreBigEndian32(p, v.exposureEndLineStatusAll); break;
     case c::CounterValue:
-        Put64(p, v.counterValue[0]);
-        if (length >= 16) Put64(p + 8, v.counterValue[1]);
+        StoreBigEndian64(p, v.counterValue[0]);
+        if (length >= 16) StoreBigEndian64(p + 8, v.counterValue[1]);
         break;
     case c::TimerValue:
-        PutDouble(p, v.timerValue[0]);
-        if (length >= 16) PutDouble(p + 8, v.timerValue[1]);
+        StoreBigEndianDouble(p, v.timerValue[0]);
+        if (length >= 16) StoreBigEndianDouble(p + 8, v.timerValue[1]);
         break;
-    case c::SequencerSetActive: Put32(p, v.sequencerSetActive); break;
-    case c::TimestampLatchValue: Put64(p, v.timestampLatchValue); break;
+    case c::SequencerSetActive: StoreBigEndian32(p, v.sequencerSetActive); break;
+    case c::TimestampLatchValue: StoreBigEndian64(p, v.timestampLatchValue); break;
     default: break;
     }
 }
@@ -81,8 +64,8 @@ size_t WriteVirtualChunks(uint8_t* payload, size_t imageSize, size_t capacity, u
     const size_t total = imageSize + VirtualChunkBytes(enabledMask);
     if (total > capacity || imageSize > 0xFFFFFFFFu) return 0;
     uint8_t* p = payload + imageSize;
-    Put32(p, vcam::chunk::Image);
-    Put32(p + 4, static_cast<uint32_t>(imageSize));
+    StoreBigEndian32(p, vcam::chunk::Image);
+    StoreBigEndian32(p + 4, static_cast<uint32_t>(imageSize));
     p += vcam::kChunkTrailerSize;
     bool crc = false;
     for (size_t i = 0; i < kChunkCount; ++i) {
@@ -94,14 +77,14 @@ size_t WriteVirtualChunks(uint8_t* payload, size_t imageSize, size_t capacity, u
         }
         WriteData(p, chunk.id, chunk.length, values);
         p += chunk.length;
-        Put32(p, chunk.id);
-        Put32(p + 4, chunk.length);
+        StoreBigEndian32(p, chunk.id);
+        StoreBigEndian32(p + 4, chunk.length);
         p += vcam::kChunkTrailerSize;
     }
     if (crc) {
-        Put32(p, Crc32(payload, imageSize));
-        Put32(p + 4, vcam::chunk::CRC);
-        Put32(p + 8, 4);
+        StoreBigEndian32(p, Crc32(payload, imageSize));
+        StoreBigEndian32(p + 4, vcam::chunk::CRC);
+        StoreBigEndian32(p + 8, 4);
         p += 4 + vcam::kChunkTrailerSize;
     }
     return static_cast<size_t>(p - payload);

@@ -1,7 +1,6 @@
 #include "virtual/VirtualStreamEngine.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -9,6 +8,7 @@
 #include "camera/DeviceSession.h"
 #include "image/ChunkLayout.h"
 #include "image/PixelFormatInfo.h"
+#include "virtual/BigEndian.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
 
@@ -78,18 +78,19 @@ bool VirtualStreamEngine::Acquiring() const {
 uint32_t VirtualStreamEngine::Reg32(uint32_t address) const {
     uint8_t b[4] = {0, 0, 0, 0};
     arv_fake_camera_read_memory(m_camera, address, 4, b);
-    return uint32_t(b[0]) << 24 | uint32_t(b[1]) << 16 | uint32_t(b[2]) << 8 | b[3];
+    return LoadBigEndian32(b);
 }
 
 uint64_t VirtualStreamEngine::Reg64(uint32_t address) const {
-    return uint64_t(Reg32(address)) << 32 | Reg32(address + 4);
+    uint8_t b[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+    arv_fake_camera_read_memory(m_camera, address, 8, b);
+    return LoadBigEndian(b, 8);
 }
 
 double VirtualStreamEngine::RegDouble(uint32_t address) const {
-    const uint64_t bits = Reg64(address);
-    double d;
-    std::memcpy(&d, &bits, sizeof d);
-    return d;
+    uint8_t b[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+    arv_fake_camera_read_memory(m_camera, address, 8, b);
+    return LoadBigEndianDouble(b);
 }
 
 void VirtualStreamEngine::Clear(uint32_t address, const char* registerNode) const {
