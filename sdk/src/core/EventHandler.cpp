@@ -1,5 +1,10 @@
 #include "Orvane/EventHandler.h"
 
+#include "Orvane/DeviceArrivalEventHandler.h"
+#include "Orvane/DeviceEventHandler.h"
+#include "Orvane/ImageEventHandler.h"
+#include "Orvane/ImageListEventHandler.h"
+
 namespace Orvane {
 
 EventHandler::EventHandler() = default;
@@ -16,5 +21,18 @@ void EventHandler::SetEventPayload(uint64_t eventId, const uint8_t* data, size_t
     m_payload = data;
     m_payloadSize = size;
 }
+
+DeviceEventHandler::DeviceEventHandler() = default;
+DeviceEventHandler::~DeviceEventHandler() = default;
+ImageEventHandler::ImageEventHandler() = default;
+ImageEventHandler::~ImageEventHandler() = default;
+ImageListEventHandler::ImageListEventHandler() = default;
+ImageListEventHandler::~ImageListEventHandler() = default;
+DeviceArrivalEventHandler::DeviceArrivalEventHandler() = default;
+DeviceArrivalEventHandler::~DeviceArrivalEventHandler() = default;
+DeviceRemovalEventHandler::DeviceRemovalEventHandler() = default;
+DeviceRemovalEventHandler::~DeviceRemovalEventHandler() = default;
+InterfaceEventHandler::InterfaceEventHandler() = default;
+InterfaceEventHandler::~InterfaceEventHandler() = default;
 
 } // namespace Orvane
