@@ -1,14 +1,14 @@
 # Orvane quick start:
 #   make demo   installs missing Debian packages, builds, and runs orvctl on the virtual camera
 #   make test   the same set-up, then the whole test suite
-# Further targets: build, asan, tsan, bench, install (PREFIX=...), format, format-check, clean.
+# Further targets: build, asan, tsan, clang, tidy, bench, install (PREFIX=...), format, format-check, clean.
 
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 PREFIX   ?= /usr/local
 CMAKE_ARGS ?=
 
-.PHONY: all bootstrap configure build demo test asan tsan bench install clean format format-check
+.PHONY: all bootstrap configure build demo test asan tsan clang tidy bench install clean format format-check
 
 all: build
 
@@ -43,6 +43,16 @@ tsan: bootstrap
 	cmake --build $(BUILD)-tsan -j $(JOBS) --target threads_tests
 	cd $(BUILD)-tsan && ctest --output-on-failure -j $(JOBS) -L threads
 
+# The whole tree built with clang instead of gcc, and its tests.
+clang: bootstrap
+	CC=clang CXX=clang++ cmake -S . -B $(BUILD)-clang -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
+	cmake --build $(BUILD)-clang -j $(JOBS)
+	cd $(BUILD)-clang && ctest --output-on-failure -j $(JOBS)
+
+# clang-tidy's bug-finding checks (.clang-tidy) over the SDK, the C library and orvctl.
+tidy: bootstrap
+	@./scripts/tidy.sh $(BUILD)-tidy
+
 bench: build
 	@./scripts/bench.sh $(BUILD)
 
@@ -57,4 +67,4 @@ format-check:
 	@./scripts/format.sh --check
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-asan $(BUILD)-tsan
+	rm -rf $(BUILD) $(BUILD)-asan $(BUILD)-tsan $(BUILD)-clang $(BUILD)-tidy

@@ -6,7 +6,7 @@ add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
 # orvane_strict(target): warnings of the project's own code.
 function(orvane_strict target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -pedantic $<$<COMPILE_LANGUAGE:CXX>:-Wno-missing-field-initializers>)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -pedantic -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wno-missing-field-initializers>)
   if(ORVANE_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
