@@ -13,10 +13,10 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
-#include "camera/CameraControl.h"
-#include "camera/DeviceSession.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 #include "genapi/ArvNodeMap.h"
-#include "system/CameraCore.h"
+#include "transport/DeviceConnection.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
 
@@ -30,7 +30,7 @@ TEST(VirtualCameraRuntimeThreads, FourThreadsShareTheRuntimeAndChunkData) {
     ASSERT_TRUE(camera);
     camera->Init();
     INodeMap& map = camera->GetNodeMap();
-    auto session = camera->Core().Control().Session();
+    auto session = camera->Core().Access().Connection();
     impl::ArvNodeMap& arvMap = session->NodeMap();
     internal::VirtualCameraRuntime& runtime = *session->VirtualRuntime();
     std::atomic<bool> stop{false};

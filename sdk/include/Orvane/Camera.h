@@ -15,12 +15,12 @@
 namespace Orvane {
 
 namespace internal {
-class CameraCore;
+class DiscoveredCamera;
 }
 
 class ORVANE_API CameraBase {
 public:
-    explicit CameraBase(std::shared_ptr<internal::CameraCore> core);
+    explicit CameraBase(std::shared_ptr<internal::DiscoveredCamera> core);
     virtual ~CameraBase();
     CameraBase(const CameraBase&) = delete;
     CameraBase& operator=(const CameraBase&) = delete;
@@ -104,11 +104,11 @@ public:
     // Other transports have no packets: 0. Needs Init.
     unsigned int DiscoverMaxPacketSize();
 
-    internal::CameraCore& Core() const { return *m_core; }
-    const std::shared_ptr<internal::CameraCore>& SharedCore() const { return m_core; }
+    internal::DiscoveredCamera& Core() const { return *m_core; }
+    const std::shared_ptr<internal::DiscoveredCamera>& SharedCore() const { return m_core; }
 
 private:
-    std::shared_ptr<internal::CameraCore> m_core;
+    std::shared_ptr<internal::DiscoveredCamera> m_core;
 };
 
 typedef CameraBase Camera;

@@ -7,9 +7,9 @@
 #include "acquisition/DeviceChunkDecoder.h"
 #include "acquisition/ImageLeasePool.h"
 #include "acquisition/StreamRun.h"
-#include "camera/DeviceSession.h"
+#include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
-#include "system/CameraCore.h"
+#include "transport/DeviceConnection.h"
 #include "virtual/VirtualStreamEngine.h"
 
 namespace Orvane {
@@ -60,13 +60,13 @@ void LogFailure(const std::string& camera, const char* what, const std::exceptio
 
 } // namespace
 
-Acquisition& Acquisition::Of(CameraControl& control) {
+Acquisition& Acquisition::Of(CameraAccess& access) {
     return static_cast<Acquisition&>(
-        control.Acquisition([](CameraControl& c) { return std::unique_ptr<AcquisitionHooks>(new Acquisition(c)); }));
+        access.Acquisition([](CameraAccess& c) { return std::unique_ptr<AcquisitionHooks>(new Acquisition(c)); }));
 }
 
-Acquisition::Acquisition(CameraControl& control) : m_control(control), m_pool(ImageLeasePool::Create()) {
-    m_control.SetAcquisitionHooks(this);
+Acquisition::Acquisition(CameraAccess& access) : m_access(access), m_pool(ImageLeasePool::Create()) {
+    m_access.SetAcquisitionHooks(this);
 }
 
 Acquisition::~Acquisition() {
@@ -75,7 +75,7 @@ Acquisition::~Acquisition() {
     } catch (...) {
         // Ending never throws past the camera's end.
     }
-    m_control.SetAcquisitionHooks(nullptr);
+    m_access.SetAcquisitionHooks(nullptr);
 }
 
 std::shared_ptr<StreamRun> Acquisition::CurrentRun() const {
@@ -87,9 +87,9 @@ bool Acquisition::IsStreaming() const { return static_cast<bool>(CurrentRun()); 
 
 void Acquisition::Begin() {
     std::lock_guard<std::mutex> guard(m_beginEnd);
-    const std::string name = m_control.Core().Info().deviceId;
+    const std::string name = m_access.Camera().Info().deviceId;
     if (CurrentRun()) ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, "camera " + name + " is already streaming");
-    std::shared_ptr<DeviceSession> session = m_control.Session();
+    std::shared_ptr<DeviceConnection> session = m_access.Connection();
     if (!session)
         ORV_RAISE(ORVANE_ERR_CAMERA_NOT_INITIALIZED, "camera " + name + " is not initialized (call Init first)");
     if (session->ControlLost()) ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + name + " was lost");
@@ -97,7 +97,7 @@ void Acquisition::Begin() {
         ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
                   "camera " + name + " is open in monitor mode (another host controls it): it cannot stream");
 
-    StreamState& state = m_control.Stream();
+    StreamState& state = m_access.Stream();
     StreamSettings settings;
     {
         std::lock_guard<std::mutex> lock(state.mutex);
@@ -187,7 +187,7 @@ void Acquisition::Begin() {
 void Acquisition::End() {
     std::lock_guard<std::mutex> guard(m_beginEnd);
     std::shared_ptr<StreamRun> run = CurrentRun();
-    if (!run) ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_control.Core().Info().deviceId + " is not streaming");
+    if (!run) ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_access.Camera().Info().deviceId + " is not streaming");
     EndLocked(run);
 }
 
@@ -198,7 +198,7 @@ void Acquisition::Stop() {
 }
 
 void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
-    std::shared_ptr<DeviceSession> session;
+    std::shared_ptr<DeviceConnection> session;
     std::shared_ptr<VirtualStreamEngine> engine;
     {
         std::lock_guard<std::mutex> lock(m_runMutex);
@@ -206,7 +206,7 @@ void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
         engine.swap(m_runEngine);
         m_run.reset();
     }
-    const std::string name = m_control.Core().Info().deviceId;
+    const std::string name = m_access.Camera().Info().deviceId;
     const bool lost = session->ControlLost();
     GenApi::impl::ArvNodeMap& map = session->NodeMap();
     if (!lost) {
@@ -224,7 +224,7 @@ void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
             LogFailure(name, "unlocking TLParamsLocked", e);
         }
     }
-    StreamState& state = m_control.Stream();
+    StreamState& state = m_access.Stream();
     state.statistics.grabbing.store(false);
     std::lock_guard<std::mutex> lock(state.mutex);
     state.locked = false;
@@ -232,13 +232,13 @@ void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
 
 ImagePtr Acquisition::Next(uint64_t timeoutMs, uint64_t streamIndex) {
     if (streamIndex != 0)
-        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_control.Core().Info().deviceId +
+        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_access.Camera().Info().deviceId +
                                                " has one stream (index 0); stream " + std::to_string(streamIndex) +
                                                " does not exist");
     std::shared_ptr<StreamRun> run = CurrentRun();
     if (!run)
         ORV_RAISE(ORVANE_ERR_NOT_STREAMING,
-                  "camera " + m_control.Core().Info().deviceId + " is not streaming (call BeginAcquisition first)");
+                  "camera " + m_access.Camera().Info().deviceId + " is not streaming (call BeginAcquisition first)");
     return run->Next(timeoutMs);
 }
 

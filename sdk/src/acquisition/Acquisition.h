@@ -1,7 +1,7 @@
 // Acquisition: the streaming side of one camera (BeginAcquisition,
 // EndAcquisition, GetNextImage, GetNextImageSync, IsStreaming).
 //
-// Owner: the camera's CameraControl (CameraControl::Acquisition), for the
+// Owner: the camera's CameraAccess (CameraAccess::Acquisition), for the
 // camera's life; the object registers itself as the camera's
 // AcquisitionHooks, so IsStreaming asks it and DeInit ends a running
 // acquisition through Stop.
@@ -42,7 +42,7 @@
 #include <mutex>
 
 #include "Orvane/ImageList.h"
-#include "camera/CameraControl.h"
+#include "camera/CameraAccess.h"
 
 namespace Orvane {
 namespace internal {
@@ -55,9 +55,9 @@ class DeviceChunkDecoder;
 class Acquisition : public AcquisitionHooks {
 public:
     // The acquisition object of a camera (created on first use).
-    static Acquisition& Of(CameraControl& control);
+    static Acquisition& Of(CameraAccess& access);
 
-    explicit Acquisition(CameraControl& control);
+    explicit Acquisition(CameraAccess& access);
     ~Acquisition() override;
 
     void Begin();
@@ -79,15 +79,15 @@ private:
     std::shared_ptr<StreamRun> CurrentRun() const;
     void EndLocked(const std::shared_ptr<StreamRun>& run);
 
-    CameraControl& m_control;
+    CameraAccess& m_access;
     std::mutex m_beginEnd; // serialises Begin and End (see the header comment)
     mutable std::mutex m_runMutex;
     std::shared_ptr<StreamRun> m_run;
     std::shared_ptr<VirtualStreamEngine> m_runEngine; // the engine of the running acquisition
-    std::shared_ptr<DeviceSession> m_runSession;      // the session of the running acquisition
+    std::shared_ptr<DeviceConnection> m_runSession;   // the session of the running acquisition
     std::shared_ptr<ImageLeasePool> m_pool;           // the camera's pooled images
     std::weak_ptr<VirtualStreamEngine> m_engine;      // the engine attached to the current session
-    const DeviceSession* m_engineSession = nullptr;
+    const DeviceConnection* m_engineSession = nullptr;
     std::shared_ptr<DeviceChunkDecoder> m_decoder; // the chunk decoder of the current session
 };
 

@@ -1,9 +1,9 @@
 #include "acquisition/DeviceChunkDecoder.h"
 
 #include "Orvane/GenApi/GenApi.h"
-#include "camera/DeviceSession.h"
 #include "core/Raise.h"
 #include "image/ChunkLayout.h"
+#include "transport/DeviceConnection.h"
 
 namespace Orvane {
 namespace internal {
@@ -40,7 +40,7 @@ bool ReadNumber(GenApi::INode* node, T& out) {
 
 } // namespace
 
-DeviceChunkDecoder::DeviceChunkDecoder(const std::shared_ptr<DeviceSession>& session, std::string cameraName)
+DeviceChunkDecoder::DeviceChunkDecoder(const std::shared_ptr<DeviceConnection>& session, std::string cameraName)
     : m_session(session), m_sessionAddress(session.get()), m_cameraName(std::move(cameraName)) {
     GenApi::impl::ArvNodeMap& map = session->NodeMap();
     for (int i = 0; i < ChunkData::IntegerItemCount; ++i)
@@ -51,7 +51,7 @@ DeviceChunkDecoder::DeviceChunkDecoder(const std::shared_ptr<DeviceSession>& ses
 }
 
 DeviceChunkDecoder::~DeviceChunkDecoder() {
-    std::shared_ptr<DeviceSession> session = m_session.lock();
+    std::shared_ptr<DeviceConnection> session = m_session.lock();
     if (!session) return;
     try {
         NodeMapBase::MapLock lock(session->NodeMap());
@@ -81,7 +81,7 @@ bool DeviceChunkDecoder::ChunkStart(const uint8_t* payload, size_t payloadSize, 
 
 bool DeviceChunkDecoder::ReadCrc(const uint8_t* payload, size_t payloadSize, size_t imageSize, uint32_t& crc) const {
     if (!m_crc) return false;
-    std::shared_ptr<DeviceSession> session = m_session.lock();
+    std::shared_ptr<DeviceConnection> session = m_session.lock();
     if (!session) ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + m_cameraName + " was closed");
     size_t begin = 0;
     if (!ChunkStart(payload, payloadSize, imageSize, begin)) return false;
@@ -99,13 +99,13 @@ bool DeviceChunkDecoder::ReadCrc(const uint8_t* payload, size_t payloadSize, siz
     return found;
 }
 
-bool DeviceChunkDecoder::Serves(const DeviceSession* session) const {
+bool DeviceChunkDecoder::Serves(const DeviceConnection* session) const {
     return session == m_sessionAddress && !m_session.expired();
 }
 
 void DeviceChunkDecoder::Decode(const uint8_t* payload, size_t payloadSize, size_t imageSize, ChunkData& values,
                                 ChunkCrc& crc) const {
-    std::shared_ptr<DeviceSession> session = m_session.lock();
+    std::shared_ptr<DeviceConnection> session = m_session.lock();
     if (!session)
         ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE,
                   "camera " + m_cameraName + " was closed: its images' chunk data can no longer be decoded");

@@ -9,11 +9,11 @@
 
 #include "acquisition/DeviceChunkDecoder.h"
 #include "acquisition/ImageLeasePool.h"
-#include "camera/DeviceSession.h"
 #include "core/Raise.h"
 #include "image/ChunkLayout.h"
 #include "image/Crc32.h"
 #include "image/PixelFormatInfo.h"
+#include "transport/DeviceConnection.h"
 
 namespace Orvane {
 namespace internal {
@@ -111,7 +111,7 @@ StreamRun::~StreamRun() {
 }
 
 void StreamRun::Open() {
-    DeviceSession& session = *m_config.session;
+    DeviceConnection& session = *m_config.session;
     {
         NodeMapBase::MapLock lock(session.NodeMap());
         GError* error = nullptr;

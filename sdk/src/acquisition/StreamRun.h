@@ -76,19 +76,19 @@
 
 #include "Orvane/Image.h"
 #include "acquisition/FrameQueue.h"
-#include "acquisition/StreamSlot.h"
 #include "camera/StreamSettings.h"
 #include "image/ImageAccess.h"
+#include "transport/StreamSlot.h"
 
 namespace Orvane {
 namespace internal {
 
-class DeviceSession;
+class DeviceConnection;
 class DeviceChunkDecoder;
 class ImageLeasePool;
 
 struct StreamRunConfig {
-    std::shared_ptr<DeviceSession> session;
+    std::shared_ptr<DeviceConnection> session;
     StreamState* state = nullptr; // the camera's stream settings and statistics
     int64_t bufferCount = 10;
     BufferHandlingMode handlingMode = BufferHandlingMode::OldestFirst;

@@ -77,7 +77,7 @@ struct StreamStatistics {
     void Reset();
 };
 
-// One stream's settings and statistics; owned by the camera (CameraControl)
+// One stream's settings and statistics; owned by the camera (CameraAccess)
 // for the camera's life, so they survive DeInit like the stream node map.
 class StreamState {
 public:

@@ -4,9 +4,9 @@
 // are NA before Init.
 #include <cstdio>
 
-#include "camera/CameraControl.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
-#include "system/CameraCore.h"
 
 namespace Orvane {
 namespace internal {
@@ -39,9 +39,9 @@ int64_t ToIPv4(GInetAddress* address) {
 }
 
 // A string feature of the open device's own node map, or "" when it has none.
-std::string DeviceFeature(DeviceSession* session, const char* name) {
-    if (!session) return "";
-    INode* node = session->NodeMap().GetNode(name);
+std::string DeviceFeature(DeviceConnection* connection, const char* name) {
+    if (!connection) return "";
+    INode* node = connection->NodeMap().GetNode(name);
     auto* value = dynamic_cast<IString*>(node);
     if (!value) return "";
     const EAccessMode mode = node->GetAccessMode();
@@ -55,14 +55,14 @@ std::string DeviceFeature(DeviceSession* session, const char* name) {
 
 } // namespace
 
-void CameraControl::BuildTLDeviceNodeMap() {
+void CameraAccess::BuildTLDeviceNodeMap() {
     NativeNodeMap& m = m_tlDevice;
-    const DeviceInfo initial = m_core.Info();
+    const DeviceInfo initial = m_camera.Info();
     const std::string transport = initial.transport;
     const bool gige = transport == "GigEVision";
     const bool usb3 = transport == "USB3Vision";
     auto openOnly = [this] { return m_initialized.load() ? RO : NA; };
-    auto info = [this] { return m_core.Info(); };
+    auto info = [this] { return m_camera.Info(); };
 
     std::vector<std::string> information = {
         "DeviceID",           "DeviceSerialNumber",  "DeviceUserID",    "DeviceVendorName",
@@ -81,7 +81,7 @@ void CameraControl::BuildTLDeviceNodeMap() {
                 {[info] { return info().serialNumber; }});
     m.AddString(MakeInfo("DeviceUserID", "User-defined name of the device (read from the device while it is open)."),
                 {[this, info] {
-                    const std::string own = DeviceFeature(Session().get(), "DeviceUserID");
+                    const std::string own = DeviceFeature(Connection().get(), "DeviceUserID");
                     return own.empty() ? info().userId : own;
                 }});
     m.AddString(MakeInfo("DeviceVendorName", "Vendor of the device."), {[info] { return info().vendorName; }});
@@ -90,7 +90,7 @@ void CameraControl::BuildTLDeviceNodeMap() {
                 {[this, info] {
                     const std::string known = info().deviceVersion;
                     if (!known.empty()) return known;
-                    return DeviceFeature(Session().get(), "DeviceVersion");
+                    return DeviceFeature(Connection().get(), "DeviceVersion");
                 }});
     const int64_t type = gige ? 0 : usb3 ? 1 : 2;
     m.AddEnumeration(MakeInfo("DeviceType", "Transport layer type of the device."),
@@ -101,7 +101,7 @@ void CameraControl::BuildTLDeviceNodeMap() {
                     return d.vendorName + " " + d.modelName + " (" + d.serialNumber + ")";
                 }});
     m.AddEnumeration(MakeInfo("DeviceAccessStatus", "How the device can be opened now."),
-                     {[this]() -> int64_t { return m_core.AccessStatus(); },
+                     {[this]() -> int64_t { return m_camera.AccessStatus(); },
                       nullptr,
                       {{"Unknown", AccessStatusUnknown},
                        {"ReadWrite", AccessStatusReadWrite},
@@ -123,11 +123,12 @@ void CameraControl::BuildTLDeviceNodeMap() {
         // bootstrap URL register (0x200) names where the XML is.
         EnumerationSpec location{[this, gige]() -> int64_t {
                                      if (!gige) return 1;
-                                     const std::shared_ptr<DeviceSession> session = Session();
-                                     if (!session) return 0;
+                                     const std::shared_ptr<DeviceConnection> connection = Connection();
+                                     if (!connection) return 0;
                                      char url[513] = {0};
-                                     NodeMapBase::MapLock mapLock(session->NodeMap());
-                                     if (!arv_device_read_memory(session->Device(), 0x200, 512, url, nullptr)) return 0;
+                                     NodeMapBase::MapLock mapLock(connection->NodeMap());
+                                     if (!arv_device_read_memory(connection->Device(), 0x200, 512, url, nullptr))
+                                         return 0;
                                      const std::string u(url);
                                      return u.compare(0, 5, "File:") == 0 || u.compare(0, 5, "file:") == 0 ? 1 : 0;
                                  },
@@ -154,13 +155,13 @@ void CameraControl::BuildTLDeviceNodeMap() {
                      {[info] { return ParseIPv4(info().address); }, nullptr, nullptr, nullptr, 1, IPV4Address});
         // Subnet and gateway come from the device's own registers.
         auto currentIp = [this](int which) -> int64_t {
-            const std::shared_ptr<DeviceSession> session = Session();
-            if (!session || !session->GvDevice()) return 0;
-            NodeMapBase::MapLock mapLock(session->NodeMap());
+            const std::shared_ptr<DeviceConnection> connection = Connection();
+            if (!connection || !connection->GvDevice()) return 0;
+            NodeMapBase::MapLock mapLock(connection->NodeMap());
             GInetAddress* ip = nullptr;
             GInetAddressMask* mask = nullptr;
             GInetAddress* gateway = nullptr;
-            if (!arv_gv_device_get_current_ip(session->GvDevice(), &ip, &mask, &gateway, nullptr)) return 0;
+            if (!arv_gv_device_get_current_ip(connection->GvDevice(), &ip, &mask, &gateway, nullptr)) return 0;
             int64_t v = 0;
             if (which == 0 && mask) v = ToIPv4(g_inet_address_mask_get_address(mask));
             if (which == 1) v = ToIPv4(gateway);
@@ -180,11 +181,11 @@ void CameraControl::BuildTLDeviceNodeMap() {
         m.AddInteger(MakeInfo("GevDevicePort", "UDP port of the device's control channel."),
                      {[] { return int64_t(3956); }});
         auto version = [this](bool major) -> int64_t {
-            const std::shared_ptr<DeviceSession> session = Session();
-            if (!session) return 0;
-            NodeMapBase::MapLock mapLock(session->NodeMap());
+            const std::shared_ptr<DeviceConnection> connection = Connection();
+            if (!connection) return 0;
+            NodeMapBase::MapLock mapLock(connection->NodeMap());
             guint32 v = 0;
-            if (!arv_device_read_register(session->Device(), 0x0000, &v, nullptr)) return 0;
+            if (!arv_device_read_register(connection->Device(), 0x0000, &v, nullptr)) return 0;
             return major ? int64_t(v >> 16) : int64_t(v & 0xFFFF);
         };
         m.AddInteger(MakeInfo("GevVersionMajor", "Major version of the GigE Vision standard the device follows."),
@@ -193,18 +194,18 @@ void CameraControl::BuildTLDeviceNodeMap() {
                      {[version] { return version(false); }, nullptr, nullptr, nullptr, 1, PureNumber, "", openOnly});
         m.AddEnumeration(MakeInfo("GevCCP", "Control channel privilege the SDK holds on the device."),
                          {[this]() -> int64_t {
-                              const std::shared_ptr<DeviceSession> session = Session();
-                              return session && session->IsController() ? 2 : 0;
+                              const std::shared_ptr<DeviceConnection> connection = Connection();
+                              return connection && connection->IsController() ? 2 : 0;
                           },
                           nullptr,
                           {{"OpenAccess", 0}, {"ExclusiveAccess", 1}, {"ControlAccess", 2}},
                           openOnly});
         m.AddInteger(MakeInfo("GevDeviceMaximumPacketSize", "Size of the stream packets the device sends, in bytes."),
                      {[this]() -> int64_t {
-                          const std::shared_ptr<DeviceSession> session = Session();
-                          if (!session || !session->GvDevice()) return 0;
-                          NodeMapBase::MapLock mapLock(session->NodeMap());
-                          return arv_gv_device_get_packet_size(session->GvDevice(), nullptr);
+                          const std::shared_ptr<DeviceConnection> connection = Connection();
+                          if (!connection || !connection->GvDevice()) return 0;
+                          NodeMapBase::MapLock mapLock(connection->NodeMap());
+                          return arv_gv_device_get_packet_size(connection->GvDevice(), nullptr);
                       },
                       nullptr, nullptr, nullptr, 1, PureNumber, "B", openOnly});
         m.AddCommand(MakeInfo("GevDeviceDiscoverMaximumPacketSize",

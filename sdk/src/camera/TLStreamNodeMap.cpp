@@ -1,8 +1,8 @@
 // The transport-layer stream node map of a camera (stream 0): buffer
 // settings stored in the camera's StreamState for the acquisition code, and
 // the counters it fills. Packet features exist for GigE Vision only.
-#include "camera/CameraControl.h"
-#include "system/CameraCore.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 
 namespace Orvane {
 namespace internal {
@@ -10,9 +10,9 @@ namespace internal {
 using namespace GenApi;
 using namespace GenApi::impl;
 
-void CameraControl::BuildTLStreamNodeMap() {
+void CameraAccess::BuildTLStreamNodeMap() {
     NativeNodeMap& m = m_tlStream;
-    const std::string transport = m_core.Info().transport;
+    const std::string transport = m_camera.Info().transport;
     const bool gige = transport == "GigEVision";
     StreamState& s = m_stream;
     StreamStatistics& st = s.statistics;

@@ -43,7 +43,7 @@
 // so cached values and access modes of everything reading through it are
 // dropped and its node callbacks fire.
 //
-// Device observer: one object (the DeviceSession) may watch the device
+// Device observer: one object (the DeviceConnection) may watch the device
 // accesses the map makes: AfterWrite after every write that reached the
 // device (a feature's register, a command, a port node's Write), BeforeRead
 // before a node marked with WatchReads reads the device past its cache. Both

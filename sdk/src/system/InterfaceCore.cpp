@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
-#include "system/CameraCore.h"
 
 namespace Orvane {
 namespace internal {
@@ -32,7 +32,7 @@ CameraChanges InterfaceCore::Update() {
             (*it)->Core().UpdateInfo(info);
             next.push_back(*it);
         } else {
-            CameraPtr camera(std::make_shared<CameraBase>(std::make_shared<CameraCore>(info)));
+            CameraPtr camera(std::make_shared<CameraBase>(std::make_shared<DiscoveredCamera>(info)));
             changes.arrived.push_back(camera);
             next.push_back(camera);
         }

@@ -12,7 +12,7 @@
 
 #include "Orvane/CameraList.h"
 #include "genapi/NativeNodeMap.h"
-#include "system/Transport.h"
+#include "transport/Transport.h"
 
 namespace Orvane {
 namespace internal {

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <sstream>
 
+#include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
-#include "system/CameraCore.h"
 
 namespace Orvane {
 namespace internal {

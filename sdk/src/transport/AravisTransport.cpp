@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "system/Transport.h"
+#include "transport/Transport.h"
 
 namespace Orvane {
 namespace internal {

@@ -8,10 +8,10 @@
 #include <string>
 
 #include "Orvane/Logging.h"
-#include "camera/DeviceSession.h"
 #include "core/Raise.h"
 #include "genapi/ArvNodeMap.h"
 #include "genapi/Node.h"
+#include "transport/DeviceConnection.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraStorage.h"
 
@@ -100,7 +100,7 @@ uint32_t GetBE32(const uint8_t* p) {
 
 } // namespace
 
-VirtualCameraRuntime::VirtualCameraRuntime(DeviceSession& session, const std::string& serialNumber)
+VirtualCameraRuntime::VirtualCameraRuntime(DeviceConnection& session, const std::string& serialNumber)
     : m_session(session), m_map(session.NodeMap()), m_fake(session.FakeCamera()),
       m_storage(VirtualCameraStorage::For(serialNumber)), m_sequencerSets(kSequencerSets) {
     if (!m_fake) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "the virtual camera runtime needs a virtual camera's device");

@@ -5,10 +5,10 @@
 #include <iterator>
 #include <limits>
 
-#include "acquisition/StreamSlot.h"
-#include "camera/DeviceSession.h"
 #include "image/ChunkLayout.h"
 #include "image/PixelFormatInfo.h"
+#include "transport/DeviceConnection.h"
+#include "transport/StreamSlot.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
 
@@ -41,7 +41,7 @@ constexpr uint32_t kUnlimitedPeriodUs = 1000;
 
 } // namespace
 
-std::shared_ptr<VirtualStreamEngine> VirtualStreamEngine::Attach(DeviceSession& session) {
+std::shared_ptr<VirtualStreamEngine> VirtualStreamEngine::Attach(DeviceConnection& session) {
     ArvFakeCamera* camera = session.FakeCamera();
     VirtualCameraRuntime* runtime = session.VirtualRuntime();
     if (!camera || !runtime) return nullptr;
@@ -58,7 +58,8 @@ std::shared_ptr<VirtualStreamEngine> VirtualStreamEngine::Attach(DeviceSession& 
     return engine;
 }
 
-VirtualStreamEngine::VirtualStreamEngine(DeviceSession& session, VirtualCameraRuntime& runtime, ArvFakeCamera* camera)
+VirtualStreamEngine::VirtualStreamEngine(DeviceConnection& session, VirtualCameraRuntime& runtime,
+                                         ArvFakeCamera* camera)
     : m_session(session), m_runtime(runtime), m_camera(ARV_FAKE_CAMERA(g_object_ref(camera))) {}
 
 VirtualStreamEngine::~VirtualStreamEngine() {

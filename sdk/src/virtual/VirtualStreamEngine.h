@@ -33,7 +33,7 @@
 // it. Both, like AcquisitionStart, clear the AcquisitionStart register (the
 // fake camera's acquisition register) and their own register.
 //
-// The engine claims these command registers (DeviceSession::ClaimCommandRegister)
+// The engine claims these command registers (DeviceConnection::ClaimCommandRegister)
 // and completes them itself. While AcquisitionFrameRateEnable is off,
 // AcquisitionFrameRate is not available and the engine sets the fake
 // camera's frame period register (which is AcquisitionFrameRate's) to 1 ms so
@@ -44,7 +44,7 @@
 // made. Timestamps are the camera clock (VirtualCameraRuntime::TimestampNs,
 // ns) when the frame started.
 //
-// Threads and locks (owner: the camera's DeviceSession, whose behaviour list
+// Threads and locks (owner: the camera's DeviceConnection, whose behaviour list
 // holds the engine once the acquisition code attached it; the acquisition
 // code keeps a weak reference, and a running acquisition a strong one):
 //   - Fill runs on the fake stream's thread; it never takes the node map's
@@ -66,14 +66,14 @@
 #include <memory>
 #include <mutex>
 
-#include "camera/DeviceBehaviour.h"
+#include "transport/DeviceBehaviour.h"
 #include "virtual/TestPattern.h"
 #include "virtual/VirtualChunks.h"
 
 namespace Orvane {
 namespace internal {
 
-class DeviceSession;
+class DeviceConnection;
 class VirtualCameraRuntime;
 
 class VirtualStreamEngine : public DeviceBehaviour {
@@ -82,7 +82,7 @@ public:
     // session's behaviours, claims the acquisition's command registers and
     // installs it as the fake camera's fill hook. Null when the session is
     // not a virtual camera. Takes the node map's lock.
-    static std::shared_ptr<VirtualStreamEngine> Attach(DeviceSession& session);
+    static std::shared_ptr<VirtualStreamEngine> Attach(DeviceConnection& session);
     // Restores the fake camera's own fill. No stream may exist any more.
     ~VirtualStreamEngine() override;
     VirtualStreamEngine(const VirtualStreamEngine&) = delete;
@@ -130,7 +130,7 @@ private:
         uint64_t timestampLatchValue = 0;
     };
 
-    VirtualStreamEngine(DeviceSession& session, VirtualCameraRuntime& runtime, ArvFakeCamera* camera);
+    VirtualStreamEngine(DeviceConnection& session, VirtualCameraRuntime& runtime, ArvFakeCamera* camera);
     static void FillHook(ArvBuffer* buffer, void* engine, guint32 exposureUs, guint32 gain, ArvPixelFormat format);
     void Fill(ArvBuffer* buffer, guint32 pixelFormat);
     // With m_mutex held.
@@ -147,7 +147,7 @@ private:
     // Node map lock held: the fake's frame period while AcquisitionFrameRateEnable is off.
     void SyncFramePeriod();
 
-    DeviceSession& m_session;
+    DeviceConnection& m_session;
     VirtualCameraRuntime& m_runtime;
     ArvFakeCamera* m_camera;         // a reference of our own
     uint32_t m_savedFramePeriod = 0; // node map lock: the user's period while the engine holds the register

@@ -2,7 +2,7 @@
 // the cameras exist by configuration (VirtualCameraCount).
 #include <cstdio>
 
-#include "system/Transport.h"
+#include "transport/Transport.h"
 #include "virtual/VirtualCameraIdentity.h"
 
 namespace Orvane {

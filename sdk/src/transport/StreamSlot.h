@@ -18,8 +18,8 @@
 // see; every hand-off also goes through `handoff` (an acquire-release
 // increment), which orders the writes of one owner before the reads of the
 // next for the sanitizer as well as for the hardware.
-#ifndef ORVANE_ACQUISITION_STREAM_SLOT_H
-#define ORVANE_ACQUISITION_STREAM_SLOT_H
+#ifndef ORVANE_TRANSPORT_STREAM_SLOT_H
+#define ORVANE_TRANSPORT_STREAM_SLOT_H
 
 #include <arv.h>
 

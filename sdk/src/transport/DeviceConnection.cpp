@@ -1,11 +1,11 @@
-#include "camera/DeviceSession.h"
+#include "transport/DeviceConnection.h"
 
 #include <algorithm>
 
 #include "Orvane/Logging.h"
-#include "camera/VirtualDevice.h"
 #include "core/Raise.h"
 #include "virtual/VirtualCameraRuntime.h"
+#include "virtual/VirtualDevice.h"
 
 namespace Orvane {
 namespace internal {
@@ -41,7 +41,7 @@ void FreeFlag(gpointer flag, GClosure*) { delete static_cast<std::atomic<bool>*>
 
 } // namespace
 
-std::unique_ptr<DeviceSession> DeviceSession::Open(const DeviceInfo& info) {
+std::unique_ptr<DeviceConnection> DeviceConnection::Open(const DeviceInfo& info) {
     ArvDevice* device = nullptr;
     if (info.transport == "Virtual") {
         device = OpenVirtualDevice(info);
@@ -69,21 +69,21 @@ std::unique_ptr<DeviceSession> DeviceSession::Open(const DeviceInfo& info) {
     } else {
         ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, "camera " + info.deviceId + ": unknown transport '" + info.transport + "'");
     }
-    return std::unique_ptr<DeviceSession>(new DeviceSession(device, info));
+    return std::unique_ptr<DeviceConnection>(new DeviceConnection(device, info));
 }
 
 // The node map's device observer: passes its accesses to the behaviours.
-class DeviceSession::Observer : public GenApi::impl::ArvNodeMap::DeviceObserver {
+class DeviceConnection::Observer : public GenApi::impl::ArvNodeMap::DeviceObserver {
 public:
-    explicit Observer(DeviceSession& session) : m_session(session) {}
+    explicit Observer(DeviceConnection& session) : m_session(session) {}
     void AfterWrite(uint64_t address, uint64_t length) override { m_session.NotifyWrite(address, length); }
     void BeforeRead() override { m_session.NotifyRead(); }
 
 private:
-    DeviceSession& m_session;
+    DeviceConnection& m_session;
 };
 
-DeviceSession::DeviceSession(ArvDevice* device, const DeviceInfo& info)
+DeviceConnection::DeviceConnection(ArvDevice* device, const DeviceInfo& info)
     : m_device(device), m_transport(info.transport), m_controlLost(new std::atomic<bool>(false)) {
     m_controlLostHandler = g_signal_connect_data(m_device, "control-lost", G_CALLBACK(OnControlLost), m_controlLost,
                                                  FreeFlag, GConnectFlags(0));
@@ -107,7 +107,7 @@ DeviceSession::DeviceSession(ArvDevice* device, const DeviceInfo& info)
     }
 }
 
-DeviceSession::~DeviceSession() {
+DeviceConnection::~DeviceConnection() {
     m_nodeMap->SetDeviceObserver(nullptr);
     m_behaviours.clear();
     m_runtime.reset();
@@ -118,7 +118,7 @@ DeviceSession::~DeviceSession() {
     g_object_unref(m_device);
 }
 
-void DeviceSession::AddBehaviour(std::shared_ptr<DeviceBehaviour> behaviour, bool last) {
+void DeviceConnection::AddBehaviour(std::shared_ptr<DeviceBehaviour> behaviour, bool last) {
     if (!behaviour) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "AddBehaviour: no behaviour");
     GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
     if (last) {
@@ -129,7 +129,7 @@ void DeviceSession::AddBehaviour(std::shared_ptr<DeviceBehaviour> behaviour, boo
     }
 }
 
-void DeviceSession::RemoveBehaviour(const DeviceBehaviour* behaviour) {
+void DeviceConnection::RemoveBehaviour(const DeviceBehaviour* behaviour) {
     GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
     for (size_t i = 0; i < m_behaviours.size(); ++i) {
         if (m_behaviours[i].get() != behaviour) continue;
@@ -150,34 +150,35 @@ void RunBehaviours(const std::vector<std::shared_ptr<DeviceBehaviour>>& list, Ca
         try {
             call(*b);
         } catch (const std::exception& e) {
-            LoggerWrapper::LoggingError((std::string("device behaviour failed: ") + e.what()).c_str(), "DeviceSession");
+            LoggerWrapper::LoggingError((std::string("device behaviour failed: ") + e.what()).c_str(),
+                                        "DeviceConnection");
         }
     }
 }
 
 } // namespace
 
-void DeviceSession::NotifyWrite(uint64_t address, uint64_t length) {
+void DeviceConnection::NotifyWrite(uint64_t address, uint64_t length) {
     GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
     RunBehaviours(m_behaviours, [&](DeviceBehaviour& b) { b.OnWrite(address, length); });
 }
 
-void DeviceSession::NotifyRead() {
+void DeviceConnection::NotifyRead() {
     GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
     RunBehaviours(m_behaviours, [&](DeviceBehaviour& b) { b.OnRead(); });
 }
 
-void DeviceSession::ClaimCommandRegister(uint64_t address) {
+void DeviceConnection::ClaimCommandRegister(uint64_t address) {
     GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
     if (!IsCommandRegisterClaimed(address)) m_claimed.push_back(address);
 }
 
-bool DeviceSession::IsCommandRegisterClaimed(uint64_t address) const {
+bool DeviceConnection::IsCommandRegisterClaimed(uint64_t address) const {
     GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
     return std::find(m_claimed.begin(), m_claimed.end(), address) != m_claimed.end();
 }
 
-ArvFakeCamera* DeviceSession::FakeCamera() const {
+ArvFakeCamera* DeviceConnection::FakeCamera() const {
     return ARV_IS_FAKE_DEVICE(m_device) ? arv_fake_device_get_fake_camera(ARV_FAKE_DEVICE(m_device)) : nullptr;
 }
 

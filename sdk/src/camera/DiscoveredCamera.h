@@ -1,14 +1,16 @@
-// CameraCore: the state behind one Orvane::CameraBase. One object per device
-// for the life of the process's system: rediscovering the device finds the
-// same object again.
-#ifndef ORVANE_SYSTEM_CAMERA_CORE_H
-#define ORVANE_SYSTEM_CAMERA_CORE_H
+// DiscoveredCamera: the camera as discovery knows it, behind one
+// Orvane::CameraBase: its identity (discovery data), whether the last
+// discovery still found it, and its CameraAccess once used. One object per
+// device for the life of the process's system: rediscovering the device finds
+// the same object again.
+#ifndef ORVANE_CAMERA_DISCOVERED_CAMERA_H
+#define ORVANE_CAMERA_DISCOVERED_CAMERA_H
 
 #include <atomic>
 #include <memory>
 #include <mutex>
 
-#include "system/DeviceInfo.h"
+#include "transport/DeviceInfo.h"
 
 namespace Orvane {
 namespace internal {
@@ -24,12 +26,12 @@ enum DeviceAccessStatus {
     AccessStatusOpenReadOnly = 6
 };
 
-class CameraControl;
+class CameraAccess;
 
-class CameraCore {
+class DiscoveredCamera {
 public:
-    explicit CameraCore(DeviceInfo info);
-    virtual ~CameraCore();
+    explicit DiscoveredCamera(DeviceInfo info);
+    virtual ~DiscoveredCamera();
 
     // Discovery data, refreshed when the device is found again.
     DeviceInfo Info() const;
@@ -43,17 +45,17 @@ public:
     virtual bool IsInitialized() const;
     virtual DeviceAccessStatus AccessStatus() const;
 
-    // The camera's control side (Init, node maps, port access), created on
-    // first use and kept for the camera's life.
-    CameraControl& Control();
+    // Access to the camera's device (Init/DeInit, node maps, port access),
+    // created on first use and kept for the camera's life.
+    CameraAccess& Access();
 
 private:
     mutable std::mutex m_mutex; // guards m_info
     DeviceInfo m_info;
     std::atomic<bool> m_present{true};
-    std::mutex m_controlMutex; // serialises the creation of m_control
-    std::unique_ptr<CameraControl> m_control;
-    std::atomic<CameraControl*> m_controlPtr{nullptr}; // m_control once created, read without locking
+    std::mutex m_accessMutex; // serialises the creation of m_access
+    std::unique_ptr<CameraAccess> m_access;
+    std::atomic<CameraAccess*> m_accessPtr{nullptr}; // m_access once created, read without locking
 };
 
 } // namespace internal

@@ -1,4 +1,4 @@
-#include "camera/CameraControl.h"
+#include "camera/CameraAccess.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
@@ -11,8 +11,8 @@
 #include <cstring>
 #include <limits>
 
+#include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
-#include "system/CameraCore.h"
 
 namespace Orvane {
 namespace internal {
@@ -72,12 +72,13 @@ std::string InterfaceAddressOf(ArvGvDevice* gv) {
 
 } // namespace
 
-CameraControl::CameraControl(CameraCore& core) : m_core(core), m_tlDevice("TLDevice"), m_tlStream("TLStream") {
+CameraAccess::CameraAccess(DiscoveredCamera& camera)
+    : m_camera(camera), m_tlDevice("TLDevice"), m_tlStream("TLStream") {
     BuildTLDeviceNodeMap();
     BuildTLStreamNodeMap();
 }
 
-CameraControl::~CameraControl() {
+CameraAccess::~CameraAccess() {
     try {
         DeInit();
     } catch (...) {
@@ -85,152 +86,152 @@ CameraControl::~CameraControl() {
     }
 }
 
-void CameraControl::Init() {
+void CameraAccess::Init() {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_session) return;
-    const DeviceInfo info = m_core.Info();
-    if (!m_core.IsPresent())
+    if (m_connection) return;
+    const DeviceInfo info = m_camera.Info();
+    if (!m_camera.IsPresent())
         ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE,
                   "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
-    m_session = std::shared_ptr<DeviceSession>(DeviceSession::Open(info));
+    m_connection = std::shared_ptr<DeviceConnection>(DeviceConnection::Open(info));
     m_initialized.store(true);
 }
 
-void CameraControl::DeInit() {
+void CameraAccess::DeInit() {
     AcquisitionHooks* hooks = nullptr;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_session) return;
+        if (!m_connection) return;
         hooks = m_hooks;
     }
     // Without m_mutex: stopping may write features through the node map.
     if (hooks && hooks->IsStreaming()) hooks->Stop();
-    std::shared_ptr<DeviceSession> closing;
+    std::shared_ptr<DeviceConnection> closing;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_initialized.store(false);
-        closing.swap(m_session);
+        closing.swap(m_connection);
     }
-    // The device closes here unless another operation still holds the session.
+    // The device closes here unless another operation still holds the connection.
 }
 
-std::shared_ptr<DeviceSession> CameraControl::Session() const {
+std::shared_ptr<DeviceConnection> CameraAccess::Connection() const {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return m_session;
+    return m_connection;
 }
 
-bool CameraControl::IsValid() const {
-    if (!m_core.IsPresent()) return false;
-    const std::shared_ptr<DeviceSession> session = Session();
-    return !(session && session->ControlLost());
+bool CameraAccess::IsValid() const {
+    if (!m_camera.IsPresent()) return false;
+    const std::shared_ptr<DeviceConnection> connection = Connection();
+    return !(connection && connection->ControlLost());
 }
 
-bool CameraControl::IsStreaming() const {
+bool CameraAccess::IsStreaming() const {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_hooks && m_hooks->IsStreaming();
 }
 
-void CameraControl::SetAcquisitionHooks(AcquisitionHooks* hooks) {
+void CameraAccess::SetAcquisitionHooks(AcquisitionHooks* hooks) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_hooks = hooks;
 }
 
-AcquisitionHooks& CameraControl::Acquisition(
-    const std::function<std::unique_ptr<AcquisitionHooks>(CameraControl&)>& make) {
+AcquisitionHooks& CameraAccess::Acquisition(
+    const std::function<std::unique_ptr<AcquisitionHooks>(CameraAccess&)>& make) {
     std::lock_guard<std::mutex> lock(m_acquisitionMutex);
     if (!m_acquisition) m_acquisition = make(*this);
     return *m_acquisition;
 }
 
-std::shared_ptr<DeviceSession> CameraControl::RequireSession(const char* function) const {
-    std::shared_ptr<DeviceSession> session = Session();
-    if (!session)
+std::shared_ptr<DeviceConnection> CameraAccess::RequireConnection(const char* function) const {
+    std::shared_ptr<DeviceConnection> connection = Connection();
+    if (!connection)
         Raise(__LINE__, __FILE__, function, ORVANE_ERR_CAMERA_NOT_INITIALIZED,
-              "camera " + m_core.Info().deviceId + " is not initialized (call Init first)");
-    return session;
+              "camera " + m_camera.Info().deviceId + " is not initialized (call Init first)");
+    return connection;
 }
 
-INodeMap& CameraControl::NodeMap() { return RequireSession("GetNodeMap")->NodeMap(); }
+INodeMap& CameraAccess::NodeMap() { return RequireConnection("GetNodeMap")->NodeMap(); }
 
-INodeMap& CameraControl::TLStreamNodeMap(uint64_t streamIndex) {
+INodeMap& CameraAccess::TLStreamNodeMap(uint64_t streamIndex) {
     if (streamIndex != 0)
-        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_core.Info().deviceId + " has one stream (index 0); stream " +
+        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_camera.Info().deviceId + " has one stream (index 0); stream " +
                                                std::to_string(streamIndex) + " does not exist");
     return m_tlStream;
 }
 
-EAccessMode CameraControl::AccessMode() const {
-    if (!m_core.IsPresent()) return NA;
-    const std::shared_ptr<DeviceSession> session = Session();
-    if (!session) return RW; // what Init would get; transports tell nothing more before opening
-    if (session->ControlLost()) return NA;
-    return session->IsController() ? RW : RO;
+EAccessMode CameraAccess::AccessMode() const {
+    if (!m_camera.IsPresent()) return NA;
+    const std::shared_ptr<DeviceConnection> connection = Connection();
+    if (!connection) return RW; // what Init would get; transports tell nothing more before opening
+    if (connection->ControlLost()) return NA;
+    return connection->IsController() ? RW : RO;
 }
 
-void CameraControl::ReadPort(uint64_t address, void* buffer, uint64_t length) {
-    const std::shared_ptr<DeviceSession> held = RequireSession("ReadPort");
-    DeviceSession& session = *held;
+void CameraAccess::ReadPort(uint64_t address, void* buffer, uint64_t length) {
+    const std::shared_ptr<DeviceConnection> held = RequireConnection("ReadPort");
+    DeviceConnection& connection = *held;
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: the buffer is null");
     if (length > std::numeric_limits<guint32>::max())
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
                   "ReadPort: " + std::to_string(length) + " bytes is more than one access can carry");
-    NodeMapBase::MapLock mapLock(session.NodeMap());
-    session.NotifyRead(); // values computed on demand (clocks, status) are refreshed first
+    NodeMapBase::MapLock mapLock(connection.NodeMap());
+    connection.NotifyRead(); // values computed on demand (clocks, status) are refreshed first
     GError* error = nullptr;
-    if (!arv_device_read_memory(session.Device(), address, static_cast<guint32>(length), buffer, &error)) {
+    if (!arv_device_read_memory(connection.Device(), address, static_cast<guint32>(length), buffer, &error)) {
         const std::string what = "reading " + std::to_string(length) + " bytes";
-        RaisePortError(m_core.Info().deviceId, "ReadPort", what.c_str(), address, error);
+        RaisePortError(m_camera.Info().deviceId, "ReadPort", what.c_str(), address, error);
     }
     if (error) g_error_free(error);
 }
 
-void CameraControl::WritePort(uint64_t address, const void* buffer, uint64_t length) {
-    const std::shared_ptr<DeviceSession> held = RequireSession("WritePort");
-    DeviceSession& session = *held;
+void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t length) {
+    const std::shared_ptr<DeviceConnection> held = RequireConnection("WritePort");
+    DeviceConnection& connection = *held;
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "WritePort: the buffer is null");
     if (length > std::numeric_limits<guint32>::max())
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
                   "WritePort: " + std::to_string(length) + " bytes is more than one access can carry");
-    if (!session.IsController())
+    if (!connection.IsController())
         ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
-                  "camera " + m_core.Info().deviceId +
+                  "camera " + m_camera.Info().deviceId +
                       " is open in monitor mode (another host controls it): writes are refused");
-    NodeMapBase::MapLock mapLock(session.NodeMap());
+    NodeMapBase::MapLock mapLock(connection.NodeMap());
     GError* error = nullptr;
-    const bool ok = arv_device_write_memory(session.Device(), address, static_cast<guint32>(length),
+    const bool ok = arv_device_write_memory(connection.Device(), address, static_cast<guint32>(length),
                                             const_cast<void*>(buffer), &error);
     // Whatever the write reached, no cached feature value can be trusted.
-    session.NodeMap().InvalidateNodes();
+    connection.NodeMap().InvalidateNodes();
     if (!ok) {
         const std::string what = "writing " + std::to_string(length) + " bytes";
-        RaisePortError(m_core.Info().deviceId, "WritePort", what.c_str(), address, error);
+        RaisePortError(m_camera.Info().deviceId, "WritePort", what.c_str(), address, error);
     }
     if (error) g_error_free(error);
     // The device reacts to the write as to a feature's (a command, a rule).
-    session.NotifyWrite(address, length);
+    connection.NotifyWrite(address, length);
 }
 
-std::string CameraControl::GuiXml() const {
-    const std::shared_ptr<DeviceSession> held = RequireSession("GetGuiXml");
-    DeviceSession& session = *held;
-    NodeMapBase::MapLock mapLock(session.NodeMap());
+std::string CameraAccess::GuiXml() const {
+    const std::shared_ptr<DeviceConnection> held = RequireConnection("GetGuiXml");
+    DeviceConnection& connection = *held;
+    NodeMapBase::MapLock mapLock(connection.NodeMap());
     size_t size = 0;
-    const char* xml = arv_device_get_genicam_xml(session.Device(), &size);
+    const char* xml = arv_device_get_genicam_xml(connection.Device(), &size);
     return xml ? std::string(xml, size) : std::string();
 }
 
-unsigned CameraControl::DiscoverMaxPacketSize() {
-    const std::shared_ptr<DeviceSession> held = RequireSession("DiscoverMaxPacketSize");
-    DeviceSession& session = *held;
-    ArvGvDevice* gv = session.GvDevice();
+unsigned CameraAccess::DiscoverMaxPacketSize() {
+    const std::shared_ptr<DeviceConnection> held = RequireConnection("DiscoverMaxPacketSize");
+    DeviceConnection& connection = *held;
+    ArvGvDevice* gv = connection.GvDevice();
     if (!gv) return 0; // no packets on this transport
-    impl::ArvNodeMap& map = session.NodeMap();
+    impl::ArvNodeMap& map = connection.NodeMap();
     NodeMapBase::MapLock mapLock(map);
     GError* error = nullptr;
     unsigned size = 0;
-    ArvGcNode* test = arv_device_get_feature(session.Device(), "GevSCPSFireTestPacket");
+    ArvGcNode* test = arv_device_get_feature(connection.Device(), "GevSCPSFireTestPacket");
     if (ARV_IS_GC_COMMAND(test) || ARV_IS_GC_BOOLEAN(test)) {
         // The device can send test packets: Aravis finds the largest size
         // that arrives unfragmented, and sets it.
@@ -251,7 +252,7 @@ unsigned CameraControl::DiscoverMaxPacketSize() {
     if (error) {
         const std::string message = error->message ? error->message : "";
         g_error_free(error);
-        ORV_RAISE(ORVANE_ERR_IO, "camera " + m_core.Info().deviceId + ": packet size discovery failed: " + message);
+        ORV_RAISE(ORVANE_ERR_IO, "camera " + m_camera.Info().deviceId + ": packet size discovery failed: " + message);
     }
     return size;
 }

@@ -1,17 +1,17 @@
 // Transport: one way of reaching cameras (virtual, GigE Vision, USB3 Vision).
-// A transport discovers devices; the camera code opens them (see CameraCore).
+// A transport discovers devices; the camera code opens them (see DiscoveredCamera).
 //
 // Threads: Discover is called with the owning interface's mutex held, never
 // concurrently for one transport.
-#ifndef ORVANE_SYSTEM_TRANSPORT_H
-#define ORVANE_SYSTEM_TRANSPORT_H
+#ifndef ORVANE_TRANSPORT_TRANSPORT_H
+#define ORVANE_TRANSPORT_TRANSPORT_H
 
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "system/DeviceInfo.h"
+#include "transport/DeviceInfo.h"
 
 namespace Orvane {
 namespace internal {

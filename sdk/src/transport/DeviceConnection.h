@@ -1,4 +1,4 @@
-// DeviceSession: one opened device (between Init and DeInit): the Aravis
+// DeviceConnection: one opened device (between Init and DeInit): the Aravis
 // device, its GenApi node map and what the transport tells about the
 // connection.
 //
@@ -14,8 +14,8 @@
 // control-side commands and consistency rules) as a last behaviour; other code
 // (the acquisition of virtual cameras) adds its own behaviours in its own
 // files. The behaviour list is guarded by the node map's lock.
-#ifndef ORVANE_CAMERA_DEVICE_SESSION_H
-#define ORVANE_CAMERA_DEVICE_SESSION_H
+#ifndef ORVANE_TRANSPORT_DEVICE_CONNECTION_H
+#define ORVANE_TRANSPORT_DEVICE_CONNECTION_H
 
 #include <arv.h>
 
@@ -25,24 +25,24 @@
 #include <string>
 #include <vector>
 
-#include "camera/DeviceBehaviour.h"
 #include "genapi/ArvNodeMap.h"
-#include "system/DeviceInfo.h"
+#include "transport/DeviceBehaviour.h"
+#include "transport/DeviceInfo.h"
 
 namespace Orvane {
 namespace internal {
 
 class VirtualCameraRuntime;
 
-class DeviceSession {
+class DeviceConnection {
 public:
     // Opens the device described by discovery. Raises ORVANE_ERR_NOT_AVAILABLE
     // when the device does not answer, ORVANE_ERR_RESOURCE_IN_USE when another
     // program holds it, ORVANE_ERR_NOT_SUPPORTED for an unknown transport.
-    static std::unique_ptr<DeviceSession> Open(const DeviceInfo& info);
-    ~DeviceSession();
-    DeviceSession(const DeviceSession&) = delete;
-    DeviceSession& operator=(const DeviceSession&) = delete;
+    static std::unique_ptr<DeviceConnection> Open(const DeviceInfo& info);
+    ~DeviceConnection();
+    DeviceConnection(const DeviceConnection&) = delete;
+    DeviceConnection& operator=(const DeviceConnection&) = delete;
 
     ArvDevice* Device() const { return m_device; }
     // The GigE Vision device, or null for other transports.
@@ -83,7 +83,7 @@ public:
     VirtualCameraRuntime* VirtualRuntime() const { return m_runtime.get(); }
 
 private:
-    DeviceSession(ArvDevice* device, const DeviceInfo& info);
+    DeviceConnection(ArvDevice* device, const DeviceInfo& info);
     class Observer;
 
     ArvDevice* m_device; // owned reference

@@ -1,4 +1,4 @@
-#include "acquisition/StreamSlot.h"
+#include "transport/StreamSlot.h"
 
 #include <cstdlib>
 #include <string>

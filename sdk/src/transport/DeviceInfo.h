@@ -1,6 +1,6 @@
 // What discovery knows of a device, copied out of the transport's own data.
-#ifndef ORVANE_SYSTEM_DEVICE_INFO_H
-#define ORVANE_SYSTEM_DEVICE_INFO_H
+#ifndef ORVANE_TRANSPORT_DEVICE_INFO_H
+#define ORVANE_TRANSPORT_DEVICE_INFO_H
 
 #include <string>
 
