@@ -21,6 +21,7 @@
 #include "transport/DeviceConnection.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
+#include "virtual/VirtualDeviceConnection.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -74,7 +75,9 @@ protected:
         EXPECT_TRUE(command->IsDone()) << name;
     }
     internal::DeviceConnection& Connection() { return *camera->Core().Access().Connection(); }
-    internal::VirtualCameraRuntime& Runtime() { return *Connection().VirtualRuntime(); }
+    internal::VirtualCameraRuntime& Runtime() {
+        return static_cast<internal::VirtualDeviceConnection&>(Connection()).Runtime();
+    }
 
     // The cached value and the device's agree.
     void ExpectFresh(const char* name) {

@@ -19,6 +19,7 @@
 #include "transport/DeviceConnection.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
+#include "virtual/VirtualDeviceConnection.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -32,7 +33,7 @@ TEST(VirtualCameraRuntimeThreads, FourThreadsShareTheRuntimeAndChunkData) {
     INodeMap& map = camera->GetNodeMap();
     auto session = camera->Core().Access().Connection();
     impl::ArvNodeMap& arvMap = session->NodeMap();
-    internal::VirtualCameraRuntime& runtime = *session->VirtualRuntime();
+    internal::VirtualCameraRuntime& runtime = static_cast<internal::VirtualDeviceConnection&>(*session).Runtime();
     std::atomic<bool> stop{false};
     std::atomic<long> failures{0}, operations{0};
 

@@ -10,7 +10,7 @@
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
 #include "transport/DeviceConnection.h"
-#include "virtual/VirtualStreamEngine.h"
+#include "transport/StreamSource.h"
 
 namespace Orvane {
 namespace internal {
@@ -89,11 +89,11 @@ void Acquisition::Begin() {
     std::lock_guard<std::mutex> guard(m_beginEnd);
     const std::string name = m_access.Camera().Info().deviceId;
     if (CurrentRun()) ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, "camera " + name + " is already streaming");
-    std::shared_ptr<DeviceConnection> session = m_access.Connection();
-    if (!session)
+    std::shared_ptr<DeviceConnection> connection = m_access.Connection();
+    if (!connection)
         ORV_RAISE(ORVANE_ERR_CAMERA_NOT_INITIALIZED, "camera " + name + " is not initialized (call Init first)");
-    if (session->ControlLost()) ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + name + " was lost");
-    if (!session->IsController())
+    if (connection->ControlLost()) ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + name + " was lost");
+    if (!connection->IsController())
         ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
                   "camera " + name + " is open in monitor mode (another host controls it): it cannot stream");
 
@@ -104,10 +104,9 @@ void Acquisition::Begin() {
         settings = state.settings;
         state.locked = true;
     }
-    GenApi::impl::ArvNodeMap& map = session->NodeMap();
-    const bool isVirtual = session->Transport() == "Virtual";
+    GenApi::impl::ArvNodeMap& map = connection->NodeMap();
     std::shared_ptr<StreamRun> run;
-    std::shared_ptr<VirtualStreamEngine> engine;
+    std::shared_ptr<StreamSource> source;
     bool paramsLocked = false;
     try {
         StreamRunConfig config;
@@ -128,44 +127,30 @@ void Acquisition::Begin() {
                           "camera " + name + " announces a payload of " + std::to_string(payload) + " bytes");
             config.payloadSize = static_cast<size_t>(payload);
         }
-        if (isVirtual) {
-            engine = m_engine.lock();
-            if (!engine || m_engineSession != session.get()) {
-                engine = VirtualStreamEngine::Attach(*session);
-                m_engine = engine;
-                m_engineSession = session.get();
-            }
-        }
-        if (!m_decoder || !m_decoder->Serves(session.get()))
-            m_decoder = std::make_shared<DeviceChunkDecoder>(session, name);
+        source = connection->CreateStreamSource();
+        if (!m_decoder || !m_decoder->Serves(connection.get()))
+            m_decoder = std::make_shared<DeviceChunkDecoder>(connection, name);
 
-        config.session = session;
+        config.connection = connection;
+        config.source = source;
         config.state = &state;
         config.bufferCount = settings.BufferCount();
         config.handlingMode = settings.handlingMode;
-        config.isVirtual = isVirtual;
         config.packetResend = settings.packetResendEnable;
         config.packetTimeoutMs = settings.packetResendTimeoutMs;
         config.pool = m_pool;
         config.chunkDecoder = m_decoder;
         if (settings.crcCheckEnable) config.crcChecker = m_decoder;
         config.cameraName = name;
-        config.beforeDestroy = [engine] {
-            if (engine) engine->CloseStream();
-        };
         run = StreamRun::Create(std::move(config));
         state.statistics.Reset();
-        if (engine) {
-            NodeMapBase::MapLock lock(map);
-            engine->OpenStream();
-        }
         run->Open();
         Execute(map, "AcquisitionStart", name);
     } catch (...) {
         if (run)
             run->Close();
-        else if (engine)
-            engine->CloseStream();
+        else if (source)
+            source->Stop();
         if (paramsLocked) {
             try {
                 SetParamsLocked(map, 0);
@@ -180,8 +165,8 @@ void Acquisition::Begin() {
     state.statistics.grabbing.store(true);
     std::lock_guard<std::mutex> lock(m_runMutex);
     m_run = run;
-    m_runEngine = engine;
-    m_runSession = session;
+    m_runSource = source;
+    m_runConnection = connection;
 }
 
 void Acquisition::End() {
@@ -198,17 +183,17 @@ void Acquisition::Stop() {
 }
 
 void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
-    std::shared_ptr<DeviceConnection> session;
-    std::shared_ptr<VirtualStreamEngine> engine;
+    std::shared_ptr<DeviceConnection> connection;
+    std::shared_ptr<StreamSource> source;
     {
         std::lock_guard<std::mutex> lock(m_runMutex);
-        session.swap(m_runSession);
-        engine.swap(m_runEngine);
+        connection.swap(m_runConnection);
+        source.swap(m_runSource);
         m_run.reset();
     }
     const std::string name = m_access.Camera().Info().deviceId;
-    const bool lost = session->ControlLost();
-    GenApi::impl::ArvNodeMap& map = session->NodeMap();
+    const bool lost = connection->ControlLost();
+    GenApi::impl::ArvNodeMap& map = connection->NodeMap();
     if (!lost) {
         try {
             Execute(map, "AcquisitionStop", name);
@@ -243,12 +228,12 @@ ImagePtr Acquisition::Next(uint64_t timeoutMs, uint64_t streamIndex) {
 }
 
 void Acquisition::Signal(uint32_t signal) {
-    std::shared_ptr<VirtualStreamEngine> engine;
+    std::shared_ptr<StreamSource> source;
     {
         std::lock_guard<std::mutex> lock(m_runMutex);
-        engine = m_runEngine;
+        source = m_runSource;
     }
-    if (engine) engine->Signal(signal);
+    if (source) source->Signal(signal);
 }
 
 ImageList Acquisition::NextSync(uint64_t timeoutMs) {

@@ -1,14 +1,7 @@
 #include "camera/CameraAccess.h"
 
-#include <arpa/inet.h>
-#include <ifaddrs.h>
-#include <net/if.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstring>
+#include <cstdio>
 #include <limits>
 
 #include "camera/DiscoveredCamera.h"
@@ -21,42 +14,6 @@ using namespace GenApi;
 using GenApi::impl::NodeMapBase;
 
 namespace {
-
-// The MTU of the host interface that holds `address` (dotted IPv4), or 0.
-int InterfaceMtu(const std::string& address) {
-    ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0) return 0;
-    std::string name;
-    for (ifaddrs* i = list; i; i = i->ifa_next) {
-        if (!i->ifa_addr || i->ifa_addr->sa_family != AF_INET) continue;
-        char text[INET_ADDRSTRLEN] = {0};
-        inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(i->ifa_addr)->sin_addr, text, sizeof text);
-        if (address == text) {
-            name = i->ifa_name;
-            break;
-        }
-    }
-    freeifaddrs(list);
-    if (name.empty()) return 0;
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    if (fd < 0) return 0;
-    ifreq request;
-    std::memset(&request, 0, sizeof request);
-    std::strncpy(request.ifr_name, name.c_str(), IFNAMSIZ - 1);
-    const int mtu = ioctl(fd, SIOCGIFMTU, &request) == 0 ? request.ifr_mtu : 0;
-    close(fd);
-    return mtu;
-}
-
-std::string InterfaceAddressOf(ArvGvDevice* gv) {
-    GSocketAddress* socketAddress = arv_gv_device_get_interface_address(gv);
-    if (!G_IS_INET_SOCKET_ADDRESS(socketAddress)) return "";
-    GInetAddress* address = g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(socketAddress));
-    char* text = g_inet_address_to_string(address);
-    std::string result = text ? text : "";
-    g_free(text);
-    return result;
-}
 
 [[noreturn]] void RaisePortError(const std::string& camera, const char* function, const char* what, uint64_t address,
                                  GError* error) {
@@ -93,7 +50,7 @@ void CameraAccess::Init() {
     if (!m_camera.IsPresent())
         ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE,
                   "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
-    m_connection = std::shared_ptr<DeviceConnection>(DeviceConnection::Open(info));
+    m_connection = m_camera.Through().Open(info);
     m_initialized.store(true);
 }
 
@@ -223,38 +180,7 @@ std::string CameraAccess::GuiXml() const {
 }
 
 unsigned CameraAccess::DiscoverMaxPacketSize() {
-    const std::shared_ptr<DeviceConnection> held = RequireConnection("DiscoverMaxPacketSize");
-    DeviceConnection& connection = *held;
-    ArvGvDevice* gv = connection.GvDevice();
-    if (!gv) return 0; // no packets on this transport
-    impl::ArvNodeMap& map = connection.NodeMap();
-    NodeMapBase::MapLock mapLock(map);
-    GError* error = nullptr;
-    unsigned size = 0;
-    ArvGcNode* test = arv_device_get_feature(connection.Device(), "GevSCPSFireTestPacket");
-    if (ARV_IS_GC_COMMAND(test) || ARV_IS_GC_BOOLEAN(test)) {
-        // The device can send test packets: Aravis finds the largest size
-        // that arrives unfragmented, and sets it.
-        size = arv_gv_device_auto_packet_size(gv, &error);
-    } else {
-        // No test packets: keep the size the device uses (known to work), but
-        // never above what the host interface's MTU carries (IP and UDP
-        // headers take 28 bytes).
-        size = arv_gv_device_get_packet_size(gv, &error);
-        const int mtu = InterfaceMtu(InterfaceAddressOf(gv));
-        if (!error && mtu > 28 && size > static_cast<unsigned>(mtu - 28)) {
-            size = static_cast<unsigned>(mtu - 28);
-            arv_gv_device_set_packet_size(gv, static_cast<gint>(size), &error);
-            if (!error) size = arv_gv_device_get_packet_size(gv, &error);
-        }
-    }
-    map.InvalidateNodes();
-    if (error) {
-        const std::string message = error->message ? error->message : "";
-        g_error_free(error);
-        ORV_RAISE(ORVANE_ERR_IO, "camera " + m_camera.Info().deviceId + ": packet size discovery failed: " + message);
-    }
-    return size;
+    return RequireConnection("DiscoverMaxPacketSize")->DiscoverMaxPacketSize();
 }
 
 } // namespace internal

@@ -5,7 +5,8 @@
 namespace Orvane {
 namespace internal {
 
-DiscoveredCamera::DiscoveredCamera(DeviceInfo info) : m_info(std::move(info)) {}
+DiscoveredCamera::DiscoveredCamera(DeviceInfo info, std::shared_ptr<Transport> transport)
+    : m_info(std::move(info)), m_transport(std::move(transport)) {}
 DiscoveredCamera::~DiscoveredCamera() = default;
 
 CameraAccess& DiscoveredCamera::Access() {
@@ -38,7 +39,7 @@ DeviceAccessStatus DiscoveredCamera::AccessStatus() const {
         const CameraAccess* c = m_accessPtr.load();
         return c->AccessMode() == GenApi::RO ? AccessStatusOpenReadOnly : AccessStatusOpenReadWrite;
     }
-    return Info().transport == "Virtual" ? AccessStatusReadWrite : AccessStatusUnknown;
+    return m_transport->Features().alwaysAccessible ? AccessStatusReadWrite : AccessStatusUnknown;
 }
 
 } // namespace internal

@@ -11,6 +11,7 @@
 #include <mutex>
 
 #include "transport/DeviceInfo.h"
+#include "transport/Transport.h"
 
 namespace Orvane {
 namespace internal {
@@ -30,12 +31,16 @@ class CameraAccess;
 
 class DiscoveredCamera {
 public:
-    explicit DiscoveredCamera(DeviceInfo info);
+    // `transport` found the device; the camera opens it through it.
+    DiscoveredCamera(DeviceInfo info, std::shared_ptr<Transport> transport);
     virtual ~DiscoveredCamera();
 
     // Discovery data, refreshed when the device is found again.
     DeviceInfo Info() const;
     void UpdateInfo(const DeviceInfo& info);
+    // The transport that found the camera (it opens the device and tells
+    // which transport-layer features the camera has).
+    Transport& Through() const { return *m_transport; }
 
     // Whether the last discovery of its interface still found the device.
     bool IsPresent() const { return m_present.load(); }
@@ -52,6 +57,7 @@ public:
 private:
     mutable std::mutex m_mutex; // guards m_info
     DeviceInfo m_info;
+    const std::shared_ptr<Transport> m_transport;
     std::atomic<bool> m_present{true};
     std::mutex m_accessMutex; // serialises the creation of m_access
     std::unique_ptr<CameraAccess> m_access;

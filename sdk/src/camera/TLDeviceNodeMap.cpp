@@ -30,14 +30,6 @@ int64_t ParseMac(const std::string& text) {
     return v;
 }
 
-int64_t ToIPv4(GInetAddress* address) {
-    if (!address) return 0;
-    char* text = g_inet_address_to_string(address);
-    const int64_t v = ParseIPv4(text ? text : "");
-    g_free(text);
-    return v;
-}
-
 // A string feature of the open device's own node map, or "" when it has none.
 std::string DeviceFeature(DeviceConnection* connection, const char* name) {
     if (!connection) return "";
@@ -57,10 +49,11 @@ std::string DeviceFeature(DeviceConnection* connection, const char* name) {
 
 void CameraAccess::BuildTLDeviceNodeMap() {
     NativeNodeMap& m = m_tlDevice;
-    const DeviceInfo initial = m_camera.Info();
-    const std::string transport = initial.transport;
-    const bool gige = transport == "GigEVision";
-    const bool usb3 = transport == "USB3Vision";
+    const TransportFeatures features = m_camera.Through().Features();
+    const bool network = features.networkFeatures;
+    const bool usb = features.usbFeatures;
+    // The GigE Vision category is named after its type.
+    const std::string networkCategory = TLTypeText(TLType::GigEVision);
     auto openOnly = [this] { return m_initialized.load() ? RO : NA; };
     auto info = [this] { return m_camera.Info(); };
 
@@ -68,10 +61,10 @@ void CameraAccess::BuildTLDeviceNodeMap() {
         "DeviceID",           "DeviceSerialNumber",  "DeviceUserID",    "DeviceVendorName",
         "DeviceModelName",    "DeviceVersion",       "DeviceType",      "DeviceDisplayName",
         "DeviceAccessStatus", "DeviceDriverVersion", "DeviceIsUpdater", "DeviceEndianessMechanism"};
-    if (!usb3) information.push_back("GenICamXMLLocation");
-    if (usb3) information.insert(information.end(), {"DeviceU3VProtocol", "DeviceInstanceId", "DeviceLocation"});
+    if (features.xmlLocation != TransportFeatures::XmlLocation::None) information.push_back("GenICamXMLLocation");
+    if (usb) information.insert(information.end(), {"DeviceU3VProtocol", "DeviceInstanceId", "DeviceLocation"});
     std::vector<std::string> root = {"DeviceInformation"};
-    if (gige) root.push_back("GigEVision");
+    if (network) root.push_back(networkCategory);
     m.AddCategory(MakeInfo("Root", "The camera's transport-layer features."), root);
     m.AddCategory(MakeInfo("DeviceInformation", "Identity and state of the device."), information);
 
@@ -92,9 +85,9 @@ void CameraAccess::BuildTLDeviceNodeMap() {
                     if (!known.empty()) return known;
                     return DeviceFeature(Connection().get(), "DeviceVersion");
                 }});
-    const int64_t type = gige ? 0 : usb3 ? 1 : 2;
+    const int64_t type = static_cast<int64_t>(TLTypeOf(m_camera.Through().Kind()));
     m.AddEnumeration(MakeInfo("DeviceType", "Transport layer type of the device."),
-                     {[type] { return type; }, nullptr, {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}}});
+                     {[type] { return type; }, nullptr, TLTypeEntries(TLType::Custom)});
     m.AddString(MakeInfo("DeviceDisplayName", "User-readable name of the device: vendor, model and serial number."),
                 {[info] {
                     const DeviceInfo d = info();
@@ -118,26 +111,23 @@ void CameraAccess::BuildTLDeviceNodeMap() {
     m.AddBoolean(MakeInfo("DeviceIsUpdater", "Whether the device is in firmware update mode."), {[] { return false; }});
     m.AddEnumeration(MakeInfo("DeviceEndianessMechanism", "How the device's GenICam description handles byte order."),
                      {[] { return int64_t(1); }, nullptr, {{"Legacy", 0}, {"Standard", 1}}});
-    if (!usb3) {
-        // Virtual cameras: the SDK holds their description. GigE Vision: the
-        // bootstrap URL register (0x200) names where the XML is.
-        EnumerationSpec location{[this, gige]() -> int64_t {
-                                     if (!gige) return 1;
+    if (features.xmlLocation != TransportFeatures::XmlLocation::None) {
+        // Host: the SDK holds the description. DeviceUrl: the device's
+        // description URL names where the XML is.
+        const bool fromDevice = features.xmlLocation == TransportFeatures::XmlLocation::DeviceUrl;
+        EnumerationSpec location{[this, fromDevice]() -> int64_t {
+                                     if (!fromDevice) return 1;
                                      const std::shared_ptr<DeviceConnection> connection = Connection();
                                      if (!connection) return 0;
-                                     char url[513] = {0};
-                                     NodeMapBase::MapLock mapLock(connection->NodeMap());
-                                     if (!arv_device_read_memory(connection->Device(), 0x200, 512, url, nullptr))
-                                         return 0;
-                                     const std::string u(url);
+                                     const std::string u = connection->XmlUrl();
                                      return u.compare(0, 5, "File:") == 0 || u.compare(0, 5, "file:") == 0 ? 1 : 0;
                                  },
                                  nullptr,
                                  {{"Device", 0}, {"Host", 1}}};
-        if (gige) location.access = openOnly;
+        if (fromDevice) location.access = openOnly;
         m.AddEnumeration(MakeInfo("GenICamXMLLocation", "Where the device's GenICam description is stored."), location);
     }
-    if (usb3) {
+    if (usb) {
         m.AddBoolean(MakeInfo("DeviceU3VProtocol", "Whether the device speaks the USB3 Vision protocol."),
                      {[] { return true; }});
         m.AddString(MakeInfo("DeviceInstanceId", "Instance identifier of the device on the USB bus."),
@@ -146,8 +136,8 @@ void CameraAccess::BuildTLDeviceNodeMap() {
                     {[info] { return info().address; }});
     }
 
-    if (gige) {
-        m.AddCategory(MakeInfo("GigEVision", "GigE Vision connection of the device."),
+    if (network) {
+        m.AddCategory(MakeInfo(networkCategory.c_str(), "GigE Vision connection of the device."),
                       {"GevDeviceIPAddress", "GevDeviceSubnetMask", "GevDeviceGateway", "GevDeviceMACAddress",
                        "GevDeviceModeIsBigEndian", "GevDevicePort", "GevVersionMajor", "GevVersionMinor", "GevCCP",
                        "GevDeviceMaximumPacketSize", "GevDeviceDiscoverMaximumPacketSize"});
@@ -156,19 +146,9 @@ void CameraAccess::BuildTLDeviceNodeMap() {
         // Subnet and gateway come from the device's own registers.
         auto currentIp = [this](int which) -> int64_t {
             const std::shared_ptr<DeviceConnection> connection = Connection();
-            if (!connection || !connection->GvDevice()) return 0;
-            NodeMapBase::MapLock mapLock(connection->NodeMap());
-            GInetAddress* ip = nullptr;
-            GInetAddressMask* mask = nullptr;
-            GInetAddress* gateway = nullptr;
-            if (!arv_gv_device_get_current_ip(connection->GvDevice(), &ip, &mask, &gateway, nullptr)) return 0;
-            int64_t v = 0;
-            if (which == 0 && mask) v = ToIPv4(g_inet_address_mask_get_address(mask));
-            if (which == 1) v = ToIPv4(gateway);
-            if (ip) g_object_unref(ip);
-            if (mask) g_object_unref(mask);
-            if (gateway) g_object_unref(gateway);
-            return v;
+            DeviceConnection::IpConfiguration ip;
+            if (!connection || !connection->CurrentIpConfiguration(ip)) return 0;
+            return which == 0 ? ip.subnetMask : ip.gateway;
         };
         m.AddInteger(MakeInfo("GevDeviceSubnetMask", "Subnet mask of the device (while it is open)."),
                      {[currentIp] { return currentIp(0); }, nullptr, nullptr, nullptr, 1, IPV4Address, "", openOnly});
@@ -182,11 +162,9 @@ void CameraAccess::BuildTLDeviceNodeMap() {
                      {[] { return int64_t(3956); }});
         auto version = [this](bool major) -> int64_t {
             const std::shared_ptr<DeviceConnection> connection = Connection();
-            if (!connection) return 0;
-            NodeMapBase::MapLock mapLock(connection->NodeMap());
-            guint32 v = 0;
-            if (!arv_device_read_register(connection->Device(), 0x0000, &v, nullptr)) return 0;
-            return major ? int64_t(v >> 16) : int64_t(v & 0xFFFF);
+            uint32_t majorVersion = 0, minorVersion = 0;
+            if (!connection || !connection->ProtocolVersion(majorVersion, minorVersion)) return 0;
+            return major ? int64_t(majorVersion) : int64_t(minorVersion);
         };
         m.AddInteger(MakeInfo("GevVersionMajor", "Major version of the GigE Vision standard the device follows."),
                      {[version] { return version(true); }, nullptr, nullptr, nullptr, 1, PureNumber, "", openOnly});
@@ -203,9 +181,7 @@ void CameraAccess::BuildTLDeviceNodeMap() {
         m.AddInteger(MakeInfo("GevDeviceMaximumPacketSize", "Size of the stream packets the device sends, in bytes."),
                      {[this]() -> int64_t {
                           const std::shared_ptr<DeviceConnection> connection = Connection();
-                          if (!connection || !connection->GvDevice()) return 0;
-                          NodeMapBase::MapLock mapLock(connection->NodeMap());
-                          return arv_gv_device_get_packet_size(connection->GvDevice(), nullptr);
+                          return connection ? connection->PacketSize() : 0;
                       },
                       nullptr, nullptr, nullptr, 1, PureNumber, "B", openOnly});
         m.AddCommand(MakeInfo("GevDeviceDiscoverMaximumPacketSize",

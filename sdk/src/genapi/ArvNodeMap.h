@@ -23,7 +23,7 @@
 // Values of nodes whose mode is not NoCache, and access modes whose inputs
 // are all cachable, are kept until the graph invalidates them (a write,
 // InvalidateNode, InvalidateNodes, Poll, a command, a port write, a behaviour
-// of the device session notifying what it changed). Whoever changes device
+// of the device connection notifying what it changed). Whoever changes device
 // memory behind the map's back (direct ArvDevice or ArvGc calls, fake camera
 // memory) calls InvalidateNodes, or NotifyChanged on the registers it changed.
 //

@@ -13,7 +13,7 @@ GenICam::gcstring CameraBase::GetUniqueID() const { return m_core->Info().unique
 GenICam::gcstring CameraBase::GetSerialNumber() const { return m_core->Info().serialNumber; }
 GenICam::gcstring CameraBase::GetVendorName() const { return m_core->Info().vendorName; }
 GenICam::gcstring CameraBase::GetModelName() const { return m_core->Info().modelName; }
-GenICam::gcstring CameraBase::GetTransport() const { return m_core->Info().transport; }
+GenICam::gcstring CameraBase::GetTransport() const { return internal::InterfaceIdText(m_core->Info().kind); }
 GenICam::gcstring CameraBase::GetAddress() const { return m_core->Info().address; }
 
 void CameraBase::Init() { m_core->Access().Init(); }

@@ -25,11 +25,12 @@ struct CameraChanges {
 
 class InterfaceCore {
 public:
-    explicit InterfaceCore(std::unique_ptr<Transport> transport);
+    explicit InterfaceCore(std::shared_ptr<Transport> transport);
     ~InterfaceCore();
 
     std::string Id() const { return m_transport->Id(); }
     std::string DisplayName() const { return m_transport->DisplayName(); }
+    TransportKind Kind() const { return m_transport->Kind(); }
 
     // Rediscovers; returns the cameras that arrived and those that left.
     CameraChanges Update();
@@ -47,7 +48,7 @@ private:
     void BuildNodeMap();
     DeviceInfo SelectedDevice();
 
-    std::unique_ptr<Transport> m_transport;
+    std::shared_ptr<Transport> m_transport; // shared with the cameras it found
     std::mutex m_mutex;
     bool m_discovered = false;
     std::vector<CameraPtr> m_cameras;

@@ -19,7 +19,7 @@
 // map from a behaviour works (the lock is recursive) but re-enters every
 // behaviour: avoid it.
 //
-// Exceptions a behaviour throws are logged by the session and go no further:
+// Exceptions a behaviour throws are logged by the connection and go no further:
 // the write that caused the call has already reached the device.
 #ifndef ORVANE_TRANSPORT_DEVICE_BEHAVIOUR_H
 #define ORVANE_TRANSPORT_DEVICE_BEHAVIOUR_H

@@ -4,102 +4,58 @@
 
 #include "Orvane/Logging.h"
 #include "core/Raise.h"
-#include "virtual/VirtualCameraRuntime.h"
-#include "virtual/VirtualDevice.h"
+#include "transport/AravisStreamSource.h"
 
 namespace Orvane {
 namespace internal {
 
-namespace {
-
-void OnControlLost(ArvDevice*, gpointer flag) { static_cast<std::atomic<bool>*>(flag)->store(true); }
-
-void FreeFlag(gpointer flag, GClosure*) { delete static_cast<std::atomic<bool>*>(flag); }
-
-[[noreturn]] void RaiseOpenError(const DeviceInfo& info, GError* error) {
-    std::string what = error && error->message ? error->message : "no answer";
-    int code = ORVANE_ERR_NOT_AVAILABLE;
-    std::string summary = "does not answer";
-    if (error && error->domain == ARV_DEVICE_ERROR) {
-        switch (error->code) {
-        case ARV_DEVICE_ERROR_NOT_CONTROLLER:
-        case ARV_DEVICE_ERROR_PROTOCOL_ERROR:
-            code = ORVANE_ERR_RESOURCE_IN_USE;
-            summary = "is busy (held by another program)";
-            break;
-        case ARV_DEVICE_ERROR_GENICAM_NOT_FOUND:
-            code = ORVANE_ERR_GENICAM_PROPERTY;
-            summary = "has no readable GenICam description";
-            break;
-        default: break;
+void DeviceConnection::LossState::Report() {
+    if (lost.exchange(true)) return;
+    std::lock_guard<std::recursive_mutex> lock(mutex);
+    // A listener may add or remove listeners: run over a copy.
+    const std::map<uint64_t, LossListener> current = listeners;
+    for (const auto& entry : current) {
+        if (listeners.find(entry.first) == listeners.end()) continue; // removed meanwhile
+        try {
+            entry.second();
+        } catch (const std::exception& e) {
+            LoggerWrapper::LoggingError((std::string("device loss listener failed: ") + e.what()).c_str(),
+                                        "DeviceConnection");
+        } catch (...) {
+            LoggerWrapper::LoggingError("device loss listener failed", "DeviceConnection");
         }
     }
-    if (error) g_error_free(error);
-    std::string where = info.address.empty() ? "" : " at " + info.address;
-    Raise(__LINE__, __FILE__, "Init", code, "camera " + info.deviceId + where + " " + summary + ": " + what);
 }
 
-} // namespace
+void DeviceConnection::OnControlLost(ArvDevice*, gpointer state) {
+    (*static_cast<std::shared_ptr<LossState>*>(state))->Report();
+}
 
-std::unique_ptr<DeviceConnection> DeviceConnection::Open(const DeviceInfo& info) {
-    ArvDevice* device = nullptr;
-    if (info.transport == "Virtual") {
-        device = OpenVirtualDevice(info);
-    } else if (info.transport == "GigEVision") {
-        // By IP address: opened by its discovered id, Aravis may bind the
-        // stream to another host interface than the one the device answers on.
-        GError* error = nullptr;
-        device = arv_interface_open_device(arv_gv_interface_get_instance(), info.address.c_str(), &error);
-        if (!device) RaiseOpenError(info, error);
-        if (error) g_error_free(error);
-    } else if (info.transport == "USB3Vision") {
-        GError* error = nullptr;
-        device = arv_interface_open_device(arv_uv_interface_get_instance(), info.deviceId.c_str(), &error);
-        if (!device) {
-            // libusb reports a claimed interface as an I/O failure: another
-            // program holds the device.
-            if (error && error->domain != ARV_DEVICE_ERROR) {
-                const std::string what = error->message ? error->message : "";
-                g_error_free(error);
-                ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, "camera " + info.deviceId + " cannot be opened (busy?): " + what);
-            }
-            RaiseOpenError(info, error);
-        }
-        if (error) g_error_free(error);
-    } else {
-        ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, "camera " + info.deviceId + ": unknown transport '" + info.transport + "'");
-    }
-    return std::unique_ptr<DeviceConnection>(new DeviceConnection(device, info));
+void DeviceConnection::FreeLossState(gpointer state, GClosure*) {
+    delete static_cast<std::shared_ptr<LossState>*>(state);
 }
 
 // The node map's device observer: passes its accesses to the behaviours.
 class DeviceConnection::Observer : public GenApi::impl::ArvNodeMap::DeviceObserver {
 public:
-    explicit Observer(DeviceConnection& session) : m_session(session) {}
-    void AfterWrite(uint64_t address, uint64_t length) override { m_session.NotifyWrite(address, length); }
-    void BeforeRead() override { m_session.NotifyRead(); }
+    explicit Observer(DeviceConnection& connection) : m_connection(connection) {}
+    void AfterWrite(uint64_t address, uint64_t length) override { m_connection.NotifyWrite(address, length); }
+    void BeforeRead() override { m_connection.NotifyRead(); }
 
 private:
-    DeviceConnection& m_session;
+    DeviceConnection& m_connection;
 };
 
 DeviceConnection::DeviceConnection(ArvDevice* device, const DeviceInfo& info)
-    : m_device(device), m_transport(info.transport), m_controlLost(new std::atomic<bool>(false)) {
-    m_controlLostHandler = g_signal_connect_data(m_device, "control-lost", G_CALLBACK(OnControlLost), m_controlLost,
-                                                 FreeFlag, GConnectFlags(0));
-    if (ArvGvDevice* gv = GvDevice()) m_controller = arv_gv_device_is_controller(gv);
+    : m_device(device), m_info(info), m_loss(std::make_shared<LossState>()) {
+    m_controlLostHandler = g_signal_connect_data(m_device, "control-lost", G_CALLBACK(&DeviceConnection::OnControlLost),
+                                                 new std::shared_ptr<LossState>(m_loss),
+                                                 &DeviceConnection::FreeLossState, GConnectFlags(0));
     try {
         m_nodeMap = std::make_unique<GenApi::impl::ArvNodeMap>(m_device, "Device");
         m_observer = std::make_unique<Observer>(*this);
         m_nodeMap->SetDeviceObserver(m_observer.get());
-        if (m_transport == "Virtual") {
-            m_runtime = std::make_shared<VirtualCameraRuntime>(*this, info.serialNumber);
-            AddBehaviour(m_runtime, true);
-            m_runtime->PowerUp();
-        }
     } catch (...) {
-        m_behaviours.clear();
-        m_runtime.reset();
         m_nodeMap.reset();
         g_signal_handler_disconnect(m_device, m_controlLostHandler);
         g_object_unref(m_device);
@@ -110,12 +66,45 @@ DeviceConnection::DeviceConnection(ArvDevice* device, const DeviceInfo& info)
 DeviceConnection::~DeviceConnection() {
     m_nodeMap->SetDeviceObserver(nullptr);
     m_behaviours.clear();
-    m_runtime.reset();
     m_nodeMap.reset();
-    // Disconnecting frees the flag (FreeFlag). A GigE Vision device gives
-    // control back when Aravis finalises it.
+    // Disconnecting frees the signal's reference on the loss state. A GigE
+    // Vision device gives control back when Aravis finalises it.
     g_signal_handler_disconnect(m_device, m_controlLostHandler);
     g_object_unref(m_device);
+}
+
+std::shared_ptr<StreamSource> DeviceConnection::CreateStreamSource() {
+    return std::make_shared<AravisStreamSource>(shared_from_this());
+}
+
+bool DeviceConnection::CurrentIpConfiguration(IpConfiguration&) { return false; }
+
+bool DeviceConnection::ProtocolVersion(uint32_t&, uint32_t&) { return false; }
+
+std::string DeviceConnection::XmlUrl() { return ""; }
+
+int64_t DeviceConnection::PacketSize() { return 0; }
+
+unsigned DeviceConnection::DiscoverMaxPacketSize() { return 0; }
+
+bool DeviceConnection::ControlLost() const { return m_loss->lost.load(); }
+
+uint64_t DeviceConnection::AddLossListener(LossListener listener) {
+    if (!listener) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "AddLossListener: no listener");
+    std::lock_guard<std::recursive_mutex> lock(m_loss->mutex);
+    const uint64_t id = m_loss->nextId++;
+    m_loss->listeners.emplace(id, std::move(listener));
+    return id;
+}
+
+void DeviceConnection::RemoveLossListener(uint64_t id) {
+    std::lock_guard<std::recursive_mutex> lock(m_loss->mutex);
+    m_loss->listeners.erase(id);
+}
+
+std::unique_ptr<DeviceEventChannel> DeviceConnection::OpenEventChannel(DeviceEventSink&) {
+    ORV_RAISE(ORVANE_ERR_NOT_IMPLEMENTED,
+              "camera " + m_info.deviceId + ": device events are not implemented for its transport yet");
 }
 
 void DeviceConnection::AddBehaviour(std::shared_ptr<DeviceBehaviour> behaviour, bool last) {
@@ -176,10 +165,6 @@ void DeviceConnection::ClaimCommandRegister(uint64_t address) {
 bool DeviceConnection::IsCommandRegisterClaimed(uint64_t address) const {
     GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
     return std::find(m_claimed.begin(), m_claimed.end(), address) != m_claimed.end();
-}
-
-ArvFakeCamera* DeviceConnection::FakeCamera() const {
-    return ARV_IS_FAKE_DEVICE(m_device) ? arv_fake_device_get_fake_camera(ARV_FAKE_DEVICE(m_device)) : nullptr;
 }
 
 } // namespace internal

@@ -11,9 +11,9 @@
 #include "core/Raise.h"
 #include "genapi/ArvNodeMap.h"
 #include "genapi/Node.h"
-#include "transport/DeviceConnection.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraStorage.h"
+#include "virtual/VirtualDeviceConnection.h"
 
 namespace Orvane {
 namespace internal {
@@ -100,7 +100,7 @@ uint32_t GetBE32(const uint8_t* p) {
 
 } // namespace
 
-VirtualCameraRuntime::VirtualCameraRuntime(DeviceConnection& session, const std::string& serialNumber)
+VirtualCameraRuntime::VirtualCameraRuntime(VirtualDeviceConnection& session, const std::string& serialNumber)
     : m_session(session), m_map(session.NodeMap()), m_fake(session.FakeCamera()),
       m_storage(VirtualCameraStorage::For(serialNumber)), m_sequencerSets(kSequencerSets) {
     if (!m_fake) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "the virtual camera runtime needs a virtual camera's device");

@@ -64,14 +64,14 @@ class Node;
 
 namespace internal {
 
-class DeviceConnection;
+class VirtualDeviceConnection;
 struct VirtualCameraStorage;
 
 class VirtualCameraRuntime : public DeviceBehaviour {
 public:
     // Takes a snapshot of the fresh device's memory (its initial values).
     // Raises ORVANE_ERR_INVALID_ARGUMENT when the session is no virtual camera.
-    VirtualCameraRuntime(DeviceConnection& session, const std::string& serialNumber);
+    VirtualCameraRuntime(VirtualDeviceConnection& session, const std::string& serialNumber);
     ~VirtualCameraRuntime() override;
 
     // Brings the camera to its power-up state: the stored DeviceUserID, defect
@@ -180,7 +180,7 @@ private:
     void SetUserOutputs(uint32_t bits, bool writeAll);
     void WriteStoredState();
 
-    DeviceConnection& m_session;
+    VirtualDeviceConnection& m_session;
     GenApi::impl::ArvNodeMap& m_map;
     ArvFakeCamera* m_fake;
     std::shared_ptr<VirtualCameraStorage> m_storage;
