@@ -1,8 +1,9 @@
 // InterfaceCore: the state behind one Orvane::Interface: its transport, the
 // cameras found by the last discovery, and its transport-layer node map.
 //
-// Locking: m_mutex guards the camera list and the selector; it is held while
-// the transport discovers, so concurrent updates of one interface serialise.
+// Locking: m_mutex guards the camera list and the selector. The transport
+// discovers before it is taken; concurrent updates of one interface then
+// apply their results one after the other.
 #ifndef ORVANE_SYSTEM_INTERFACE_CORE_H
 #define ORVANE_SYSTEM_INTERFACE_CORE_H
 

@@ -9,10 +9,11 @@
 // it may outlive the system that made it. Only the owning interface calls
 // Discover; cameras call only Open and the const members.
 //
-// Threads: Discover is called with the owning interface's mutex held, never
-// concurrently for one transport; Open on any caller thread (with the
-// camera's own mutex held: one Open per camera at a time, several cameras at
-// once); SendActionCommand on any caller thread.
+// Threads: every member may run on any caller thread, and concurrently:
+// Discover from each update of the owning interface (before it takes its own
+// lock), Open from each camera's Init (with that camera's mutex held: one
+// Open per camera at a time, several cameras at once), SendActionCommand from
+// any caller.
 #ifndef ORVANE_TRANSPORT_TRANSPORT_H
 #define ORVANE_TRANSPORT_TRANSPORT_H
 
