@@ -11,8 +11,8 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/System.h"
 #include "OrvaneC.h"
-#include "camera/CameraControl.h"
-#include "system/CameraCore.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ struct Setup {
         // The same camera through the SDK (one process-wide system), down to its ArvGc.
         cxxSystem = Orvane::System::GetInstance();
         cxxCamera = cxxSystem->GetCameras().GetBySerial("VC0001");
-        gc = cxxCamera->Core().Control().Session()->NodeMap().Gc();
+        gc = cxxCamera->Core().Access().Connection()->NodeMap().Gc();
         arvWidth = ARV_GC_INTEGER(arv_gc_get_node(gc, "Width"));
         arvExposure = ARV_GC_FLOAT(arv_gc_get_node(gc, "ExposureTime"));
         arvFormat = ARV_GC_ENUMERATION(arv_gc_get_node(gc, "PixelFormat"));

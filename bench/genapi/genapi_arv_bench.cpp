@@ -12,8 +12,8 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
-#include "camera/CameraControl.h"
-#include "system/CameraCore.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 #include "virtual/VirtualCameraRegisters.h"
 
 using namespace Orvane;
@@ -27,7 +27,7 @@ struct Setup {
         camera = system->GetCameras().GetBySerial("VC0001");
         camera->Init();
         map = &camera->GetNodeMap();
-        gc = camera->Core().Control().Session()->NodeMap().Gc();
+        gc = camera->Core().Access().Connection()->NodeMap().Gc();
         width = CIntegerPtr(map->GetNode("Width"));
         exposure = CFloatPtr(map->GetNode("ExposureTime"));
         format = CEnumerationPtr(map->GetNode("PixelFormat"));
@@ -102,7 +102,7 @@ void OrvaneAttachChunkData(benchmark::State& state) {
             for (int i = 3; i >= 0; --i) data.push_back(static_cast<uint8_t>(v >> (8 * i)));
     };
     for (const vcam::ChunkInfo& c : vcam::kChunks) append(c.id, c.id == vcam::chunk::Image ? 65536 : c.length);
-    auto& map = S().camera->Core().Control().Session()->NodeMap();
+    auto& map = S().camera->Core().Access().Connection()->NodeMap();
     for (auto _ : state) map.AttachChunkData(data.data(), data.size());
     map.DetachChunkData();
 }

@@ -3,7 +3,7 @@
 // makes one frame per Action0 signal, and nothing for other signals.
 #include "AcquisitionFixture.h"
 #include "acquisition/Acquisition.h"
-#include "system/CameraCore.h"
+#include "camera/DiscoveredCamera.h"
 
 using namespace acqtest;
 
@@ -13,7 +13,7 @@ TEST_F(VirtualStream, ActionSignalsTriggerFramesFromTheirSource) {
     SetEnum("TriggerSelector", "FrameStart");
     SetEnum("TriggerMode", "On");
     SetEnum("TriggerSource", "Action0");
-    internal::Acquisition& acquisition = internal::Acquisition::Of(camera->Core().Control());
+    internal::Acquisition& acquisition = internal::Acquisition::Of(camera->Core().Access());
     acquisition.Signal(0x70); // before streaming: nothing
     camera->BeginAcquisition();
     EXPECT_EQ(CodeOf([&] { camera->GetNextImage(200); }), ORVANE_ERR_TIMEOUT);

@@ -16,9 +16,9 @@
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
 #include "SdkError.h"
-#include "camera/CameraControl.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 #include "genapi/ArvNodeMap.h"
-#include "system/CameraCore.h"
 #include "virtual/VirtualCameraRegisters.h"
 
 using namespace Orvane;
@@ -67,7 +67,7 @@ protected:
         ASSERT_TRUE(camera);
         camera->Init();
         nodes = &camera->GetNodeMap();
-        map = &camera->Core().Control().Session()->NodeMap();
+        map = &camera->Core().Access().Connection()->NodeMap();
         // A small image: the ChunkImage register's length follows the format.
         CIntegerPtr(nodes->GetNode("Width"))->SetValue(16);
         CIntegerPtr(nodes->GetNode("Height"))->SetValue(16);

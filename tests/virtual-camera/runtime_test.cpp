@@ -16,11 +16,12 @@
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
 #include "SdkError.h"
-#include "camera/CameraControl.h"
-#include "camera/DeviceSession.h"
-#include "system/CameraCore.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
+#include "transport/DeviceConnection.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
+#include "virtual/VirtualDeviceConnection.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -73,8 +74,10 @@ protected:
         command->Execute();
         EXPECT_TRUE(command->IsDone()) << name;
     }
-    internal::DeviceSession& Session() { return *camera->Core().Control().Session(); }
-    internal::VirtualCameraRuntime& Runtime() { return *Session().VirtualRuntime(); }
+    internal::DeviceConnection& Connection() { return *camera->Core().Access().Connection(); }
+    internal::VirtualCameraRuntime& Runtime() {
+        return static_cast<internal::VirtualDeviceConnection&>(Connection()).Runtime();
+    }
 
     // The cached value and the device's agree.
     void ExpectFresh(const char* name) {
@@ -528,7 +531,7 @@ TEST_F(RuntimeTest, TestEventsReachTheEventSink) {
 // A behaviour that records the writes it sees, as the acquisition's would.
 class RecordingBehaviour : public internal::DeviceBehaviour {
 public:
-    explicit RecordingBehaviour(internal::DeviceSession& session) : m_session(session) {}
+    explicit RecordingBehaviour(internal::DeviceConnection& session) : m_session(session) {}
     void OnWrite(uint64_t address, uint64_t length) override {
         if (address != vcam::reg::AcquisitionStart.address || length != 4) return;
         uint8_t bytes[4];
@@ -538,26 +541,26 @@ public:
     std::vector<int> seen;
 
 private:
-    internal::DeviceSession& m_session;
+    internal::DeviceConnection& m_session;
 };
 
 TEST_F(RuntimeTest, BehavioursSeeCommandsBeforeTheRuntimeCompletesThem) {
-    auto behaviour = std::make_shared<RecordingBehaviour>(Session());
-    Session().AddBehaviour(behaviour);
+    auto behaviour = std::make_shared<RecordingBehaviour>(Connection());
+    Connection().AddBehaviour(behaviour);
     CCommandPtr start(Map().GetNode("AcquisitionStart"));
     start->Execute();
     ASSERT_EQ(behaviour->seen.size(), 1u);
     EXPECT_EQ(behaviour->seen[0], 1); // the command value, still there
     EXPECT_TRUE(start->IsDone());     // nobody claimed it: the runtime completed it
     // A claimed command stays pending until its behaviour completes it.
-    Session().ClaimCommandRegister(vcam::reg::AcquisitionStart.address);
+    Connection().ClaimCommandRegister(vcam::reg::AcquisitionStart.address);
     start->Execute();
     EXPECT_FALSE(start->IsDone());
     EXPECT_EQ(start->ToString(), "0");
     const uint8_t zero[4] = {0, 0, 0, 0};
     camera->WritePort(vcam::reg::AcquisitionStart.address, zero, 4);
     EXPECT_TRUE(start->IsDone());
-    Session().RemoveBehaviour(behaviour.get());
+    Connection().RemoveBehaviour(behaviour.get());
     start->Execute();
     EXPECT_EQ(behaviour->seen.size(), 3u); // the two executions and the port write, not the last
 }

@@ -13,12 +13,13 @@
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
-#include "camera/CameraControl.h"
-#include "camera/DeviceSession.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 #include "genapi/ArvNodeMap.h"
-#include "system/CameraCore.h"
+#include "transport/DeviceConnection.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
+#include "virtual/VirtualDeviceConnection.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -30,9 +31,9 @@ TEST(VirtualCameraRuntimeThreads, FourThreadsShareTheRuntimeAndChunkData) {
     ASSERT_TRUE(camera);
     camera->Init();
     INodeMap& map = camera->GetNodeMap();
-    auto session = camera->Core().Control().Session();
+    auto session = camera->Core().Access().Connection();
     impl::ArvNodeMap& arvMap = session->NodeMap();
-    internal::VirtualCameraRuntime& runtime = *session->VirtualRuntime();
+    internal::VirtualCameraRuntime& runtime = static_cast<internal::VirtualDeviceConnection&>(*session).Runtime();
     std::atomic<bool> stop{false};
     std::atomic<long> failures{0}, operations{0};
 

@@ -19,12 +19,12 @@ class DeviceEventHandler;
 class ImageEventHandler;
 
 namespace internal {
-class CameraCore;
+class DiscoveredCamera;
 }
 
 class ORVANE_API CameraBase {
 public:
-    explicit CameraBase(std::shared_ptr<internal::CameraCore> core);
+    explicit CameraBase(std::shared_ptr<internal::DiscoveredCamera> core);
     virtual ~CameraBase();
     CameraBase(const CameraBase&) = delete;
     CameraBase& operator=(const CameraBase&) = delete;
@@ -125,11 +125,11 @@ public:
     // on another thread. Raises ORVANE_ERR_NOT_AVAILABLE when it is not registered.
     void UnregisterEventHandler(EventHandler& handler);
 
-    internal::CameraCore& Core() const { return *m_core; }
-    const std::shared_ptr<internal::CameraCore>& SharedCore() const { return m_core; }
+    internal::DiscoveredCamera& Core() const { return *m_core; }
+    const std::shared_ptr<internal::DiscoveredCamera>& SharedCore() const { return m_core; }
 
 private:
-    std::shared_ptr<internal::CameraCore> m_core;
+    std::shared_ptr<internal::DiscoveredCamera> m_core;
 };
 
 typedef CameraBase Camera;

@@ -7,10 +7,10 @@
 #include "acquisition/DeviceChunkDecoder.h"
 #include "acquisition/ImageLeasePool.h"
 #include "acquisition/StreamRun.h"
-#include "camera/DeviceSession.h"
+#include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
-#include "system/CameraCore.h"
-#include "virtual/VirtualStreamEngine.h"
+#include "transport/DeviceConnection.h"
+#include "transport/StreamSource.h"
 
 namespace Orvane {
 namespace internal {
@@ -60,13 +60,13 @@ void LogFailure(const std::string& camera, const char* what, const std::exceptio
 
 } // namespace
 
-Acquisition& Acquisition::Of(CameraControl& control) {
+Acquisition& Acquisition::Of(CameraAccess& access) {
     return static_cast<Acquisition&>(
-        control.Acquisition([](CameraControl& c) { return std::unique_ptr<AcquisitionHooks>(new Acquisition(c)); }));
+        access.Acquisition([](CameraAccess& c) { return std::unique_ptr<AcquisitionHooks>(new Acquisition(c)); }));
 }
 
-Acquisition::Acquisition(CameraControl& control) : m_control(control), m_pool(ImageLeasePool::Create()) {
-    m_control.SetAcquisitionHooks(this);
+Acquisition::Acquisition(CameraAccess& access) : m_access(access), m_pool(ImageLeasePool::Create()) {
+    m_access.SetAcquisitionHooks(this);
 }
 
 Acquisition::~Acquisition() {
@@ -75,7 +75,7 @@ Acquisition::~Acquisition() {
     } catch (...) {
         // Ending never throws past the camera's end.
     }
-    m_control.SetAcquisitionHooks(nullptr);
+    m_access.SetAcquisitionHooks(nullptr);
 }
 
 std::shared_ptr<StreamRun> Acquisition::CurrentRun() const {
@@ -87,27 +87,26 @@ bool Acquisition::IsStreaming() const { return static_cast<bool>(CurrentRun()); 
 
 void Acquisition::Begin() {
     std::lock_guard<std::mutex> guard(m_beginEnd);
-    const std::string name = m_control.Core().Info().deviceId;
+    const std::string name = m_access.Camera().Info().deviceId;
     if (CurrentRun()) ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, "camera " + name + " is already streaming");
-    std::shared_ptr<DeviceSession> session = m_control.Session();
-    if (!session)
+    std::shared_ptr<DeviceConnection> connection = m_access.Connection();
+    if (!connection)
         ORV_RAISE(ORVANE_ERR_CAMERA_NOT_INITIALIZED, "camera " + name + " is not initialized (call Init first)");
-    if (session->ControlLost()) ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + name + " was lost");
-    if (!session->IsController())
+    if (connection->ControlLost()) ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + name + " was lost");
+    if (!connection->IsController())
         ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
                   "camera " + name + " is open in monitor mode (another host controls it): it cannot stream");
 
-    StreamState& state = m_control.Stream();
+    StreamState& state = m_access.Stream();
     StreamSettings settings;
     {
         std::lock_guard<std::mutex> lock(state.mutex);
         settings = state.settings;
         state.locked = true;
     }
-    GenApi::impl::ArvNodeMap& map = session->NodeMap();
-    const bool isVirtual = session->Transport() == "Virtual";
+    GenApi::impl::ArvNodeMap& map = connection->NodeMap();
     std::shared_ptr<StreamRun> run;
-    std::shared_ptr<VirtualStreamEngine> engine;
+    std::shared_ptr<StreamSource> source;
     bool paramsLocked = false;
     try {
         StreamRunConfig config;
@@ -128,44 +127,30 @@ void Acquisition::Begin() {
                           "camera " + name + " announces a payload of " + std::to_string(payload) + " bytes");
             config.payloadSize = static_cast<size_t>(payload);
         }
-        if (isVirtual) {
-            engine = m_engine.lock();
-            if (!engine || m_engineSession != session.get()) {
-                engine = VirtualStreamEngine::Attach(*session);
-                m_engine = engine;
-                m_engineSession = session.get();
-            }
-        }
-        if (!m_decoder || !m_decoder->Serves(session.get()))
-            m_decoder = std::make_shared<DeviceChunkDecoder>(session, name);
+        source = connection->CreateStreamSource();
+        if (!m_decoder || !m_decoder->Serves(connection.get()))
+            m_decoder = std::make_shared<DeviceChunkDecoder>(connection, name);
 
-        config.session = session;
+        config.connection = connection;
+        config.source = source;
         config.state = &state;
         config.bufferCount = settings.BufferCount();
         config.handlingMode = settings.handlingMode;
-        config.isVirtual = isVirtual;
         config.packetResend = settings.packetResendEnable;
         config.packetTimeoutMs = settings.packetResendTimeoutMs;
         config.pool = m_pool;
         config.chunkDecoder = m_decoder;
         if (settings.crcCheckEnable) config.crcChecker = m_decoder;
         config.cameraName = name;
-        config.beforeDestroy = [engine] {
-            if (engine) engine->CloseStream();
-        };
         run = StreamRun::Create(std::move(config));
         state.statistics.Reset();
-        if (engine) {
-            NodeMapBase::MapLock lock(map);
-            engine->OpenStream();
-        }
         run->Open();
         Execute(map, "AcquisitionStart", name);
     } catch (...) {
         if (run)
             run->Close();
-        else if (engine)
-            engine->CloseStream();
+        else if (source)
+            source->Stop();
         if (paramsLocked) {
             try {
                 SetParamsLocked(map, 0);
@@ -180,14 +165,14 @@ void Acquisition::Begin() {
     state.statistics.grabbing.store(true);
     std::lock_guard<std::mutex> lock(m_runMutex);
     m_run = run;
-    m_runEngine = engine;
-    m_runSession = session;
+    m_runSource = source;
+    m_runConnection = connection;
 }
 
 void Acquisition::End() {
     std::lock_guard<std::mutex> guard(m_beginEnd);
     std::shared_ptr<StreamRun> run = CurrentRun();
-    if (!run) ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_control.Core().Info().deviceId + " is not streaming");
+    if (!run) ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_access.Camera().Info().deviceId + " is not streaming");
     EndLocked(run);
 }
 
@@ -198,17 +183,17 @@ void Acquisition::Stop() {
 }
 
 void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
-    std::shared_ptr<DeviceSession> session;
-    std::shared_ptr<VirtualStreamEngine> engine;
+    std::shared_ptr<DeviceConnection> connection;
+    std::shared_ptr<StreamSource> source;
     {
         std::lock_guard<std::mutex> lock(m_runMutex);
-        session.swap(m_runSession);
-        engine.swap(m_runEngine);
+        connection.swap(m_runConnection);
+        source.swap(m_runSource);
         m_run.reset();
     }
-    const std::string name = m_control.Core().Info().deviceId;
-    const bool lost = session->ControlLost();
-    GenApi::impl::ArvNodeMap& map = session->NodeMap();
+    const std::string name = m_access.Camera().Info().deviceId;
+    const bool lost = connection->ControlLost();
+    GenApi::impl::ArvNodeMap& map = connection->NodeMap();
     if (!lost) {
         try {
             Execute(map, "AcquisitionStop", name);
@@ -224,7 +209,7 @@ void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
             LogFailure(name, "unlocking TLParamsLocked", e);
         }
     }
-    StreamState& state = m_control.Stream();
+    StreamState& state = m_access.Stream();
     state.statistics.grabbing.store(false);
     std::lock_guard<std::mutex> lock(state.mutex);
     state.locked = false;
@@ -232,23 +217,23 @@ void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
 
 ImagePtr Acquisition::Next(uint64_t timeoutMs, uint64_t streamIndex) {
     if (streamIndex != 0)
-        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_control.Core().Info().deviceId +
+        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_access.Camera().Info().deviceId +
                                                " has one stream (index 0); stream " + std::to_string(streamIndex) +
                                                " does not exist");
     std::shared_ptr<StreamRun> run = CurrentRun();
     if (!run)
         ORV_RAISE(ORVANE_ERR_NOT_STREAMING,
-                  "camera " + m_control.Core().Info().deviceId + " is not streaming (call BeginAcquisition first)");
+                  "camera " + m_access.Camera().Info().deviceId + " is not streaming (call BeginAcquisition first)");
     return run->Next(timeoutMs);
 }
 
 void Acquisition::Signal(uint32_t signal) {
-    std::shared_ptr<VirtualStreamEngine> engine;
+    std::shared_ptr<StreamSource> source;
     {
         std::lock_guard<std::mutex> lock(m_runMutex);
-        engine = m_runEngine;
+        source = m_runSource;
     }
-    if (engine) engine->Signal(signal);
+    if (source) source->Signal(signal);
 }
 
 ImageList Acquisition::NextSync(uint64_t timeoutMs) {

@@ -1,18 +1,19 @@
 // Acquisition: the streaming side of one camera (BeginAcquisition,
 // EndAcquisition, GetNextImage, GetNextImageSync, IsStreaming).
 //
-// Owner: the camera's CameraControl (CameraControl::Acquisition), for the
+// Owner: the camera's CameraAccess (CameraAccess::Acquisition), for the
 // camera's life; the object registers itself as the camera's
 // AcquisitionHooks, so IsStreaming asks it and DeInit ends a running
 // acquisition through Stop.
 //
 // BeginAcquisition, in order: reads the stream settings (buffer count and
 // handling mode) and locks them (StreamState::locked; the stream node map's
-// buffer features turn RO); reads PayloadSize and the image format; allocates
-// the buffers (StreamRun); virtual cameras: attaches the camera's
-// VirtualStreamEngine and opens its side; creates the Aravis stream and
-// queues every buffer; sets TLParamsLocked to 1; starts the delivery thread;
-// executes AcquisitionStart. EndAcquisition undoes it: AcquisitionStop, the
+// buffer features turn RO); sets TLParamsLocked to 1; reads PayloadSize and
+// the image format; has the opened device make the stream source
+// (DeviceConnection::CreateStreamSource); allocates the buffers (StreamRun);
+// starts the source (the device side opens, the transport's stream is
+// created) and queues every buffer; starts the delivery thread; executes
+// AcquisitionStart. EndAcquisition undoes it: AcquisitionStop, the
 // delivery thread joined, the stream destroyed, TLParamsLocked 0, the
 // settings unlocked. Images the caller still holds stay valid after it (they
 // own their buffers) and may be released at any time.
@@ -32,8 +33,8 @@
 //     it, never the other way round);
 //   - m_runMutex guards m_run, so that GetNextImage picks up the running
 //     acquisition without waiting for a Begin or End in progress;
-//   - the delivery thread belongs to the run (StreamRun), the fill hook's
-//     thread to Aravis's fake stream (VirtualStreamEngine).
+//   - the delivery thread belongs to the run (StreamRun), the receiving
+//     thread to the transport's stream (StreamSource).
 #ifndef ORVANE_ACQUISITION_ACQUISITION_H
 #define ORVANE_ACQUISITION_ACQUISITION_H
 
@@ -42,22 +43,22 @@
 #include <mutex>
 
 #include "Orvane/ImageList.h"
-#include "camera/CameraControl.h"
+#include "camera/CameraAccess.h"
 
 namespace Orvane {
 namespace internal {
 
 class StreamRun;
+class StreamSource;
 class ImageLeasePool;
-class VirtualStreamEngine;
 class DeviceChunkDecoder;
 
 class Acquisition : public AcquisitionHooks {
 public:
     // The acquisition object of a camera (created on first use).
-    static Acquisition& Of(CameraControl& control);
+    static Acquisition& Of(CameraAccess& access);
 
-    explicit Acquisition(CameraControl& control);
+    explicit Acquisition(CameraAccess& access);
     ~Acquisition() override;
 
     void Begin();
@@ -65,10 +66,10 @@ public:
     ImagePtr Next(uint64_t timeoutMs, uint64_t streamIndex);
     ImageList NextSync(uint64_t timeoutMs);
     // A signal reached the camera (a [signals] register value of the virtual
-    // camera's description, e.g. Action0 from an action command): a virtual
-    // camera fires the triggers whose source it is. Nothing for other
-    // cameras, nor while no acquisition runs (triggers need a running
-    // acquisition anyway).
+    // camera's description, e.g. Action0 from an action command): passed to
+    // the running stream's source (StreamSource::Signal; a virtual camera
+    // fires the triggers whose source it is). Nothing while no acquisition
+    // runs (triggers need a running acquisition anyway).
     void Signal(uint32_t signal);
 
     // AcquisitionHooks
@@ -79,16 +80,14 @@ private:
     std::shared_ptr<StreamRun> CurrentRun() const;
     void EndLocked(const std::shared_ptr<StreamRun>& run);
 
-    CameraControl& m_control;
+    CameraAccess& m_access;
     std::mutex m_beginEnd; // serialises Begin and End (see the header comment)
     mutable std::mutex m_runMutex;
     std::shared_ptr<StreamRun> m_run;
-    std::shared_ptr<VirtualStreamEngine> m_runEngine; // the engine of the running acquisition
-    std::shared_ptr<DeviceSession> m_runSession;      // the session of the running acquisition
-    std::shared_ptr<ImageLeasePool> m_pool;           // the camera's pooled images
-    std::weak_ptr<VirtualStreamEngine> m_engine;      // the engine attached to the current session
-    const DeviceSession* m_engineSession = nullptr;
-    std::shared_ptr<DeviceChunkDecoder> m_decoder; // the chunk decoder of the current session
+    std::shared_ptr<StreamSource> m_runSource;         // the stream source of the running acquisition
+    std::shared_ptr<DeviceConnection> m_runConnection; // the connection of the running acquisition
+    std::shared_ptr<ImageLeasePool> m_pool;            // the camera's pooled images
+    std::shared_ptr<DeviceChunkDecoder> m_decoder;     // the chunk decoder of the current connection
 };
 
 } // namespace internal

@@ -3,20 +3,20 @@
 #include "Orvane/Camera.h"
 
 #include "acquisition/Acquisition.h"
-#include "system/CameraCore.h"
+#include "camera/DiscoveredCamera.h"
 
 namespace Orvane {
 
-void CameraBase::BeginAcquisition() { internal::Acquisition::Of(m_core->Control()).Begin(); }
+void CameraBase::BeginAcquisition() { internal::Acquisition::Of(m_core->Access()).Begin(); }
 
-void CameraBase::EndAcquisition() { internal::Acquisition::Of(m_core->Control()).End(); }
+void CameraBase::EndAcquisition() { internal::Acquisition::Of(m_core->Access()).End(); }
 
 ImagePtr CameraBase::GetNextImage(uint64_t grabTimeout, uint64_t streamIndex) {
-    return internal::Acquisition::Of(m_core->Control()).Next(grabTimeout, streamIndex);
+    return internal::Acquisition::Of(m_core->Access()).Next(grabTimeout, streamIndex);
 }
 
 ImageList CameraBase::GetNextImageSync(uint64_t grabTimeout) {
-    return internal::Acquisition::Of(m_core->Control()).NextSync(grabTimeout);
+    return internal::Acquisition::Of(m_core->Access()).NextSync(grabTimeout);
 }
 
 } // namespace Orvane

@@ -1,9 +1,9 @@
 #include "acquisition/DeviceChunkDecoder.h"
 
 #include "Orvane/GenApi/GenApi.h"
-#include "camera/DeviceSession.h"
 #include "core/Raise.h"
 #include "image/ChunkLayout.h"
+#include "transport/DeviceConnection.h"
 
 namespace Orvane {
 namespace internal {
@@ -40,9 +40,9 @@ bool ReadNumber(GenApi::INode* node, T& out) {
 
 } // namespace
 
-DeviceChunkDecoder::DeviceChunkDecoder(const std::shared_ptr<DeviceSession>& session, std::string cameraName)
-    : m_session(session), m_sessionAddress(session.get()), m_cameraName(std::move(cameraName)) {
-    GenApi::impl::ArvNodeMap& map = session->NodeMap();
+DeviceChunkDecoder::DeviceChunkDecoder(const std::shared_ptr<DeviceConnection>& connection, std::string cameraName)
+    : m_connection(connection), m_connectionAddress(connection.get()), m_cameraName(std::move(cameraName)) {
+    GenApi::impl::ArvNodeMap& map = connection->NodeMap();
     for (int i = 0; i < ChunkData::IntegerItemCount; ++i)
         m_integers[i] = map.GetNode(ChunkData::GetName(static_cast<ChunkData::IntegerItem>(i)));
     for (int i = 0; i < ChunkData::FloatItemCount; ++i)
@@ -51,11 +51,11 @@ DeviceChunkDecoder::DeviceChunkDecoder(const std::shared_ptr<DeviceSession>& ses
 }
 
 DeviceChunkDecoder::~DeviceChunkDecoder() {
-    std::shared_ptr<DeviceSession> session = m_session.lock();
-    if (!session) return;
+    std::shared_ptr<DeviceConnection> connection = m_connection.lock();
+    if (!connection) return;
     try {
-        NodeMapBase::MapLock lock(session->NodeMap());
-        if (m_attached) session->NodeMap().DetachChunkData();
+        NodeMapBase::MapLock lock(connection->NodeMap());
+        if (m_attached) connection->NodeMap().DetachChunkData();
     } catch (...) {
         // Detaching never throws past the decoder's end.
     }
@@ -81,11 +81,11 @@ bool DeviceChunkDecoder::ChunkStart(const uint8_t* payload, size_t payloadSize, 
 
 bool DeviceChunkDecoder::ReadCrc(const uint8_t* payload, size_t payloadSize, size_t imageSize, uint32_t& crc) const {
     if (!m_crc) return false;
-    std::shared_ptr<DeviceSession> session = m_session.lock();
-    if (!session) ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + m_cameraName + " was closed");
+    std::shared_ptr<DeviceConnection> connection = m_connection.lock();
+    if (!connection) ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + m_cameraName + " was closed");
     size_t begin = 0;
     if (!ChunkStart(payload, payloadSize, imageSize, begin)) return false;
-    GenApi::impl::ArvNodeMap& map = session->NodeMap();
+    GenApi::impl::ArvNodeMap& map = connection->NodeMap();
     NodeMapBase::MapLock lock(map);
     m_crcChunks.assign(payload + begin, payload + payloadSize);
     map.AttachChunkData(m_crcChunks.data(), m_crcChunks.size());
@@ -99,20 +99,20 @@ bool DeviceChunkDecoder::ReadCrc(const uint8_t* payload, size_t payloadSize, siz
     return found;
 }
 
-bool DeviceChunkDecoder::Serves(const DeviceSession* session) const {
-    return session == m_sessionAddress && !m_session.expired();
+bool DeviceChunkDecoder::Serves(const DeviceConnection* connection) const {
+    return connection == m_connectionAddress && !m_connection.expired();
 }
 
 void DeviceChunkDecoder::Decode(const uint8_t* payload, size_t payloadSize, size_t imageSize, ChunkData& values,
                                 ChunkCrc& crc) const {
-    std::shared_ptr<DeviceSession> session = m_session.lock();
-    if (!session)
+    std::shared_ptr<DeviceConnection> connection = m_connection.lock();
+    if (!connection)
         ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE,
                   "camera " + m_cameraName + " was closed: its images' chunk data can no longer be decoded");
     size_t begin = 0;
     if (!ChunkStart(payload, payloadSize, imageSize, begin)) return; // no chunk layout: nothing to decode
 
-    GenApi::impl::ArvNodeMap& map = session->NodeMap();
+    GenApi::impl::ArvNodeMap& map = connection->NodeMap();
     NodeMapBase::MapLock lock(map);
     m_chunks.assign(payload + begin, payload + payloadSize);
     map.AttachChunkData(m_chunks.data(), m_chunks.size());

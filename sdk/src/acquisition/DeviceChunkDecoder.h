@@ -9,9 +9,9 @@
 // the next decode or the decoder's end, so after Image::GetChunkData the
 // node map's Chunk* features read the chunk data of that image.
 //
-// Ownership and locks: one decoder per opened device (DeviceSession), made by
+// Ownership and locks: one decoder per opened device (DeviceConnection), made by
 // the camera's Acquisition and shared with every image of its acquisitions.
-// It holds the session weakly: once the camera is closed, Decode raises
+// It holds the connection weakly: once the camera is closed, Decode raises
 // ORVANE_ERR_NOT_AVAILABLE. Decode runs on the caller's thread with the node
 // map's lock held for its whole length; that lock also guards the decoder's
 // buffer.
@@ -30,17 +30,17 @@ class INode;
 }
 namespace internal {
 
-class DeviceSession;
+class DeviceConnection;
 
 class DeviceChunkDecoder : public ChunkDecoder {
 public:
-    DeviceChunkDecoder(const std::shared_ptr<DeviceSession>& session, std::string cameraName);
+    DeviceChunkDecoder(const std::shared_ptr<DeviceConnection>& connection, std::string cameraName);
     ~DeviceChunkDecoder() override;
 
     void Decode(const uint8_t* payload, size_t payloadSize, size_t imageSize, ChunkData& values,
                 ChunkCrc& crc) const override;
 
-    bool Serves(const DeviceSession* session) const;
+    bool Serves(const DeviceConnection* connection) const;
 
     // The value of the payload's CRC chunk (ChunkCRC), for the stream's CRC
     // check (StreamCRCCheckEnable); false when the payload has none. Leaves
@@ -48,10 +48,10 @@ public:
     bool ReadCrc(const uint8_t* payload, size_t payloadSize, size_t imageSize, uint32_t& crc) const;
 
 private:
-    std::weak_ptr<DeviceSession> m_session;
-    const DeviceSession* m_sessionAddress;
+    std::weak_ptr<DeviceConnection> m_connection;
+    const DeviceConnection* m_connectionAddress;
     std::string m_cameraName;
-    // The chunk features, looked up once (valid as long as the session).
+    // The chunk features, looked up once (valid as long as the connection).
     GenApi::INode* m_integers[ChunkData::IntegerItemCount];
     GenApi::INode* m_floats[ChunkData::FloatItemCount];
     GenApi::INode* m_crc = nullptr;

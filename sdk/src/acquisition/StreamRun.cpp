@@ -9,11 +9,11 @@
 
 #include "acquisition/DeviceChunkDecoder.h"
 #include "acquisition/ImageLeasePool.h"
-#include "camera/DeviceSession.h"
 #include "core/Raise.h"
-#include "image/ChunkLayout.h"
 #include "image/Crc32.h"
 #include "image/PixelFormatInfo.h"
+#include "transport/DeviceConnection.h"
+#include "transport/StreamSource.h"
 
 namespace Orvane {
 namespace internal {
@@ -26,20 +26,6 @@ namespace {
 constexpr auto kWatchPeriod = std::chrono::milliseconds(20);
 // Timeouts above this many milliseconds (about 35 years) wait forever.
 constexpr uint64_t kLongestTimeoutMs = uint64_t(1) << 40;
-
-ImageStatus StatusOf(ArvBufferStatus status) {
-    switch (status) {
-    case ARV_BUFFER_STATUS_SUCCESS: return IMAGE_STATUS_OK;
-    case ARV_BUFFER_STATUS_MISSING_PACKETS: return IMAGE_STATUS_MISSING_PACKETS;
-    case ARV_BUFFER_STATUS_WRONG_PACKET_ID: return IMAGE_STATUS_WRONG_PACKET_ID;
-    case ARV_BUFFER_STATUS_SIZE_MISMATCH: return IMAGE_STATUS_SIZE_MISMATCH;
-    case ARV_BUFFER_STATUS_TIMEOUT: return IMAGE_STATUS_TIMEOUT;
-    case ARV_BUFFER_STATUS_ABORTED: return IMAGE_STATUS_ABORTED;
-    case ARV_BUFFER_STATUS_CLEARED:
-    case ARV_BUFFER_STATUS_FILLING: return IMAGE_STATUS_INCOMPLETE;
-    default: return IMAGE_STATUS_UNKNOWN_ERROR;
-    }
-}
 
 TLPayloadType TLPayloadTypeOf(uint32_t code) {
     const bool chunks = (code & 0x4000) != 0;
@@ -97,10 +83,8 @@ std::shared_ptr<StreamRun> StreamRun::Create(StreamRunConfig config) {
 }
 
 StreamRun::StreamRun(StreamRunConfig config)
-    : m_config(std::move(config)), m_stats(m_config.state->statistics),
-      m_queue(static_cast<size_t>(m_config.bufferCount)) {
-    for (int& id : m_infoIds) id = -1;
-}
+    : m_config(std::move(config)), m_stats(m_config.state->statistics), m_losesFrames(m_config.source->LosesFrames()),
+      m_queue(static_cast<size_t>(m_config.bufferCount)) {}
 
 StreamRun::~StreamRun() {
     try {
@@ -111,39 +95,14 @@ StreamRun::~StreamRun() {
 }
 
 void StreamRun::Open() {
-    DeviceSession& session = *m_config.session;
-    {
-        NodeMapBase::MapLock lock(session.NodeMap());
-        GError* error = nullptr;
-        ArvStream* stream = arv_device_create_stream(session.Device(), &StreamRun::StreamCallback, this, &error);
-        m_stream.store(stream);
-        if (!stream) {
-            const std::string message = error && error->message ? error->message : "unknown error";
-            if (error) g_error_free(error);
-            ORV_RAISE(ORVANE_ERR_IO, "camera " + m_config.cameraName + ": cannot open its stream: " + message);
-        }
-        if (error) g_error_free(error);
-        if (ARV_IS_GV_STREAM(stream)) {
-            const guint timeoutUs = static_cast<guint>(std::max<int64_t>(1, m_config.packetTimeoutMs) * 1000);
-            g_object_set(stream, "packet-resend",
-                         m_config.packetResend ? ARV_GV_STREAM_PACKET_RESEND_ALWAYS : ARV_GV_STREAM_PACKET_RESEND_NEVER,
-                         "packet-timeout", timeoutUs, nullptr);
-        }
-    }
-    static const char* const names[InfoCount] = {"n_underruns",          "n_missing_frames",  "n_received_packets",
-                                                 "n_missing_packets",    "n_resend_requests", "n_resent_packets",
-                                                 "n_duplicated_packets", "n_timeouts"};
-    ArvStream* stream = m_stream.load();
-    // USB3 Vision streams complete buffers without a callback in their
-    // asynchronous mode: the delivery thread pops those itself.
-    m_popsItself = ARV_IS_UV_STREAM(stream);
-    const guint n = arv_stream_get_n_infos(stream);
-    for (guint i = 0; i < n; ++i) {
-        const char* name = arv_stream_get_info_name(stream, i);
-        for (int k = 0; k < InfoCount; ++k)
-            if (name && std::strcmp(name, names[k]) == 0 && arv_stream_get_info_type(stream, i) == G_TYPE_UINT64)
-                m_infoIds[k] = static_cast<int>(i);
-    }
+    StreamSourceOptions options;
+    options.payloadSize = m_config.payloadSize;
+    options.expected = m_config.expected;
+    options.packetResend = m_config.packetResend;
+    options.packetTimeoutMs = m_config.packetTimeoutMs;
+    options.cameraName = m_config.cameraName;
+    m_config.source->Start(options, &StreamRun::Completed, this);
+    m_popsItself = m_config.source->CompletesSilently();
     m_stats.announcedBuffers.store(m_config.bufferCount);
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -171,13 +130,9 @@ void StreamRun::DestroyStream() {
         while (!m_queue.Empty()) m_queue.PopFront();
         m_withStream = 0;
     }
-    if (ArvStream* stream = m_stream.load()) {
-        // Joins the stream's thread, which may still be in StreamCallback
-        // (it finds the run ended and leaves the buffer alone).
-        NodeMapBase::MapLock lock(m_config.session->NodeMap());
-        g_object_unref(stream);
-        m_stream.store(nullptr);
-    }
+    // Joins the stream's thread, which may still be in Completed (it finds
+    // the run ended and leaves the buffer alone).
+    m_config.source->Destroy();
     m_stats.inputBuffers.store(0);
     m_stats.outputBuffers.store(0);
 }
@@ -186,12 +141,14 @@ void StreamRun::Close() {
     if (m_closed) return;
     m_closed = true;
     EndWaits();
-    if (m_config.beforeDestroy) m_config.beforeDestroy();
+    // The device side stops first, so that a virtual camera's fill no longer
+    // blocks the stream's thread that Destroy joins.
+    m_config.source->Stop();
     DestroyStream();
     // Images may keep the run alive long after: they must not keep the
-    // device open (nor its virtual camera engine).
-    m_config.beforeDestroy = nullptr;
-    m_config.session.reset();
+    // device open (nor its stream source).
+    m_config.source.reset();
+    m_config.connection.reset();
 }
 
 void StreamRun::RequeueLocked(StreamSlot& slot) {
@@ -202,7 +159,7 @@ void StreamRun::RequeueLocked(StreamSlot& slot) {
     arv_buffer_set_timestamp(buffer, 0);
     slot.HandOff();
     g_object_ref(buffer);
-    arv_stream_push_buffer(m_stream.load(), buffer);
+    m_config.source->Push(buffer);
     ++m_withStream;
     m_stats.inputBuffers.store(m_withStream, std::memory_order_relaxed);
 }
@@ -223,8 +180,8 @@ void StreamRun::DeliveryLoop() {
     while (!m_stopDelivery) {
         if (m_popsItself) {
             lock.unlock();
-            if (ArvBuffer* buffer = arv_stream_timeout_pop_buffer(
-                    m_stream.load(), std::chrono::duration_cast<std::chrono::microseconds>(kWatchPeriod).count()))
+            if (ArvBuffer* buffer =
+                    m_config.source->Pop(std::chrono::duration_cast<std::chrono::microseconds>(kWatchPeriod).count()))
                 OnBuffer(buffer);
             lock.lock();
         } else {
@@ -237,9 +194,9 @@ void StreamRun::DeliveryLoop() {
         lock.unlock();
         // A buffer the stream completed without telling (Aravis has such
         // paths) is taken here.
-        while (ArvBuffer* stray = arv_stream_try_pop_buffer(m_stream.load())) OnBuffer(stray);
+        while (ArvBuffer* stray = m_config.source->Pop(0)) OnBuffer(stray);
         UpdateTransportStatistics();
-        const bool lost = m_config.session->ControlLost();
+        const bool lost = m_config.connection->ControlLost();
         lock.lock();
         if (lost && !m_lost) {
             m_lost = true;
@@ -248,66 +205,18 @@ void StreamRun::DeliveryLoop() {
     }
 }
 
-void StreamRun::StreamCallback(void* run, ArvStreamCallbackType type, ArvBuffer*) {
-    if (type != ARV_STREAM_CALLBACK_TYPE_BUFFER_DONE) return;
-    auto* self = static_cast<StreamRun*>(run);
-    if (self->m_popsItself) return;
-    // The buffer is in the output queue already; nobody else pops it, so
-    // each completion takes exactly the buffer it announces.
-    if (ArvBuffer* buffer = arv_stream_try_pop_buffer(self->m_stream.load())) self->OnBuffer(buffer);
-}
-
-void StreamRun::RecordFromBuffer(ArvBuffer* buffer, StreamSlot& slot) {
-    FrameRecord r;
-    r.produced = true;
-    r.status = StatusOf(arv_buffer_get_status(buffer));
-    r.frameId = arv_buffer_get_frame_id(buffer);
-    r.timestamp = arv_buffer_get_timestamp(buffer);
-    r.payloadType = static_cast<uint32_t>(arv_buffer_get_payload_type(buffer));
-    size_t received = 0;
-    arv_buffer_get_data(buffer, &received);
-    r.validPayloadSize = received;
-    r.payloadSize = m_config.payloadSize;
-    if (arv_buffer_get_n_parts(buffer) >= 1 &&
-        arv_buffer_get_part_data_type(buffer, 0) == ARV_BUFFER_PART_DATA_TYPE_2D_IMAGE) {
-        gint x = 0, y = 0, w = 0, h = 0;
-        arv_buffer_get_part_region(buffer, 0, &x, &y, &w, &h);
-        gint px = 0, py = 0;
-        arv_buffer_get_part_padding(buffer, 0, &px, &py);
-        r.width = static_cast<uint32_t>(std::max(w, 0));
-        r.height = static_cast<uint32_t>(std::max(h, 0));
-        r.offsetX = static_cast<uint32_t>(std::max(x, 0));
-        r.offsetY = static_cast<uint32_t>(std::max(y, 0));
-        r.paddingX = static_cast<uint32_t>(std::max(px, 0));
-        r.paddingY = static_cast<uint32_t>(std::max(py, 0));
-        r.pixelFormat = static_cast<uint32_t>(arv_buffer_get_part_pixel_format(buffer, 0));
-    }
-    if (r.width == 0 || r.height == 0 || r.pixelFormat == 0) {
-        // The leader never arrived: the format the acquisition started with.
-        r.width = m_config.expected.width;
-        r.height = m_config.expected.height;
-        r.offsetX = m_config.expected.offsetX;
-        r.offsetY = m_config.expected.offsetY;
-        r.pixelFormat = m_config.expected.pixelFormat;
-        r.paddingX = r.paddingY = 0;
-        if (r.status == IMAGE_STATUS_OK) r.status = IMAGE_STATUS_INCOMPLETE;
-    }
-    if (r.payloadType == 0) r.payloadType = 0x0001;
-    if ((r.payloadType & 0x4000) || (r.payloadType & 0x3FFF) == 0x0004 || (r.payloadType & 0x3FFF) == 0x0005)
-        r.chunkLayoutId = ChunkLayoutId(slot.Data(), std::min(received, slot.Capacity()));
-    slot.record = r;
-}
+void StreamRun::Completed(void* run, ArvBuffer* buffer) { static_cast<StreamRun*>(run)->OnBuffer(buffer); }
 
 void StreamRun::OnBuffer(ArvBuffer* buffer) {
     StreamSlot* slot = StreamSlot::Of(buffer);
     g_object_unref(buffer); // the reference the stream held; the slot keeps its own
     if (!slot) return;
     slot->HandOff();
-    if (!m_config.isVirtual) RecordFromBuffer(buffer, *slot);
+    m_config.source->Describe(buffer, *slot);
     const bool carriesFrame = slot->record.produced;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_config.isVirtual && carriesFrame) {
+        if (m_losesFrames && carriesFrame) {
             // Gaps in the frame IDs are frames that never arrived (no buffer,
             // or lost on the way). 16-bit block IDs wrap from 65535 to 1.
             const uint64_t id = slot->record.frameId;
@@ -381,18 +290,15 @@ void StreamRun::CheckCrc(StreamSlot& slot) {
 }
 
 void StreamRun::UpdateTransportStatistics() {
-    if (m_config.isVirtual) return; // a virtual camera has no packets
-    ArvStream* stream = m_stream.load();
-    auto info = [this, stream](Info which) -> uint64_t {
-        return m_infoIds[which] >= 0 ? arv_stream_get_info_uint64(stream, static_cast<guint>(m_infoIds[which])) : 0;
-    };
-    Relaxed(m_stats.receivedPackets, info(InfoReceivedPackets));
-    Relaxed(m_stats.missedPackets, info(InfoMissingPackets));
-    Relaxed(m_stats.resendRequests, info(InfoResendRequests));
-    Relaxed(m_stats.resendRequestedPackets, info(InfoResendRequests));
-    Relaxed(m_stats.resendReceivedPackets, info(InfoResentPackets));
-    Relaxed(m_stats.resendRequestTimeouts, info(InfoTimeouts));
-    Relaxed(m_stats.duplicatedPackets, info(InfoDuplicatedPackets));
+    StreamCounters c;
+    if (!m_config.source->ReadCounters(c)) return; // the transport counts no packets
+    Relaxed(m_stats.receivedPackets, c.receivedPackets);
+    Relaxed(m_stats.missedPackets, c.missingPackets);
+    Relaxed(m_stats.resendRequests, c.resendRequests);
+    Relaxed(m_stats.resendRequestedPackets, c.resendRequests);
+    Relaxed(m_stats.resendReceivedPackets, c.resentPackets);
+    Relaxed(m_stats.resendRequestTimeouts, c.timeouts);
+    Relaxed(m_stats.duplicatedPackets, c.duplicatedPackets);
 }
 
 ImagePtr StreamRun::Next(uint64_t timeoutMs) {

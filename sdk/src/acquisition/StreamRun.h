@@ -1,16 +1,17 @@
 // StreamRun: one acquisition of one camera, from BeginAcquisition to
-// EndAcquisition: its buffers, its Aravis stream, its delivery thread and the
-// queue GetNextImage takes frames from.
+// EndAcquisition: its buffers, its stream source (the transport's stream,
+// StreamSource), its delivery thread and the queue GetNextImage takes frames
+// from.
 //
 // Data path (no frame is allocated or copied on it):
-//   Aravis stream (input queue) -> the camera fills a buffer in place (GigE
+//   stream source (input queue) -> the camera fills a buffer in place (GigE
 //   Vision receive thread, or the virtual camera's fill hook on the fake
-//   stream's thread) -> Aravis output queue -> the stream's completion
+//   stream's thread) -> the source's output queue -> its completion
 //   callback (same thread) takes it at once: frame record, handling mode,
 //   FrameQueue, wakes one waiting caller -> GetNextImage (caller's thread): a
 //   pooled Image over the buffer (and the CRC check when enabled) ->
 //   Image::Release or the image's destruction (any thread): ReturnBuffer ->
-//   back to the Aravis input queue.
+//   back to the source's input queue.
 // Queueing in the completion callback costs a mutex and a queue push on the
 // receiving thread, nothing long; it spares every frame a thread hand-off
 // (about 20-30 us of CPU a frame on the machines the project builds on).
@@ -42,20 +43,20 @@
 //
 // Threads and locks (owner: the camera's Acquisition, which opens and closes
 // the run):
-//   - Aravis's receiving thread runs OnBuffer (the stream's BUFFER_DONE
+//   - the source's receiving thread runs OnBuffer (its completion
 //     callback): short work under m_mutex only, never the node map's lock.
-//     USB3 Vision streams complete buffers without that callback; for them
-//     the delivery thread pops the buffers and runs OnBuffer;
+//     Sources that complete buffers silently (USB3 Vision) give them only
+//     through Pop: the delivery thread pops them and runs OnBuffer;
 //   - the delivery thread ("orv-deliver"), started by Open and joined by
 //     Close, keeps watch: every 20 ms it copies the transport's counters into
 //     the stream statistics, notices a lost device (waking the callers
-//     waiting in Next) and takes any buffer the stream completed without a
+//     waiting in Next) and takes any buffer the source completed without a
 //     callback. Image events plug in here: with handlers registered,
 //     OnBuffer will hand frames to this thread, which calls the handlers
 //     outside every lock, instead of queueing them for GetNextImage;
 //   - m_mutex guards the queue, the count of buffers with the stream, the
-//     ended and lost flags, the stream pointer used for returns and the
-//     frame ID bookkeeping; it is held for queue operations and Aravis queue
+//     ended and lost flags, whether returns may be pushed to the source, and
+//     the frame ID bookkeeping; it is held for queue operations and source
 //     pushes only, never while calling out of the SDK or raising;
 //   - callers' threads wait on m_ready in Next; Close wakes them.
 #ifndef ORVANE_ACQUISITION_STREAM_RUN_H
@@ -76,26 +77,27 @@
 
 #include "Orvane/Image.h"
 #include "acquisition/FrameQueue.h"
-#include "acquisition/StreamSlot.h"
 #include "camera/StreamSettings.h"
 #include "image/ImageAccess.h"
+#include "transport/StreamSlot.h"
 
 namespace Orvane {
 namespace internal {
 
-class DeviceSession;
+class DeviceConnection;
 class DeviceChunkDecoder;
 class ImageLeasePool;
+class StreamSource;
 
 struct StreamRunConfig {
-    std::shared_ptr<DeviceSession> session;
-    StreamState* state = nullptr; // the camera's stream settings and statistics
+    std::shared_ptr<DeviceConnection> connection;
+    std::shared_ptr<StreamSource> source; // made by the connection for this run
+    StreamState* state = nullptr;         // the camera's stream settings and statistics
     int64_t bufferCount = 10;
     BufferHandlingMode handlingMode = BufferHandlingMode::OldestFirst;
     size_t payloadSize = 0;       // bytes per buffer
-    bool isVirtual = false;       // frames come from a virtual camera (records made by its fill hook)
-    bool packetResend = true;     // GigE Vision
-    int64_t packetTimeoutMs = 20; // GigE Vision
+    bool packetResend = true;     // packet transports (GigE Vision)
+    int64_t packetTimeoutMs = 20; // packet transports (GigE Vision)
     // The image format when the acquisition started (metadata of frames that
     // lost their leader).
     FrameRecord expected;
@@ -107,10 +109,6 @@ struct StreamRunConfig {
     // IMAGE_STATUS_CRC_FAILED (and counts it incomplete).
     std::shared_ptr<const DeviceChunkDecoder> crcChecker;
     std::string cameraName; // for messages
-    // Runs after the delivery thread stopped and before the stream is
-    // destroyed (the virtual camera closes its side there, so that its fill
-    // hook no longer blocks the stream's thread).
-    std::function<void()> beforeDestroy;
 };
 
 class StreamRun : public ImageBufferOwner, public std::enable_shared_from_this<StreamRun> {
@@ -119,13 +117,13 @@ public:
     static std::shared_ptr<StreamRun> Create(StreamRunConfig config);
     ~StreamRun() override;
 
-    // Creates the Aravis stream (with the node map's lock held), gives it
-    // every buffer and starts the delivery thread.
+    // Starts the stream source, gives it every buffer and starts the
+    // delivery thread.
     void Open();
     // Ends the run: wakes waiting callers (ORVANE_ERR_ABORT), joins the
-    // delivery thread and destroys the stream (with the node map's lock).
-    // Queued frames are discarded; images the caller holds stay valid.
-    // Runs the config's beforeDestroy between the two. Idempotent.
+    // delivery thread, stops the source's device side and destroys its
+    // stream. Queued frames are discarded; images the caller holds stay
+    // valid. Idempotent.
     void Close();
 
     // The next frame (see the handling modes above). timeoutMs: all ones
@@ -141,9 +139,8 @@ private:
     void EndWaits();
     void DestroyStream();
     void DeliveryLoop();
-    static void StreamCallback(void* run, ArvStreamCallbackType type, ArvBuffer* buffer);
+    static void Completed(void* run, ArvBuffer* buffer);
     void OnBuffer(ArvBuffer* buffer);
-    void RecordFromBuffer(ArvBuffer* buffer, StreamSlot& slot);
     // With m_mutex held: gives the slot back to the stream.
     void RequeueLocked(StreamSlot& slot);
     void UpdateTransportStatistics();
@@ -152,7 +149,7 @@ private:
     StreamRunConfig m_config;
     StreamStatistics& m_stats;
     std::vector<std::shared_ptr<StreamSlot>> m_slots;
-    std::atomic<ArvStream*> m_stream{nullptr}; // owned; created by Open, destroyed by DestroyStream
+    const bool m_losesFrames; // the source may lose frames: gaps in frame IDs count as lost
     std::thread m_delivery;
 
     std::mutex m_mutex;              // see the header comment
@@ -160,35 +157,21 @@ private:
     std::condition_variable m_watch; // the delivery thread's pause
     bool m_stopDelivery = false;
     // Set by Open before any buffer is queued: the delivery thread pops the
-    // completed buffers itself (streams without completion callbacks).
+    // completed buffers itself (sources that complete silently).
     std::atomic<bool> m_popsItself{false};
     std::chrono::steady_clock::time_point m_nextWatch{}; // delivery thread only
     FrameQueue m_queue;
     int64_t m_withStream = 0; // buffers in the stream's hands (queued or being filled)
     bool m_ended = false;
     bool m_lost = false;
-    bool m_streamOpen = false; // returns may be pushed to m_stream
+    bool m_streamOpen = false; // returns may be pushed to the source
     uint64_t m_nextImageId = 1;
-    uint64_t m_discarded = 0; // virtual: buffers that came back without a frame
+    uint64_t m_discarded = 0; // buffers that came back without a frame (virtual cameras)
     bool m_closed = false;
-    // The last frame ID received (GigE Vision: gaps in the IDs are frames
-    // that never arrived).
+    // The last frame ID received (sources that lose frames: gaps in the IDs
+    // are frames that never arrived).
     uint64_t m_lastFrameId = 0;
     uint64_t m_gapFrames = 0;
-
-    // Aravis statistics of the stream (ids of its infos; -1 when absent).
-    enum Info {
-        InfoUnderruns,
-        InfoMissingFrames,
-        InfoReceivedPackets,
-        InfoMissingPackets,
-        InfoResendRequests,
-        InfoResentPackets,
-        InfoDuplicatedPackets,
-        InfoTimeouts,
-        InfoCount
-    };
-    int m_infoIds[InfoCount];
 };
 
 } // namespace internal

@@ -18,6 +18,8 @@
 #include <cstdint>
 #include <mutex>
 
+#include "transport/StreamSlot.h"
+
 namespace Orvane {
 namespace internal {
 
@@ -36,7 +38,7 @@ struct StreamSettings {
     static constexpr int64_t kBufferCountMin = 1;    // StreamAnnounceBufferMinimum
     static constexpr int64_t kBufferCountMax = 1000; // StreamBufferCountMax
     static constexpr int64_t kAutoBufferCount = 10;  // the count Auto mode uses unless acquisition decides otherwise
-    static constexpr int64_t kBufferAlignment = 64;  // StreamBufferAlignment, bytes
+    static constexpr int64_t kBufferAlignment = static_cast<int64_t>(kStreamBufferAlignment); // bytes
 
     BufferCountMode bufferCountMode = BufferCountMode::Manual;
     int64_t bufferCountManual = 10;
@@ -77,7 +79,7 @@ struct StreamStatistics {
     void Reset();
 };
 
-// One stream's settings and statistics; owned by the camera (CameraControl)
+// One stream's settings and statistics; owned by the camera (CameraAccess)
 // for the camera's life, so they survive DeInit like the stream node map.
 class StreamState {
 public:

@@ -4,9 +4,9 @@
 // are NA before Init.
 #include <cstdio>
 
-#include "camera/CameraControl.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
-#include "system/CameraCore.h"
 
 namespace Orvane {
 namespace internal {
@@ -30,18 +30,10 @@ int64_t ParseMac(const std::string& text) {
     return v;
 }
 
-int64_t ToIPv4(GInetAddress* address) {
-    if (!address) return 0;
-    char* text = g_inet_address_to_string(address);
-    const int64_t v = ParseIPv4(text ? text : "");
-    g_free(text);
-    return v;
-}
-
 // A string feature of the open device's own node map, or "" when it has none.
-std::string DeviceFeature(DeviceSession* session, const char* name) {
-    if (!session) return "";
-    INode* node = session->NodeMap().GetNode(name);
+std::string DeviceFeature(DeviceConnection* connection, const char* name) {
+    if (!connection) return "";
+    INode* node = connection->NodeMap().GetNode(name);
     auto* value = dynamic_cast<IString*>(node);
     if (!value) return "";
     const EAccessMode mode = node->GetAccessMode();
@@ -55,23 +47,24 @@ std::string DeviceFeature(DeviceSession* session, const char* name) {
 
 } // namespace
 
-void CameraControl::BuildTLDeviceNodeMap() {
+void CameraAccess::BuildTLDeviceNodeMap() {
     NativeNodeMap& m = m_tlDevice;
-    const DeviceInfo initial = m_core.Info();
-    const std::string transport = initial.transport;
-    const bool gige = transport == "GigEVision";
-    const bool usb3 = transport == "USB3Vision";
+    const TransportFeatures features = m_camera.Through().Features();
+    const bool network = features.networkFeatures;
+    const bool usb = features.usbFeatures;
+    // The GigE Vision category is named after its type.
+    const std::string networkCategory = TLTypeText(TLType::GigEVision);
     auto openOnly = [this] { return m_initialized.load() ? RO : NA; };
-    auto info = [this] { return m_core.Info(); };
+    auto info = [this] { return m_camera.Info(); };
 
     std::vector<std::string> information = {
         "DeviceID",           "DeviceSerialNumber",  "DeviceUserID",    "DeviceVendorName",
         "DeviceModelName",    "DeviceVersion",       "DeviceType",      "DeviceDisplayName",
         "DeviceAccessStatus", "DeviceDriverVersion", "DeviceIsUpdater", "DeviceEndianessMechanism"};
-    if (!usb3) information.push_back("GenICamXMLLocation");
-    if (usb3) information.insert(information.end(), {"DeviceU3VProtocol", "DeviceInstanceId", "DeviceLocation"});
+    if (features.xmlLocation != TransportFeatures::XmlLocation::None) information.push_back("GenICamXMLLocation");
+    if (usb) information.insert(information.end(), {"DeviceU3VProtocol", "DeviceInstanceId", "DeviceLocation"});
     std::vector<std::string> root = {"DeviceInformation"};
-    if (gige) root.push_back("GigEVision");
+    if (network) root.push_back(networkCategory);
     m.AddCategory(MakeInfo("Root", "The camera's transport-layer features."), root);
     m.AddCategory(MakeInfo("DeviceInformation", "Identity and state of the device."), information);
 
@@ -81,7 +74,7 @@ void CameraControl::BuildTLDeviceNodeMap() {
                 {[info] { return info().serialNumber; }});
     m.AddString(MakeInfo("DeviceUserID", "User-defined name of the device (read from the device while it is open)."),
                 {[this, info] {
-                    const std::string own = DeviceFeature(Session().get(), "DeviceUserID");
+                    const std::string own = DeviceFeature(Connection().get(), "DeviceUserID");
                     return own.empty() ? info().userId : own;
                 }});
     m.AddString(MakeInfo("DeviceVendorName", "Vendor of the device."), {[info] { return info().vendorName; }});
@@ -90,18 +83,18 @@ void CameraControl::BuildTLDeviceNodeMap() {
                 {[this, info] {
                     const std::string known = info().deviceVersion;
                     if (!known.empty()) return known;
-                    return DeviceFeature(Session().get(), "DeviceVersion");
+                    return DeviceFeature(Connection().get(), "DeviceVersion");
                 }});
-    const int64_t type = gige ? 0 : usb3 ? 1 : 2;
+    const int64_t type = static_cast<int64_t>(TLTypeOf(m_camera.Through().Kind()));
     m.AddEnumeration(MakeInfo("DeviceType", "Transport layer type of the device."),
-                     {[type] { return type; }, nullptr, {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}}});
+                     {[type] { return type; }, nullptr, TLTypeEntries(TLType::Custom)});
     m.AddString(MakeInfo("DeviceDisplayName", "User-readable name of the device: vendor, model and serial number."),
                 {[info] {
                     const DeviceInfo d = info();
                     return d.vendorName + " " + d.modelName + " (" + d.serialNumber + ")";
                 }});
     m.AddEnumeration(MakeInfo("DeviceAccessStatus", "How the device can be opened now."),
-                     {[this]() -> int64_t { return m_core.AccessStatus(); },
+                     {[this]() -> int64_t { return m_camera.AccessStatus(); },
                       nullptr,
                       {{"Unknown", AccessStatusUnknown},
                        {"ReadWrite", AccessStatusReadWrite},
@@ -118,25 +111,23 @@ void CameraControl::BuildTLDeviceNodeMap() {
     m.AddBoolean(MakeInfo("DeviceIsUpdater", "Whether the device is in firmware update mode."), {[] { return false; }});
     m.AddEnumeration(MakeInfo("DeviceEndianessMechanism", "How the device's GenICam description handles byte order."),
                      {[] { return int64_t(1); }, nullptr, {{"Legacy", 0}, {"Standard", 1}}});
-    if (!usb3) {
-        // Virtual cameras: the SDK holds their description. GigE Vision: the
-        // bootstrap URL register (0x200) names where the XML is.
-        EnumerationSpec location{[this, gige]() -> int64_t {
-                                     if (!gige) return 1;
-                                     const std::shared_ptr<DeviceSession> session = Session();
-                                     if (!session) return 0;
-                                     char url[513] = {0};
-                                     NodeMapBase::MapLock mapLock(session->NodeMap());
-                                     if (!arv_device_read_memory(session->Device(), 0x200, 512, url, nullptr)) return 0;
-                                     const std::string u(url);
+    if (features.xmlLocation != TransportFeatures::XmlLocation::None) {
+        // Host: the SDK holds the description. DeviceUrl: the device's
+        // description URL names where the XML is.
+        const bool fromDevice = features.xmlLocation == TransportFeatures::XmlLocation::DeviceUrl;
+        EnumerationSpec location{[this, fromDevice]() -> int64_t {
+                                     if (!fromDevice) return 1;
+                                     const std::shared_ptr<DeviceConnection> connection = Connection();
+                                     if (!connection) return 0;
+                                     const std::string u = connection->XmlUrl();
                                      return u.compare(0, 5, "File:") == 0 || u.compare(0, 5, "file:") == 0 ? 1 : 0;
                                  },
                                  nullptr,
                                  {{"Device", 0}, {"Host", 1}}};
-        if (gige) location.access = openOnly;
+        if (fromDevice) location.access = openOnly;
         m.AddEnumeration(MakeInfo("GenICamXMLLocation", "Where the device's GenICam description is stored."), location);
     }
-    if (usb3) {
+    if (usb) {
         m.AddBoolean(MakeInfo("DeviceU3VProtocol", "Whether the device speaks the USB3 Vision protocol."),
                      {[] { return true; }});
         m.AddString(MakeInfo("DeviceInstanceId", "Instance identifier of the device on the USB bus."),
@@ -145,8 +136,8 @@ void CameraControl::BuildTLDeviceNodeMap() {
                     {[info] { return info().address; }});
     }
 
-    if (gige) {
-        m.AddCategory(MakeInfo("GigEVision", "GigE Vision connection of the device."),
+    if (network) {
+        m.AddCategory(MakeInfo(networkCategory.c_str(), "GigE Vision connection of the device."),
                       {"GevDeviceIPAddress", "GevDeviceSubnetMask", "GevDeviceGateway", "GevDeviceMACAddress",
                        "GevDeviceModeIsBigEndian", "GevDevicePort", "GevVersionMajor", "GevVersionMinor", "GevCCP",
                        "GevDeviceMaximumPacketSize", "GevDeviceDiscoverMaximumPacketSize"});
@@ -154,20 +145,10 @@ void CameraControl::BuildTLDeviceNodeMap() {
                      {[info] { return ParseIPv4(info().address); }, nullptr, nullptr, nullptr, 1, IPV4Address});
         // Subnet and gateway come from the device's own registers.
         auto currentIp = [this](int which) -> int64_t {
-            const std::shared_ptr<DeviceSession> session = Session();
-            if (!session || !session->GvDevice()) return 0;
-            NodeMapBase::MapLock mapLock(session->NodeMap());
-            GInetAddress* ip = nullptr;
-            GInetAddressMask* mask = nullptr;
-            GInetAddress* gateway = nullptr;
-            if (!arv_gv_device_get_current_ip(session->GvDevice(), &ip, &mask, &gateway, nullptr)) return 0;
-            int64_t v = 0;
-            if (which == 0 && mask) v = ToIPv4(g_inet_address_mask_get_address(mask));
-            if (which == 1) v = ToIPv4(gateway);
-            if (ip) g_object_unref(ip);
-            if (mask) g_object_unref(mask);
-            if (gateway) g_object_unref(gateway);
-            return v;
+            const std::shared_ptr<DeviceConnection> connection = Connection();
+            DeviceConnection::IpConfiguration ip;
+            if (!connection || !connection->CurrentIpConfiguration(ip)) return 0;
+            return which == 0 ? ip.subnetMask : ip.gateway;
         };
         m.AddInteger(MakeInfo("GevDeviceSubnetMask", "Subnet mask of the device (while it is open)."),
                      {[currentIp] { return currentIp(0); }, nullptr, nullptr, nullptr, 1, IPV4Address, "", openOnly});
@@ -180,12 +161,10 @@ void CameraControl::BuildTLDeviceNodeMap() {
         m.AddInteger(MakeInfo("GevDevicePort", "UDP port of the device's control channel."),
                      {[] { return int64_t(3956); }});
         auto version = [this](bool major) -> int64_t {
-            const std::shared_ptr<DeviceSession> session = Session();
-            if (!session) return 0;
-            NodeMapBase::MapLock mapLock(session->NodeMap());
-            guint32 v = 0;
-            if (!arv_device_read_register(session->Device(), 0x0000, &v, nullptr)) return 0;
-            return major ? int64_t(v >> 16) : int64_t(v & 0xFFFF);
+            const std::shared_ptr<DeviceConnection> connection = Connection();
+            uint32_t majorVersion = 0, minorVersion = 0;
+            if (!connection || !connection->ProtocolVersion(majorVersion, minorVersion)) return 0;
+            return major ? int64_t(majorVersion) : int64_t(minorVersion);
         };
         m.AddInteger(MakeInfo("GevVersionMajor", "Major version of the GigE Vision standard the device follows."),
                      {[version] { return version(true); }, nullptr, nullptr, nullptr, 1, PureNumber, "", openOnly});
@@ -193,18 +172,16 @@ void CameraControl::BuildTLDeviceNodeMap() {
                      {[version] { return version(false); }, nullptr, nullptr, nullptr, 1, PureNumber, "", openOnly});
         m.AddEnumeration(MakeInfo("GevCCP", "Control channel privilege the SDK holds on the device."),
                          {[this]() -> int64_t {
-                              const std::shared_ptr<DeviceSession> session = Session();
-                              return session && session->IsController() ? 2 : 0;
+                              const std::shared_ptr<DeviceConnection> connection = Connection();
+                              return connection && connection->IsController() ? 2 : 0;
                           },
                           nullptr,
                           {{"OpenAccess", 0}, {"ExclusiveAccess", 1}, {"ControlAccess", 2}},
                           openOnly});
         m.AddInteger(MakeInfo("GevDeviceMaximumPacketSize", "Size of the stream packets the device sends, in bytes."),
                      {[this]() -> int64_t {
-                          const std::shared_ptr<DeviceSession> session = Session();
-                          if (!session || !session->GvDevice()) return 0;
-                          NodeMapBase::MapLock mapLock(session->NodeMap());
-                          return arv_gv_device_get_packet_size(session->GvDevice(), nullptr);
+                          const std::shared_ptr<DeviceConnection> connection = Connection();
+                          return connection ? connection->PacketSize() : 0;
                       },
                       nullptr, nullptr, nullptr, 1, PureNumber, "B", openOnly});
         m.AddCommand(MakeInfo("GevDeviceDiscoverMaximumPacketSize",

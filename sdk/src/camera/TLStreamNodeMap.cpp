@@ -1,8 +1,9 @@
 // The transport-layer stream node map of a camera (stream 0): buffer
 // settings stored in the camera's StreamState for the acquisition code, and
-// the counters it fills. Packet features exist for GigE Vision only.
-#include "camera/CameraControl.h"
-#include "system/CameraCore.h"
+// the counters it fills. Packet features exist for packet transports only
+// (TransportFeatures::networkFeatures: GigE Vision).
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 
 namespace Orvane {
 namespace internal {
@@ -10,10 +11,10 @@ namespace internal {
 using namespace GenApi;
 using namespace GenApi::impl;
 
-void CameraControl::BuildTLStreamNodeMap() {
+void CameraAccess::BuildTLStreamNodeMap() {
     NativeNodeMap& m = m_tlStream;
-    const std::string transport = m_core.Info().transport;
-    const bool gige = transport == "GigEVision";
+    // Packet transports (GigE Vision) have packet counters and resend control.
+    const bool packets = m_camera.Through().Features().networkFeatures;
     StreamState& s = m_stream;
     StreamStatistics& st = s.statistics;
     // Buffer settings are fixed while an acquisition runs.
@@ -27,11 +28,11 @@ void CameraControl::BuildTLStreamNodeMap() {
     };
 
     std::vector<std::string> information = {"StreamID", "StreamType"};
-    if (gige) information.push_back("StreamMode");
+    if (packets) information.push_back("StreamMode");
     std::vector<std::string> diagnostics = {"StreamStartedFrameCount",  "StreamDeliveredFrameCount",
                                             "StreamReceivedFrameCount", "StreamIncompleteFrameCount",
                                             "StreamLostFrameCount",     "StreamDroppedFrameCount"};
-    if (gige)
+    if (packets)
         diagnostics.insert(diagnostics.end(),
                            {"StreamReceivedPacketCount", "StreamMissedPacketCount", "StreamPacketResendRequestCount",
                             "StreamPacketResendRequestTimeoutCount", "StreamPacketResendRequestedPacketCount",
@@ -42,17 +43,17 @@ void CameraControl::BuildTLStreamNodeMap() {
         "StreamAnnouncedBufferCount", "StreamInputBufferCount",   "StreamOutputBufferCount",
         "StreamIsGrabbing",           "StreamBufferAlignment",    "StreamCRCCheckEnable"};
     std::vector<std::string> root = {"StreamInformation", "BufferHandlingControl", "StreamDiagnostics"};
-    if (gige) root.push_back("PacketResendControl");
+    if (packets) root.push_back("PacketResendControl");
     m.AddCategory(MakeInfo("Root", "The stream's transport-layer features."), root);
     m.AddCategory(MakeInfo("StreamInformation", "Identity of the stream."), information);
     m.AddCategory(MakeInfo("BufferHandlingControl", "Buffers of the stream and how they are queued."), control);
     m.AddCategory(MakeInfo("StreamDiagnostics", "Counters of the stream since its acquisition started."), diagnostics);
 
     m.AddString(MakeInfo("StreamID", "Identifier of the stream."), {[] { return std::string("Stream0"); }});
-    const int64_t type = gige ? 0 : transport == "USB3Vision" ? 1 : 2;
+    const int64_t type = static_cast<int64_t>(TLTypeOf(m_camera.Through().Kind()));
     m.AddEnumeration(MakeInfo("StreamType", "Transport layer type of the stream."),
-                     {[type] { return type; }, nullptr, {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}}});
-    if (gige)
+                     {[type] { return type; }, nullptr, TLTypeEntries(TLType::Custom)});
+    if (packets)
         m.AddEnumeration(MakeInfo("StreamMode", "How the stream receives its data."),
                          {[] { return int64_t(0); }, nullptr, {{"Socket", 0}}});
 
@@ -127,7 +128,7 @@ void CameraControl::BuildTLStreamNodeMap() {
     counter("StreamLostFrameCount", "Frames that never arrived (no buffer, gaps in frame ids).", st.lostFrames);
     counter("StreamDroppedFrameCount", "Frames discarded by the buffer handling mode.", st.droppedFrames);
 
-    if (gige) {
+    if (packets) {
         counter("StreamReceivedPacketCount", "Stream packets received.", st.receivedPackets);
         counter("StreamMissedPacketCount", "Stream packets missed.", st.missedPackets);
         counter("StreamPacketResendRequestCount", "Resend requests sent.", st.resendRequests);

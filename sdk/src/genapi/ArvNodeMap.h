@@ -23,7 +23,7 @@
 // Values of nodes whose mode is not NoCache, and access modes whose inputs
 // are all cachable, are kept until the graph invalidates them (a write,
 // InvalidateNode, InvalidateNodes, Poll, a command, a port write, a behaviour
-// of the device session notifying what it changed). Whoever changes device
+// of the device connection notifying what it changed). Whoever changes device
 // memory behind the map's back (direct ArvDevice or ArvGc calls, fake camera
 // memory) calls InvalidateNodes, or NotifyChanged on the registers it changed.
 //
@@ -43,7 +43,7 @@
 // so cached values and access modes of everything reading through it are
 // dropped and its node callbacks fire.
 //
-// Device observer: one object (the DeviceSession) may watch the device
+// Device observer: one object (the DeviceConnection) may watch the device
 // accesses the map makes: AfterWrite after every write that reached the
 // device (a feature's register, a command, a port node's Write), BeforeRead
 // before a node marked with WatchReads reads the device past its cache. Both

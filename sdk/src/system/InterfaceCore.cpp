@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
-#include "system/CameraCore.h"
 
 namespace Orvane {
 namespace internal {
@@ -12,7 +12,7 @@ namespace internal {
 using namespace GenApi;
 using namespace GenApi::impl;
 
-InterfaceCore::InterfaceCore(std::unique_ptr<Transport> transport)
+InterfaceCore::InterfaceCore(std::shared_ptr<Transport> transport)
     : m_transport(std::move(transport)), m_nodeMap("TLInterface") {
     BuildNodeMap();
 }
@@ -32,7 +32,7 @@ CameraChanges InterfaceCore::Update() {
             (*it)->Core().UpdateInfo(info);
             next.push_back(*it);
         } else {
-            CameraPtr camera(std::make_shared<CameraBase>(std::make_shared<CameraCore>(info)));
+            CameraPtr camera(std::make_shared<CameraBase>(std::make_shared<DiscoveredCamera>(info, m_transport)));
             changes.arrived.push_back(camera);
             next.push_back(camera);
         }
@@ -88,7 +88,7 @@ DeviceInfo InterfaceCore::SelectedDevice() {
 
 void InterfaceCore::BuildNodeMap() {
     NativeNodeMap& m = m_nodeMap;
-    const bool gige = Id() == "GigEVision";
+    const bool network = m_transport->Features().networkFeatures;
     auto deviceAvailable = [this] {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_cameras.empty() ? NA : RO;
@@ -105,15 +105,14 @@ void InterfaceCore::BuildNodeMap() {
     m.AddString(MakeInfo("InterfaceID", "Unique identifier of the interface."), {[this] { return Id(); }});
     m.AddString(MakeInfo("InterfaceDisplayName", "User-readable name of the interface."),
                 {[this] { return DisplayName(); }});
-    const std::vector<std::pair<std::string, int64_t>> types = {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}};
-    const int64_t type = gige ? 0 : Id() == "USB3Vision" ? 1 : 2;
+    const int64_t type = static_cast<int64_t>(TLTypeOf(Kind()));
     m.AddEnumeration(MakeInfo("InterfaceType", "Transport layer type of the interface."),
-                     {[type] { return type; }, nullptr, types});
+                     {[type] { return type; }, nullptr, TLTypeEntries(TLType::Custom)});
 
     std::vector<std::string> enumeration = {
         "DeviceUpdateList", "DeviceCount",        "DeviceSelector",     "DeviceID",     "DeviceVendorName",
         "DeviceModelName",  "DeviceSerialNumber", "DeviceAccessStatus", "DeviceUserID", "DeviceAddress"};
-    if (gige) enumeration.insert(enumeration.end(), {"GevDeviceIPAddress", "GevDeviceMACAddress"});
+    if (network) enumeration.insert(enumeration.end(), {"GevDeviceIPAddress", "GevDeviceMACAddress"});
     m.AddCategory(MakeInfo("DeviceEnumeration", "Devices found on this interface."), enumeration);
     m.AddCommand(MakeInfo("DeviceUpdateList", "Rediscovers the devices of this interface."),
                  {[this] { Update(); }, nullptr, nullptr});
@@ -161,7 +160,7 @@ void InterfaceCore::BuildNodeMap() {
                           return m_cameras[static_cast<size_t>(m_deviceSelector)]->Core().AccessStatus();
                       },
                       nullptr, access, deviceAvailable});
-    if (gige) {
+    if (network) {
         auto ipv4 = [this]() -> int64_t {
             const std::string a = SelectedDevice().address;
             unsigned b[4] = {0, 0, 0, 0};

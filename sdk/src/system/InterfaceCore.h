@@ -1,8 +1,9 @@
 // InterfaceCore: the state behind one Orvane::Interface: its transport, the
 // cameras found by the last discovery, and its transport-layer node map.
 //
-// Locking: m_mutex guards the camera list and the selector; it is held while
-// the transport discovers, so concurrent updates of one interface serialise.
+// Locking: m_mutex guards the camera list and the selector. The transport
+// discovers before it is taken; concurrent updates of one interface then
+// apply their results one after the other.
 #ifndef ORVANE_SYSTEM_INTERFACE_CORE_H
 #define ORVANE_SYSTEM_INTERFACE_CORE_H
 
@@ -12,7 +13,7 @@
 
 #include "Orvane/CameraList.h"
 #include "genapi/NativeNodeMap.h"
-#include "system/Transport.h"
+#include "transport/Transport.h"
 
 namespace Orvane {
 namespace internal {
@@ -25,11 +26,12 @@ struct CameraChanges {
 
 class InterfaceCore {
 public:
-    explicit InterfaceCore(std::unique_ptr<Transport> transport);
+    explicit InterfaceCore(std::shared_ptr<Transport> transport);
     ~InterfaceCore();
 
     std::string Id() const { return m_transport->Id(); }
     std::string DisplayName() const { return m_transport->DisplayName(); }
+    TransportKind Kind() const { return m_transport->Kind(); }
 
     // Rediscovers; returns the cameras that arrived and those that left.
     CameraChanges Update();
@@ -47,7 +49,7 @@ private:
     void BuildNodeMap();
     DeviceInfo SelectedDevice();
 
-    std::unique_ptr<Transport> m_transport;
+    std::shared_ptr<Transport> m_transport; // shared with the cameras it found
     std::mutex m_mutex;
     bool m_discovered = false;
     std::vector<CameraPtr> m_cameras;

@@ -4,10 +4,10 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <sstream>
 
+#include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
-#include "system/CameraCore.h"
+#include "transport/Transports.h"
 
 namespace Orvane {
 namespace internal {
@@ -47,20 +47,11 @@ void SystemCore::Release(const std::shared_ptr<SystemCore>& core) {
 }
 
 SystemCore::SystemCore() : m_nodeMap("TLSystem") {
+    for (const BuiltInTransport& t : BuiltInTransports())
+        m_transports.push_back(TransportSlot{t.kind, t.enabledByDefault, nullptr});
     if (const char* t = std::getenv("ORVANE_TRANSPORTS")) {
-        m_enableVirtual = m_enableGigE = m_enableUSB3 = false;
-        std::stringstream list(t);
-        std::string item;
-        while (std::getline(list, item, ',')) {
-            if (item == "all")
-                m_enableVirtual = m_enableGigE = m_enableUSB3 = true;
-            else if (item == "virtual")
-                m_enableVirtual = true;
-            else if (item == "gige")
-                m_enableGigE = true;
-            else if (item == "usb3")
-                m_enableUSB3 = true;
-        }
+        for (TransportSlot& slot : m_transports) slot.enabled = false;
+        for (TransportKind kind : ParseTransportList(t)) Slot(kind)->enabled = true;
     }
     if (const char* n = std::getenv("ORVANE_VIRTUAL_CAMERAS")) {
         char* end = nullptr;
@@ -75,27 +66,32 @@ SystemCore::~SystemCore() = default;
 
 void SystemCore::Shutdown() {
     std::lock_guard<std::mutex> lock(m_mutex);
-    for (InterfacePtr* i : {&m_virtual, &m_gige, &m_usb3})
-        if (*i) (*i)->Core().Clear();
+    for (TransportSlot& slot : m_transports)
+        if (slot.interface) slot.interface->Core().Clear();
     m_lastInterfaces.clear();
 }
 
-bool SystemCore::TransportEnabled(const std::string& id) const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    if (id == "Virtual") return m_enableVirtual;
-    if (id == "GigEVision") return m_enableGigE;
-    if (id == "USB3Vision") return m_enableUSB3;
-    return false;
+SystemCore::TransportSlot* SystemCore::Slot(TransportKind kind) {
+    for (TransportSlot& slot : m_transports)
+        if (slot.kind == kind) return &slot;
+    return nullptr;
 }
 
-void SystemCore::EnableTransport(const std::string& id, bool enable) {
+const SystemCore::TransportSlot* SystemCore::Slot(TransportKind kind) const {
+    for (const TransportSlot& slot : m_transports)
+        if (slot.kind == kind) return &slot;
+    return nullptr;
+}
+
+bool SystemCore::TransportEnabled(TransportKind kind) const {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (id == "Virtual")
-        m_enableVirtual = enable;
-    else if (id == "GigEVision")
-        m_enableGigE = enable;
-    else if (id == "USB3Vision")
-        m_enableUSB3 = enable;
+    const TransportSlot* slot = Slot(kind);
+    return slot && slot->enabled;
+}
+
+void SystemCore::EnableTransport(TransportKind kind, bool enable) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (TransportSlot* slot = Slot(kind)) slot->enabled = enable;
 }
 
 void SystemCore::SetVirtualCameraCount(int count) {
@@ -106,23 +102,19 @@ void SystemCore::SetVirtualCameraCount(int count) {
 std::vector<InterfacePtr> SystemCore::EnabledInterfaces() {
     std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<InterfacePtr> out;
-    auto make = [](InterfacePtr& slot, std::unique_ptr<Transport> (*factory)()) {
-        if (!slot) slot = InterfacePtr(std::make_shared<Interface>(std::make_shared<InterfaceCore>(factory())));
-        return slot;
-    };
-    if (m_enableVirtual) {
-        if (!m_virtual) {
-            auto transport = MakeVirtualTransport([this] {
+    for (TransportSlot& slot : m_transports) {
+        if (!slot.enabled) continue;
+        if (!slot.interface) {
+            TransportOptions options;
+            options.virtualCameraCount = [this] {
                 std::lock_guard<std::mutex> l(m_mutex);
                 return m_virtualCount;
-            });
-            m_virtual =
-                InterfacePtr(std::make_shared<Interface>(std::make_shared<InterfaceCore>(std::move(transport))));
+            };
+            slot.interface = InterfacePtr(
+                std::make_shared<Interface>(std::make_shared<InterfaceCore>(MakeTransport(slot.kind, options))));
         }
-        out.push_back(m_virtual);
+        out.push_back(slot.interface);
     }
-    if (m_enableGigE) out.push_back(make(m_gige, &MakeGigEVisionTransport));
-    if (m_enableUSB3) out.push_back(make(m_usb3, &MakeUSB3VisionTransport));
     return out;
 }
 
@@ -165,8 +157,8 @@ bool SystemCore::InUse() {
     std::vector<InterfacePtr> interfaces;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        for (InterfacePtr* i : {&m_virtual, &m_gige, &m_usb3})
-            if (*i) interfaces.push_back(*i);
+        for (const TransportSlot& slot : m_transports)
+            if (slot.interface) interfaces.push_back(slot.interface);
     }
     for (const InterfacePtr& i : interfaces) {
         // Held here, in the member slot and possibly in m_lastInterfaces.
@@ -206,9 +198,8 @@ void SystemCore::BuildNodeMap() {
          slash == std::string::npos ? path : path.substr(slash + 1));
     text("TLDisplayName", "User-readable name of the transport layer.", "Orvane transport layer");
     text("TLPath", "Full path of the library implementing the transport layer.", path);
-    m.AddEnumeration(
-        MakeInfo("TLType", "Transport layer type."),
-        {[] { return int64_t(3); }, nullptr, {{"GigEVision", 0}, {"USB3Vision", 1}, {"Custom", 2}, {"Mixed", 3}}});
+    m.AddEnumeration(MakeInfo("TLType", "Transport layer type."),
+                     {[] { return static_cast<int64_t>(TLType::Mixed); }, nullptr, TLTypeEntries(TLType::Mixed)});
     number("GenTLVersionMajor", "Major version of the GenTL interface the layer follows.", 1);
     number("GenTLVersionMinor", "Minor version of the GenTL interface the layer follows.", 5);
     number("GenTLSFNCVersionMajor", "Major version of the GenTL feature naming the layer follows.", 1);
@@ -253,14 +244,15 @@ void SystemCore::BuildNodeMap() {
     m.AddCategory(
         MakeInfo("TransportSelection", "Which transports discovery covers."),
         {"EnumerateVirtualInterfaces", "VirtualCameraCount", "EnumerateGEVInterfaces", "EnumerateUSBInterfaces"});
-    auto toggle = [&](const char* name, const char* tip, const char* id) {
-        m.AddBoolean(MakeInfo(name, tip),
-                     {[this, id] { return TransportEnabled(id); }, [this, id](bool v) { EnableTransport(id, v); }});
+    auto toggle = [&](const char* name, const char* tip, TransportKind kind) {
+        m.AddBoolean(MakeInfo(name, tip), {[this, kind] { return TransportEnabled(kind); },
+                                           [this, kind](bool v) { EnableTransport(kind, v); }});
     };
-    toggle("EnumerateVirtualInterfaces", "Whether discovery lists the built-in virtual cameras.", "Virtual");
+    toggle("EnumerateVirtualInterfaces", "Whether discovery lists the built-in virtual cameras.",
+           TransportKind::Virtual);
     toggle("EnumerateGEVInterfaces", "Whether discovery covers GigE Vision (broadcasts on every network adapter).",
-           "GigEVision");
-    toggle("EnumerateUSBInterfaces", "Whether discovery covers USB3 Vision.", "USB3Vision");
+           TransportKind::GigEVision);
+    toggle("EnumerateUSBInterfaces", "Whether discovery covers USB3 Vision.", TransportKind::USB3Vision);
     m.AddInteger(MakeInfo("VirtualCameraCount", "Number of built-in virtual cameras."),
                  {[this] { return int64_t(VirtualCameraCount()); },
                   [this](int64_t v) { SetVirtualCameraCount(static_cast<int>(v)); }, [] { return int64_t(0); },

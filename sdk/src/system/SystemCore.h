@@ -17,6 +17,7 @@
 #include "Orvane/InterfaceList.h"
 #include "genapi/NativeNodeMap.h"
 #include "system/InterfaceCore.h"
+#include "transport/TransportKind.h"
 
 namespace Orvane {
 namespace internal {
@@ -38,8 +39,8 @@ public:
     GenApi::INodeMap& TLNodeMap() { return m_nodeMap; }
 
     // Transport selection (also through the TL node map).
-    bool TransportEnabled(const std::string& id) const;
-    void EnableTransport(const std::string& id, bool enable);
+    bool TransportEnabled(TransportKind kind) const;
+    void EnableTransport(TransportKind kind, bool enable);
     int VirtualCameraCount() const { return m_virtualCount; }
     void SetVirtualCameraCount(int count);
 
@@ -49,13 +50,20 @@ private:
     // Interfaces of the enabled transports, created on first use.
     std::vector<InterfacePtr> EnabledInterfaces();
 
+    // One built-in transport: whether discovery covers it, and its interface.
+    struct TransportSlot {
+        TransportKind kind;
+        bool enabled;
+        InterfacePtr interface; // created on first use
+    };
+    // The slot of a kind (m_mutex held); null for a kind that is not built in.
+    TransportSlot* Slot(TransportKind kind);
+    const TransportSlot* Slot(TransportKind kind) const;
+
     mutable std::mutex m_mutex;
     int m_references = 0;
-    bool m_enableVirtual = true;
-    bool m_enableGigE = false;
-    bool m_enableUSB3 = false;
+    std::vector<TransportSlot> m_transports; // in the order of BuiltInTransports
     int m_virtualCount = 1;
-    InterfacePtr m_virtual, m_gige, m_usb3;
     std::vector<InterfacePtr> m_lastInterfaces; // as of the last interface update
     int64_t m_interfaceSelector = 0;
     GenApi::impl::NativeNodeMap m_nodeMap;

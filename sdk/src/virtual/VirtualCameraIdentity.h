@@ -3,7 +3,7 @@
 #ifndef ORVANE_VIRTUAL_CAMERA_IDENTITY_H
 #define ORVANE_VIRTUAL_CAMERA_IDENTITY_H
 
-#include "system/DeviceInfo.h"
+#include "transport/DeviceInfo.h"
 
 namespace Orvane {
 namespace internal {

@@ -3,21 +3,21 @@
 #include <chrono>
 #include <vector>
 
-#include "camera/DeviceSession.h"
 #include "genapi/ArvNodeMap.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraStorage.h"
+#include "virtual/VirtualDeviceConnection.h"
 
 namespace Orvane {
 namespace internal {
 
 using GenApi::impl::NodeMapBase;
 
-VirtualCameraRuntime::VirtualCameraRuntime(DeviceSession& session, const std::string& serialNumber)
+VirtualCameraRuntime::VirtualCameraRuntime(VirtualDeviceConnection& session, const std::string& serialNumber)
     : VirtualCameraRuntime(session, serialNumber, NodeMapBase::MapLock(session.NodeMap())) {}
 
 // The lock taken by the constructor above is held until this one returns.
-VirtualCameraRuntime::VirtualCameraRuntime(DeviceSession& session, const std::string& serialNumber,
+VirtualCameraRuntime::VirtualCameraRuntime(VirtualDeviceConnection& session, const std::string& serialNumber,
                                            const NodeMapBase::MapLock&)
     : m_storage(VirtualCameraStorage::For(serialNumber)), m_registers(session.FakeCamera(), session.NodeMap()),
       m_lines(m_registers), m_status(m_registers, m_clock, m_lines), m_stored(m_registers, *m_storage),

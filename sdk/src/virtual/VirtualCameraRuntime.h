@@ -1,6 +1,6 @@
 // VirtualCameraRuntime: the control side of a virtual camera, the behaviour
 // (DeviceBehaviour) that makes its plain register memory act like a camera.
-// One per open session of a virtual camera, created by the DeviceSession and
+// One per open connection of a virtual camera, created by its VirtualDeviceConnection and
 // added as a last behaviour; it lives as long as the session.
 //
 // It composes the parts that each do one thing, and routes the session's
@@ -42,8 +42,8 @@
 #include <string>
 #include <utility>
 
-#include "camera/DeviceBehaviour.h"
 #include "genapi/NodeMapBase.h"
+#include "transport/DeviceBehaviour.h"
 #include "virtual/VirtualCameraClock.h"
 #include "virtual/VirtualCommands.h"
 #include "virtual/VirtualConsistencyRules.h"
@@ -59,14 +59,14 @@
 namespace Orvane {
 namespace internal {
 
-class DeviceSession;
+class VirtualDeviceConnection;
 struct VirtualCameraStorage;
 
 class VirtualCameraRuntime : public DeviceBehaviour {
 public:
     // Takes a snapshot of the fresh device's memory (its initial values).
     // Raises ORVANE_ERR_INVALID_ARGUMENT when the session is no virtual camera.
-    VirtualCameraRuntime(DeviceSession& session, const std::string& serialNumber);
+    VirtualCameraRuntime(VirtualDeviceConnection& session, const std::string& serialNumber);
     ~VirtualCameraRuntime() override;
     VirtualCameraRuntime(const VirtualCameraRuntime&) = delete;
     VirtualCameraRuntime& operator=(const VirtualCameraRuntime&) = delete;
@@ -105,7 +105,7 @@ public:
 
 private:
     // Builds every part with the node map's lock held (`lock`).
-    VirtualCameraRuntime(DeviceSession& session, const std::string& serialNumber,
+    VirtualCameraRuntime(VirtualDeviceConnection& session, const std::string& serialNumber,
                          const GenApi::impl::NodeMapBase::MapLock& lock);
 
     void Execute(const VirtualCommands::Command& command);

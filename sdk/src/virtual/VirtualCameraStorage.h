@@ -4,7 +4,7 @@
 //
 // Ownership and lifetime: one storage per serial number, created on first use
 // and kept for the life of the process, so a camera finds its saved settings
-// again after DeInit and Init (a new DeviceSession). Nothing is written to disk.
+// again after DeInit and Init (a new DeviceConnection). Nothing is written to disk.
 //
 // Locking: `mutex` guards every member; the runtime of the camera's open
 // session takes it (with the node map's lock held, in that order).

@@ -7,7 +7,7 @@
 // the caller.
 //
 // Commands whose register another behaviour claimed
-// (DeviceSession::ClaimCommandRegister: the acquisition's, while a stream
+// (DeviceConnection::ClaimCommandRegister: the acquisition's, while a stream
 // engine runs) are left alone: that behaviour completes them. Unclaimed
 // commands with nothing to do (the acquisition's while no engine runs,
 // DeviceRegistersStreamingStart, GevSCPSFireTestPacket, ...) are completed at

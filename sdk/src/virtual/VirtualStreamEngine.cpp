@@ -4,13 +4,13 @@
 #include <iterator>
 #include <limits>
 
-#include "acquisition/StreamSlot.h"
-#include "camera/DeviceSession.h"
 #include "image/ChunkLayout.h"
 #include "image/PixelFormatInfo.h"
+#include "transport/StreamSlot.h"
 #include "virtual/BigEndian.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
+#include "virtual/VirtualDeviceConnection.h"
 
 namespace Orvane {
 namespace internal {
@@ -41,25 +41,24 @@ constexpr uint32_t kUnlimitedPeriodUs = 1000;
 
 } // namespace
 
-std::shared_ptr<VirtualStreamEngine> VirtualStreamEngine::Attach(DeviceSession& session) {
-    ArvFakeCamera* camera = session.FakeCamera();
-    VirtualCameraRuntime* runtime = session.VirtualRuntime();
-    if (!camera || !runtime) return nullptr;
-    std::shared_ptr<VirtualStreamEngine> engine(new VirtualStreamEngine(session, *runtime, camera));
-    GenApi::impl::NodeMapBase::MapLock lock(session.NodeMap());
-    session.ClaimCommandRegister(reg::AcquisitionStart.address);
-    session.ClaimCommandRegister(reg::AcquisitionStop.address);
-    session.ClaimCommandRegister(reg::AcquisitionAbort.address);
-    for (int sel = 0; sel < kSelectors; ++sel) session.ClaimCommandRegister(TriggerSoftwareAddress(sel));
-    session.AddBehaviour(engine);
+std::shared_ptr<VirtualStreamEngine> VirtualStreamEngine::Attach(VirtualDeviceConnection& connection) {
+    ArvFakeCamera* camera = connection.FakeCamera();
+    std::shared_ptr<VirtualStreamEngine> engine(new VirtualStreamEngine(connection, connection.Runtime(), camera));
+    GenApi::impl::NodeMapBase::MapLock lock(connection.NodeMap());
+    connection.ClaimCommandRegister(reg::AcquisitionStart.address);
+    connection.ClaimCommandRegister(reg::AcquisitionStop.address);
+    connection.ClaimCommandRegister(reg::AcquisitionAbort.address);
+    for (int sel = 0; sel < kSelectors; ++sel) connection.ClaimCommandRegister(TriggerSoftwareAddress(sel));
+    connection.AddBehaviour(engine);
     arv_fake_camera_set_trigger_frequency(camera, kTriggerPollHz);
     arv_fake_camera_set_fill_pattern(camera, &VirtualStreamEngine::FillHook, engine.get());
     engine->SyncFramePeriod();
     return engine;
 }
 
-VirtualStreamEngine::VirtualStreamEngine(DeviceSession& session, VirtualCameraRuntime& runtime, ArvFakeCamera* camera)
-    : m_session(session), m_runtime(runtime), m_camera(ARV_FAKE_CAMERA(g_object_ref(camera))) {}
+VirtualStreamEngine::VirtualStreamEngine(DeviceConnection& connection, VirtualCameraRuntime& runtime,
+                                         ArvFakeCamera* camera)
+    : m_connection(connection), m_runtime(runtime), m_camera(ARV_FAKE_CAMERA(g_object_ref(camera))) {}
 
 VirtualStreamEngine::~VirtualStreamEngine() {
     arv_fake_camera_set_fill_pattern(m_camera, nullptr, nullptr);
@@ -95,7 +94,8 @@ double VirtualStreamEngine::RegDouble(uint32_t address) const {
 
 void VirtualStreamEngine::Clear(uint32_t address, const char* registerNode) const {
     arv_fake_camera_write_register(m_camera, address, 0);
-    if (GenApi::impl::Node* node = m_session.NodeMap().FindNode(registerNode)) m_session.NodeMap().NotifyChanged(*node);
+    if (GenApi::impl::Node* node = m_connection.NodeMap().FindNode(registerNode))
+        m_connection.NodeMap().NotifyChanged(*node);
 }
 
 void VirtualStreamEngine::SyncFramePeriod() {
@@ -113,8 +113,8 @@ void VirtualStreamEngine::SyncFramePeriod() {
     }
     if (next != period) {
         arv_fake_camera_write_register(m_camera, reg::AcquisitionFrameRate.address, next);
-        if (GenApi::impl::Node* node = m_session.NodeMap().FindNode("AcquisitionFrameRateReg"))
-            m_session.NodeMap().NotifyChanged(*node);
+        if (GenApi::impl::Node* node = m_connection.NodeMap().FindNode("AcquisitionFrameRateReg"))
+            m_connection.NodeMap().NotifyChanged(*node);
     }
 }
 
@@ -153,7 +153,7 @@ VirtualStreamEngine::Settings VirtualStreamEngine::ReadSettings() const {
 // Host side ---------------------------------------------------------------------
 
 void VirtualStreamEngine::OpenStream() {
-    m_session.NotifyRead(); // counters, timers and lines up to date
+    m_connection.NotifyRead(); // counters, timers and lines up to date
     SyncFramePeriod();
     const Settings settings = ReadSettings();
     {

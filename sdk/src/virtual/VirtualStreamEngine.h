@@ -33,8 +33,8 @@
 // it. Both, like AcquisitionStart, clear the AcquisitionStart register (the
 // fake camera's acquisition register) and their own register.
 //
-// The engine claims these command registers (DeviceSession::ClaimCommandRegister)
-// and completes them itself. While AcquisitionFrameRateEnable is off,
+// The engine claims these command registers
+// (DeviceConnection::ClaimCommandRegister) and completes them itself. While AcquisitionFrameRateEnable is off,
 // AcquisitionFrameRate is not available and the engine sets the fake
 // camera's frame period register (which is AcquisitionFrameRate's) to 1 ms so
 // that the fake's own pacing never holds back an exposure-paced frame; it
@@ -44,9 +44,10 @@
 // made. Timestamps are the camera clock (VirtualCameraRuntime::TimestampNs,
 // ns) when the frame started.
 //
-// Threads and locks (owner: the camera's DeviceSession, whose behaviour list
-// holds the engine once the acquisition code attached it; the acquisition
-// code keeps a weak reference, and a running acquisition a strong one):
+// Threads and locks (owner: the camera's VirtualDeviceConnection, which
+// attaches the engine when its first stream source is made and keeps it, as
+// does its behaviour list; a running acquisition's stream source holds it
+// too):
 //   - Fill runs on the fake stream's thread; it never takes the node map's
 //     lock (the acquisition destroys streams with that lock held);
 //   - OnWrite and OpenStream run on the thread that changed the camera, with
@@ -66,23 +67,23 @@
 #include <memory>
 #include <mutex>
 
-#include "camera/DeviceBehaviour.h"
+#include "transport/DeviceBehaviour.h"
 #include "virtual/TestPattern.h"
 #include "virtual/VirtualChunks.h"
 
 namespace Orvane {
 namespace internal {
 
-class DeviceSession;
+class DeviceConnection;
 class VirtualCameraRuntime;
+class VirtualDeviceConnection;
 
 class VirtualStreamEngine : public DeviceBehaviour {
 public:
-    // Makes the engine of a virtual camera's session: adds it to the
-    // session's behaviours, claims the acquisition's command registers and
-    // installs it as the fake camera's fill hook. Null when the session is
-    // not a virtual camera. Takes the node map's lock.
-    static std::shared_ptr<VirtualStreamEngine> Attach(DeviceSession& session);
+    // Makes the engine of a virtual camera's connection: adds it to the
+    // connection's behaviours, claims the acquisition's command registers and
+    // installs it as the fake camera's fill hook. Takes the node map's lock.
+    static std::shared_ptr<VirtualStreamEngine> Attach(VirtualDeviceConnection& connection);
     // Restores the fake camera's own fill. No stream may exist any more.
     ~VirtualStreamEngine() override;
     VirtualStreamEngine(const VirtualStreamEngine&) = delete;
@@ -130,7 +131,7 @@ private:
         uint64_t timestampLatchValue = 0;
     };
 
-    VirtualStreamEngine(DeviceSession& session, VirtualCameraRuntime& runtime, ArvFakeCamera* camera);
+    VirtualStreamEngine(DeviceConnection& connection, VirtualCameraRuntime& runtime, ArvFakeCamera* camera);
     static void FillHook(ArvBuffer* buffer, void* engine, guint32 exposureUs, guint32 gain, ArvPixelFormat format);
     void Fill(ArvBuffer* buffer, guint32 pixelFormat);
     // With m_mutex held.
@@ -147,7 +148,7 @@ private:
     // Node map lock held: the fake's frame period while AcquisitionFrameRateEnable is off.
     void SyncFramePeriod();
 
-    DeviceSession& m_session;
+    DeviceConnection& m_connection;
     VirtualCameraRuntime& m_runtime;
     ArvFakeCamera* m_camera;         // a reference of our own
     uint32_t m_savedFramePeriod = 0; // node map lock: the user's period while the engine holds the register

@@ -2,8 +2,10 @@
 // the cameras exist by configuration (VirtualCameraCount).
 #include <cstdio>
 
-#include "system/Transport.h"
+#include "transport/Transports.h"
 #include "virtual/VirtualCameraIdentity.h"
+#include "virtual/VirtualDevice.h"
+#include "virtual/VirtualDeviceConnection.h"
 
 namespace Orvane {
 namespace internal {
@@ -13,8 +15,15 @@ namespace {
 class VirtualTransport : public Transport {
 public:
     explicit VirtualTransport(std::function<int()> count) : m_count(std::move(count)) {}
-    std::string Id() const override { return "Virtual"; }
+
+    TransportKind Kind() const override { return TransportKind::Virtual; }
     std::string DisplayName() const override { return "Orvane virtual cameras"; }
+    TransportFeatures Features() const override {
+        TransportFeatures f;
+        f.xmlLocation = TransportFeatures::XmlLocation::Host;
+        f.alwaysAccessible = true;
+        return f;
+    }
 
     std::vector<DeviceInfo> Discover() override {
         std::vector<DeviceInfo> devices;
@@ -22,6 +31,10 @@ public:
         devices.reserve(n > 0 ? static_cast<size_t>(n) : 0);
         for (int i = 0; i < n; ++i) devices.push_back(VirtualCameraInfo(i));
         return devices;
+    }
+
+    std::shared_ptr<DeviceConnection> Open(const DeviceInfo& info) const override {
+        return std::make_shared<VirtualDeviceConnection>(OpenVirtualDevice(info), info);
     }
 
 private:
@@ -34,11 +47,11 @@ DeviceInfo VirtualCameraInfo(int index) {
     char serial[16];
     std::snprintf(serial, sizeof serial, "VC%04d", index + 1);
     DeviceInfo d;
-    d.transport = "Virtual";
-    d.protocol = "Virtual";
+    d.kind = TransportKind::Virtual;
+    d.protocol = InterfaceIdText(d.kind);
     d.serialNumber = serial;
     d.deviceId = std::string("Orvane-VirtualCamera-") + serial;
-    d.uniqueId = std::string("Virtual:") + serial;
+    d.uniqueId = std::string(InterfaceIdText(d.kind)) + ":" + serial;
     d.vendorName = kVirtualVendorName;
     d.modelName = kVirtualModelName;
     d.manufacturerInfo = "Built-in camera of the Orvane SDK";
@@ -49,8 +62,8 @@ DeviceInfo VirtualCameraInfo(int index) {
     return d;
 }
 
-std::unique_ptr<Transport> MakeVirtualTransport(std::function<int()> cameraCount) {
-    return std::make_unique<VirtualTransport>(std::move(cameraCount));
+std::shared_ptr<Transport> MakeVirtualTransport(std::function<int()> cameraCount) {
+    return std::make_shared<VirtualTransport>(std::move(cameraCount));
 }
 
 } // namespace internal

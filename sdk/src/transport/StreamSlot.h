@@ -1,25 +1,25 @@
 // StreamSlot: one buffer of an acquisition, and FrameRecord, what is known
 // about the frame it holds.
 //
-// Memory: each slot owns `capacity` bytes aligned to
-// StreamSettings::kBufferAlignment, allocated once when the acquisition starts,
-// and one Aravis buffer (arv_buffer_new_full) over that memory whose user data
-// is the slot; frames are received in place. The slot keeps one reference on
-// the ArvBuffer for its whole life; a buffer handed to an Aravis stream
-// carries one more reference, which comes back when the buffer is popped.
-// Slots are shared (std::shared_ptr): the acquisition holds all of them while
-// it runs, and every image made from a slot holds it too, so an image kept
-// past the end of its acquisition still owns valid memory.
+// Memory: each slot owns `capacity` bytes aligned to kStreamBufferAlignment,
+// allocated once when the acquisition starts, and one Aravis buffer
+// (arv_buffer_new_full) over that memory whose user data is the slot; frames
+// are received in place. The slot keeps one reference on the ArvBuffer for its
+// whole life; a buffer handed to an Aravis stream carries one more reference,
+// which comes back when the buffer is popped. Slots are shared
+// (std::shared_ptr): the acquisition holds all of them while it runs, and every
+// image made from a slot holds it too, so an image kept past the end of its
+// acquisition still owns valid memory.
 //
-// Hand-off: a slot is owned by exactly one party at a time: the stream
-// (Aravis's queues, or the virtual camera filling it), the acquisition's
+// Hand-off: a slot is owned by exactly one party at a time: the stream (the
+// stream source's queues, or the virtual camera filling it), the acquisition's
 // delivery thread and queue, or the caller's image. Buffers travel between
-// threads through GLib queues, whose locking the thread sanitizer does not
-// see; every hand-off also goes through `handoff` (an acquire-release
-// increment), which orders the writes of one owner before the reads of the
-// next for the sanitizer as well as for the hardware.
-#ifndef ORVANE_ACQUISITION_STREAM_SLOT_H
-#define ORVANE_ACQUISITION_STREAM_SLOT_H
+// threads through GLib queues, whose locking the thread sanitizer does not see;
+// every hand-off also goes through `handoff` (an acquire-release increment),
+// which orders the writes of one owner before the reads of the next for the
+// sanitizer as well as for the hardware.
+#ifndef ORVANE_TRANSPORT_STREAM_SLOT_H
+#define ORVANE_TRANSPORT_STREAM_SLOT_H
 
 #include <arv.h>
 
@@ -31,6 +31,9 @@
 
 namespace Orvane {
 namespace internal {
+
+// Alignment of stream buffer memory, bytes (StreamBufferAlignment).
+constexpr size_t kStreamBufferAlignment = 64;
 
 struct FrameRecord {
     // Virtual cameras: set by the camera when it produced a frame into the

@@ -1,4 +1,4 @@
-#include "camera/VirtualDevice.h"
+#include "virtual/VirtualDevice.h"
 
 #include <mutex>
 #include <string>

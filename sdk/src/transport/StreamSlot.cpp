@@ -1,9 +1,8 @@
-#include "acquisition/StreamSlot.h"
+#include "transport/StreamSlot.h"
 
 #include <cstdlib>
 #include <string>
 
-#include "camera/StreamSettings.h"
 #include "core/Raise.h"
 
 namespace Orvane {
@@ -14,7 +13,7 @@ constexpr uint32_t kSlotMagic = 0x4F52534C; // "ORSL": marks the user data of ou
 }
 
 StreamSlot::StreamSlot(uint32_t index, size_t capacity) : m_magic(kSlotMagic), m_index(index) {
-    const size_t alignment = static_cast<size_t>(StreamSettings::kBufferAlignment);
+    const size_t alignment = kStreamBufferAlignment;
     const size_t rounded = (capacity + alignment - 1) / alignment * alignment;
     if (rounded < capacity || rounded == 0)
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,

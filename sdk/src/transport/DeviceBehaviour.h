@@ -2,7 +2,7 @@
 // The virtual cameras are Aravis fake devices whose memory is plain RAM; what
 // a real camera does when a register is written (execute a command, keep
 // duplicated state consistent, stream) is done by behaviours registered on the
-// camera's DeviceSession (DeviceSession::AddBehaviour).
+// camera's DeviceConnection (DeviceConnection::AddBehaviour).
 //
 // Threads and locks: every call runs on the thread that made the access, with
 // the device node map's lock held (recursive), while the access that caused it
@@ -10,7 +10,7 @@
 // DeInit or anything that waits for another thread holding that lock.
 //
 // What a behaviour may do there: read and write device memory directly
-// (DeviceSession::Device() with arv_device_read/write_memory, or the fake
+// (DeviceConnection::Device() with arv_device_read/write_memory, or the fake
 // camera's memory), which does not come back to the behaviours; then it must
 // drop what the node map caches about the registers it changed, with
 // NodeMap().NotifyChanged(node) on their register nodes (this also fires the
@@ -19,10 +19,10 @@
 // map from a behaviour works (the lock is recursive) but re-enters every
 // behaviour: avoid it.
 //
-// Exceptions a behaviour throws are logged by the session and go no further:
+// Exceptions a behaviour throws are logged by the connection and go no further:
 // the write that caused the call has already reached the device.
-#ifndef ORVANE_CAMERA_DEVICE_BEHAVIOUR_H
-#define ORVANE_CAMERA_DEVICE_BEHAVIOUR_H
+#ifndef ORVANE_TRANSPORT_DEVICE_BEHAVIOUR_H
+#define ORVANE_TRANSPORT_DEVICE_BEHAVIOUR_H
 
 #include <cstdint>
 

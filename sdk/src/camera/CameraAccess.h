@@ -1,23 +1,24 @@
-// CameraControl: the control side of one camera (Init/DeInit, its three node
-// maps, port access). Owned by the camera's CameraCore, created on first use,
-// alive as long as the camera object.
+// CameraAccess: access to one camera's device: opening and closing it
+// (Init/DeInit, through its transport), its three node maps, port access and
+// the stream state the acquisition shares. Owned by the camera's
+// DiscoveredCamera, created on first use, alive as long as the camera object.
 //
 // Node maps: the device node map exists between Init and DeInit (a new object
 // after each Init); the transport-layer device and stream node maps exist for
 // the camera's whole life and serve before Init.
 //
-// Locking: m_mutex guards the session pointer and serialises Init and DeInit;
-// it is never held while a node map's lock is taken (DeInit may stop an
-// acquisition that writes features). Other operations take a reference to the
-// session under m_mutex and work on it after releasing m_mutex, so a
+// Locking: m_mutex guards the connection pointer and serialises Init and
+// DeInit; it is never held while a node map's lock is taken (DeInit may stop
+// an acquisition that writes features). Other operations take a reference to
+// the connection under m_mutex and work on it after releasing m_mutex, so a
 // concurrent DeInit closes the device only when they are done. Node map
 // operations take their map's own lock only. The device node map dies with
-// the session: do not use it after DeInit.
+// the connection: do not use it after DeInit.
 //
 // Acquisition: the acquisition code registers an AcquisitionHooks object;
 // IsStreaming asks it and DeInit stops a running stream through it first.
-#ifndef ORVANE_CAMERA_CAMERA_CONTROL_H
-#define ORVANE_CAMERA_CAMERA_CONTROL_H
+#ifndef ORVANE_CAMERA_CAMERA_ACCESS_H
+#define ORVANE_CAMERA_CAMERA_ACCESS_H
 
 #include <atomic>
 #include <cstdint>
@@ -27,14 +28,14 @@
 #include <string>
 
 #include "Orvane/GenApi/Interfaces.h"
-#include "camera/DeviceSession.h"
 #include "camera/StreamSettings.h"
 #include "genapi/NativeNodeMap.h"
+#include "transport/DeviceConnection.h"
 
 namespace Orvane {
 namespace internal {
 
-class CameraCore;
+class DiscoveredCamera;
 
 // Implemented by the acquisition code of a camera. Called without the
 // camera's control mutex; Stop must not call Init or DeInit. The hooks object
@@ -47,10 +48,10 @@ public:
     virtual void Stop() = 0;
 };
 
-class CameraControl {
+class CameraAccess {
 public:
-    explicit CameraControl(CameraCore& core);
-    ~CameraControl();
+    explicit CameraAccess(DiscoveredCamera& camera);
+    ~CameraAccess();
 
     void Init();
     void DeInit();
@@ -69,26 +70,26 @@ public:
     unsigned DiscoverMaxPacketSize();
 
     // For the acquisition code ------------------------------------------------
-    // The open session, or null before Init. Holding the reference keeps the
-    // device open past a DeInit until it is dropped.
-    std::shared_ptr<DeviceSession> Session() const;
+    // The open connection, or null before Init. Holding the reference keeps
+    // the device open past a DeInit until it is dropped.
+    std::shared_ptr<DeviceConnection> Connection() const;
     StreamState& Stream() { return m_stream; }
     // Registers (or, with null, removes) the acquisition's hooks.
     void SetAcquisitionHooks(AcquisitionHooks* hooks);
     // The camera's acquisition object: made by `make` on first use and kept
     // for the camera's life (destroyed with the camera, after DeInit).
-    AcquisitionHooks& Acquisition(const std::function<std::unique_ptr<AcquisitionHooks>(CameraControl&)>& make);
-    CameraCore& Core() const { return m_core; }
+    AcquisitionHooks& Acquisition(const std::function<std::unique_ptr<AcquisitionHooks>(CameraAccess&)>& make);
+    DiscoveredCamera& Camera() const { return m_camera; }
 
 private:
     void BuildTLDeviceNodeMap();
     void BuildTLStreamNodeMap();
-    // The open session, or ORVANE_ERR_CAMERA_NOT_INITIALIZED.
-    std::shared_ptr<DeviceSession> RequireSession(const char* function) const;
+    // The open connection, or ORVANE_ERR_CAMERA_NOT_INITIALIZED.
+    std::shared_ptr<DeviceConnection> RequireConnection(const char* function) const;
 
-    CameraCore& m_core;
+    DiscoveredCamera& m_camera;
     mutable std::mutex m_mutex;
-    std::shared_ptr<DeviceSession> m_session;
+    std::shared_ptr<DeviceConnection> m_connection;
     std::atomic<bool> m_initialized{false};
     AcquisitionHooks* m_hooks = nullptr;
     StreamState m_stream;

@@ -1,11 +1,11 @@
 // The Aravis side of a virtual camera: an in-process fake device running the
 // SDK's GenICam description.
-#ifndef ORVANE_CAMERA_VIRTUAL_DEVICE_H
-#define ORVANE_CAMERA_VIRTUAL_DEVICE_H
+#ifndef ORVANE_VIRTUAL_VIRTUAL_DEVICE_H
+#define ORVANE_VIRTUAL_VIRTUAL_DEVICE_H
 
 #include <arv.h>
 
-#include "system/DeviceInfo.h"
+#include "transport/DeviceInfo.h"
 
 namespace Orvane {
 namespace internal {

@@ -1,0 +1,187 @@
+#include "camera/CameraAccess.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+
+#include "camera/DiscoveredCamera.h"
+#include "core/Raise.h"
+
+namespace Orvane {
+namespace internal {
+
+using namespace GenApi;
+using GenApi::impl::NodeMapBase;
+
+namespace {
+
+[[noreturn]] void RaisePortError(const std::string& camera, const char* function, const char* what, uint64_t address,
+                                 GError* error) {
+    const int code = error && error->domain == ARV_DEVICE_ERROR && error->code == ARV_DEVICE_ERROR_TIMEOUT
+                         ? ORVANE_ERR_TIMEOUT
+                         : ORVANE_ERR_IO;
+    std::string message = error && error->message ? error->message : "the device refused the access";
+    if (error) g_error_free(error);
+    char at[32];
+    std::snprintf(at, sizeof at, "0x%llx", static_cast<unsigned long long>(address));
+    Raise(__LINE__, __FILE__, function, code, "camera " + camera + ": " + what + " at " + at + " failed: " + message);
+}
+
+} // namespace
+
+CameraAccess::CameraAccess(DiscoveredCamera& camera)
+    : m_camera(camera), m_tlDevice("TLDevice"), m_tlStream("TLStream") {
+    BuildTLDeviceNodeMap();
+    BuildTLStreamNodeMap();
+}
+
+CameraAccess::~CameraAccess() {
+    try {
+        DeInit();
+    } catch (...) {
+        // Closing never throws past the camera's destruction.
+    }
+}
+
+void CameraAccess::Init() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_connection) return;
+    const DeviceInfo info = m_camera.Info();
+    if (!m_camera.IsPresent())
+        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE,
+                  "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
+    m_connection = m_camera.Through().Open(info);
+    m_initialized.store(true);
+}
+
+void CameraAccess::DeInit() {
+    AcquisitionHooks* hooks = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_connection) return;
+        hooks = m_hooks;
+    }
+    // Without m_mutex: stopping may write features through the node map.
+    if (hooks && hooks->IsStreaming()) hooks->Stop();
+    std::shared_ptr<DeviceConnection> closing;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_initialized.store(false);
+        closing.swap(m_connection);
+    }
+    // The device closes here unless another operation still holds the connection.
+}
+
+std::shared_ptr<DeviceConnection> CameraAccess::Connection() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_connection;
+}
+
+bool CameraAccess::IsValid() const {
+    if (!m_camera.IsPresent()) return false;
+    const std::shared_ptr<DeviceConnection> connection = Connection();
+    return !(connection && connection->ControlLost());
+}
+
+bool CameraAccess::IsStreaming() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_hooks && m_hooks->IsStreaming();
+}
+
+void CameraAccess::SetAcquisitionHooks(AcquisitionHooks* hooks) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_hooks = hooks;
+}
+
+AcquisitionHooks& CameraAccess::Acquisition(
+    const std::function<std::unique_ptr<AcquisitionHooks>(CameraAccess&)>& make) {
+    std::lock_guard<std::mutex> lock(m_acquisitionMutex);
+    if (!m_acquisition) m_acquisition = make(*this);
+    return *m_acquisition;
+}
+
+std::shared_ptr<DeviceConnection> CameraAccess::RequireConnection(const char* function) const {
+    std::shared_ptr<DeviceConnection> connection = Connection();
+    if (!connection)
+        Raise(__LINE__, __FILE__, function, ORVANE_ERR_CAMERA_NOT_INITIALIZED,
+              "camera " + m_camera.Info().deviceId + " is not initialized (call Init first)");
+    return connection;
+}
+
+INodeMap& CameraAccess::NodeMap() { return RequireConnection("GetNodeMap")->NodeMap(); }
+
+INodeMap& CameraAccess::TLStreamNodeMap(uint64_t streamIndex) {
+    if (streamIndex != 0)
+        ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_camera.Info().deviceId + " has one stream (index 0); stream " +
+                                               std::to_string(streamIndex) + " does not exist");
+    return m_tlStream;
+}
+
+EAccessMode CameraAccess::AccessMode() const {
+    if (!m_camera.IsPresent()) return NA;
+    const std::shared_ptr<DeviceConnection> connection = Connection();
+    if (!connection) return RW; // what Init would get; transports tell nothing more before opening
+    if (connection->ControlLost()) return NA;
+    return connection->IsController() ? RW : RO;
+}
+
+void CameraAccess::ReadPort(uint64_t address, void* buffer, uint64_t length) {
+    const std::shared_ptr<DeviceConnection> held = RequireConnection("ReadPort");
+    DeviceConnection& connection = *held;
+    if (length == 0) return;
+    if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: the buffer is null");
+    if (length > std::numeric_limits<guint32>::max())
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                  "ReadPort: " + std::to_string(length) + " bytes is more than one access can carry");
+    NodeMapBase::MapLock mapLock(connection.NodeMap());
+    connection.NotifyRead(); // values computed on demand (clocks, status) are refreshed first
+    GError* error = nullptr;
+    if (!arv_device_read_memory(connection.Device(), address, static_cast<guint32>(length), buffer, &error)) {
+        const std::string what = "reading " + std::to_string(length) + " bytes";
+        RaisePortError(m_camera.Info().deviceId, "ReadPort", what.c_str(), address, error);
+    }
+    if (error) g_error_free(error);
+}
+
+void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t length) {
+    const std::shared_ptr<DeviceConnection> held = RequireConnection("WritePort");
+    DeviceConnection& connection = *held;
+    if (length == 0) return;
+    if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "WritePort: the buffer is null");
+    if (length > std::numeric_limits<guint32>::max())
+        ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                  "WritePort: " + std::to_string(length) + " bytes is more than one access can carry");
+    if (!connection.IsController())
+        ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
+                  "camera " + m_camera.Info().deviceId +
+                      " is open in monitor mode (another host controls it): writes are refused");
+    NodeMapBase::MapLock mapLock(connection.NodeMap());
+    GError* error = nullptr;
+    const bool ok = arv_device_write_memory(connection.Device(), address, static_cast<guint32>(length),
+                                            const_cast<void*>(buffer), &error);
+    // Whatever the write reached, no cached feature value can be trusted.
+    connection.NodeMap().InvalidateNodes();
+    if (!ok) {
+        const std::string what = "writing " + std::to_string(length) + " bytes";
+        RaisePortError(m_camera.Info().deviceId, "WritePort", what.c_str(), address, error);
+    }
+    if (error) g_error_free(error);
+    // The device reacts to the write as to a feature's (a command, a rule).
+    connection.NotifyWrite(address, length);
+}
+
+std::string CameraAccess::GuiXml() const {
+    const std::shared_ptr<DeviceConnection> held = RequireConnection("GetGuiXml");
+    DeviceConnection& connection = *held;
+    NodeMapBase::MapLock mapLock(connection.NodeMap());
+    size_t size = 0;
+    const char* xml = arv_device_get_genicam_xml(connection.Device(), &size);
+    return xml ? std::string(xml, size) : std::string();
+}
+
+unsigned CameraAccess::DiscoverMaxPacketSize() {
+    return RequireConnection("DiscoverMaxPacketSize")->DiscoverMaxPacketSize();
+}
+
+} // namespace internal
+} // namespace Orvane

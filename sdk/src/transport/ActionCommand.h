@@ -1,0 +1,44 @@
+// An action command (one message that makes every addressed device act at
+// once, or at a scheduled time) and the acknowledgements it collects.
+// Transport::SendActionCommand sends it: GigE Vision as an ACTION_CMD packet
+// on the transport's own socket (Aravis has none), the virtual transport to
+// its open cameras.
+//
+// A device acts when its device key equals deviceKey, its group key equals
+// groupKey and its group mask shares a bit with groupMask (for each of its
+// action selectors).
+#ifndef ORVANE_TRANSPORT_ACTION_COMMAND_H
+#define ORVANE_TRANSPORT_ACTION_COMMAND_H
+
+#include <cstdint>
+#include <string>
+
+namespace Orvane {
+namespace internal {
+
+struct ActionCommand {
+    uint32_t deviceKey = 0;
+    uint32_t groupKey = 0;
+    uint32_t groupMask = 0;
+    // False: each device acts when the command arrives. True: at actionTime.
+    bool scheduled = false;
+    uint64_t actionTime = 0; // device time (the devices' timestamp clock, ns) of a scheduled action
+    // Whether each device is asked to acknowledge; without it nothing is
+    // waited for and no result comes back.
+    bool acknowledge = false;
+    // How long to wait for acknowledgements, in milliseconds.
+    uint32_t timeoutMs = 0;
+};
+
+// One acknowledging device.
+struct ActionResult {
+    std::string address; // the device's address text (IPv4 for GigE Vision, "local" for virtual cameras)
+    // The device's answer: 0 for success, else its status code (GigE Vision:
+    // the status field of its acknowledgement).
+    uint32_t status = 0;
+};
+
+} // namespace internal
+} // namespace Orvane
+
+#endif

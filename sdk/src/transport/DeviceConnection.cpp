@@ -1,0 +1,171 @@
+#include "transport/DeviceConnection.h"
+
+#include <algorithm>
+
+#include "Orvane/Logging.h"
+#include "core/Raise.h"
+#include "transport/AravisStreamSource.h"
+
+namespace Orvane {
+namespace internal {
+
+void DeviceConnection::LossState::Report() {
+    if (lost.exchange(true)) return;
+    std::lock_guard<std::recursive_mutex> lock(mutex);
+    // A listener may add or remove listeners: run over a copy.
+    const std::map<uint64_t, LossListener> current = listeners;
+    for (const auto& entry : current) {
+        if (listeners.find(entry.first) == listeners.end()) continue; // removed meanwhile
+        try {
+            entry.second();
+        } catch (const std::exception& e) {
+            LoggerWrapper::LoggingError((std::string("device loss listener failed: ") + e.what()).c_str(),
+                                        "DeviceConnection");
+        } catch (...) {
+            LoggerWrapper::LoggingError("device loss listener failed", "DeviceConnection");
+        }
+    }
+}
+
+void DeviceConnection::OnControlLost(ArvDevice*, gpointer state) {
+    (*static_cast<std::shared_ptr<LossState>*>(state))->Report();
+}
+
+void DeviceConnection::FreeLossState(gpointer state, GClosure*) {
+    delete static_cast<std::shared_ptr<LossState>*>(state);
+}
+
+// The node map's device observer: passes its accesses to the behaviours.
+class DeviceConnection::Observer : public GenApi::impl::ArvNodeMap::DeviceObserver {
+public:
+    explicit Observer(DeviceConnection& connection) : m_connection(connection) {}
+    void AfterWrite(uint64_t address, uint64_t length) override { m_connection.NotifyWrite(address, length); }
+    void BeforeRead() override { m_connection.NotifyRead(); }
+
+private:
+    DeviceConnection& m_connection;
+};
+
+DeviceConnection::DeviceConnection(ArvDevice* device, const DeviceInfo& info)
+    : m_device(device), m_info(info), m_loss(std::make_shared<LossState>()) {
+    m_controlLostHandler = g_signal_connect_data(m_device, "control-lost", G_CALLBACK(&DeviceConnection::OnControlLost),
+                                                 new std::shared_ptr<LossState>(m_loss),
+                                                 &DeviceConnection::FreeLossState, GConnectFlags(0));
+    try {
+        m_nodeMap = std::make_unique<GenApi::impl::ArvNodeMap>(m_device, "Device");
+        m_observer = std::make_unique<Observer>(*this);
+        m_nodeMap->SetDeviceObserver(m_observer.get());
+    } catch (...) {
+        m_nodeMap.reset();
+        g_signal_handler_disconnect(m_device, m_controlLostHandler);
+        g_object_unref(m_device);
+        throw;
+    }
+}
+
+DeviceConnection::~DeviceConnection() {
+    m_nodeMap->SetDeviceObserver(nullptr);
+    m_behaviours.clear();
+    m_nodeMap.reset();
+    // Disconnecting frees the signal's reference on the loss state. A GigE
+    // Vision device gives control back when Aravis finalises it.
+    g_signal_handler_disconnect(m_device, m_controlLostHandler);
+    g_object_unref(m_device);
+}
+
+std::shared_ptr<StreamSource> DeviceConnection::CreateStreamSource() {
+    return std::make_shared<AravisStreamSource>(shared_from_this());
+}
+
+bool DeviceConnection::CurrentIpConfiguration(IpConfiguration&) { return false; }
+
+bool DeviceConnection::ProtocolVersion(uint32_t&, uint32_t&) { return false; }
+
+std::string DeviceConnection::XmlUrl() { return ""; }
+
+int64_t DeviceConnection::PacketSize() { return 0; }
+
+unsigned DeviceConnection::DiscoverMaxPacketSize() { return 0; }
+
+bool DeviceConnection::ControlLost() const { return m_loss->lost.load(); }
+
+uint64_t DeviceConnection::AddLossListener(LossListener listener) {
+    if (!listener) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "AddLossListener: no listener");
+    std::lock_guard<std::recursive_mutex> lock(m_loss->mutex);
+    const uint64_t id = m_loss->nextId++;
+    m_loss->listeners.emplace(id, std::move(listener));
+    return id;
+}
+
+void DeviceConnection::RemoveLossListener(uint64_t id) {
+    std::lock_guard<std::recursive_mutex> lock(m_loss->mutex);
+    m_loss->listeners.erase(id);
+}
+
+std::unique_ptr<DeviceEventChannel> DeviceConnection::OpenEventChannel(DeviceEventSink&) {
+    ORV_RAISE(ORVANE_ERR_NOT_IMPLEMENTED,
+              "camera " + m_info.deviceId + ": device events are not implemented for its transport yet");
+}
+
+void DeviceConnection::AddBehaviour(std::shared_ptr<DeviceBehaviour> behaviour, bool last) {
+    if (!behaviour) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "AddBehaviour: no behaviour");
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    if (last) {
+        m_behaviours.push_back(std::move(behaviour));
+    } else {
+        m_behaviours.insert(m_behaviours.begin() + static_cast<std::ptrdiff_t>(m_firstLast), std::move(behaviour));
+        ++m_firstLast;
+    }
+}
+
+void DeviceConnection::RemoveBehaviour(const DeviceBehaviour* behaviour) {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    for (size_t i = 0; i < m_behaviours.size(); ++i) {
+        if (m_behaviours[i].get() != behaviour) continue;
+        m_behaviours.erase(m_behaviours.begin() + static_cast<std::ptrdiff_t>(i));
+        if (i < m_firstLast) --m_firstLast;
+        return;
+    }
+}
+
+namespace {
+
+template <class Call>
+void RunBehaviours(const std::vector<std::shared_ptr<DeviceBehaviour>>& list, Call&& call) {
+    if (list.empty()) return;
+    // A behaviour may add or remove behaviours: run over a copy.
+    const std::vector<std::shared_ptr<DeviceBehaviour>> behaviours = list;
+    for (const auto& b : behaviours) {
+        try {
+            call(*b);
+        } catch (const std::exception& e) {
+            LoggerWrapper::LoggingError((std::string("device behaviour failed: ") + e.what()).c_str(),
+                                        "DeviceConnection");
+        }
+    }
+}
+
+} // namespace
+
+void DeviceConnection::NotifyWrite(uint64_t address, uint64_t length) {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    RunBehaviours(m_behaviours, [&](DeviceBehaviour& b) { b.OnWrite(address, length); });
+}
+
+void DeviceConnection::NotifyRead() {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    RunBehaviours(m_behaviours, [&](DeviceBehaviour& b) { b.OnRead(); });
+}
+
+void DeviceConnection::ClaimCommandRegister(uint64_t address) {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    if (!IsCommandRegisterClaimed(address)) m_claimed.push_back(address);
+}
+
+bool DeviceConnection::IsCommandRegisterClaimed(uint64_t address) const {
+    GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+    return std::find(m_claimed.begin(), m_claimed.end(), address) != m_claimed.end();
+}
+
+} // namespace internal
+} // namespace Orvane

@@ -1,0 +1,58 @@
+// The device-event channel of an opened device: the path on which a camera
+// tells the host that something happened on it (exposure end, a line
+// changed, a test event), each event with its ID, time and data.
+//
+// DeviceConnection::OpenEventChannel opens it and delivers every event to a
+// DeviceEventSink until the channel object is destroyed. GigE Vision devices
+// send their events on the GVCP message channel, which the GigE Vision
+// transport will serve on a socket of its own (Aravis has none); virtual
+// cameras raise them from their runtime (VirtualCameraRuntime's event sink).
+//
+// Threads: each open channel has one thread of its own (the event channel
+// thread), which runs OnDeviceEvent for every event in arrival order, with no
+// SDK lock held: the sink may call back into the SDK (read the node map),
+// except to close its own channel. Destroying the channel stops that thread;
+// when the destructor returns the sink is no longer called. Destroy it from
+// any thread but the channel's own.
+#ifndef ORVANE_TRANSPORT_DEVICE_EVENTS_H
+#define ORVANE_TRANSPORT_DEVICE_EVENTS_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Orvane {
+namespace internal {
+
+struct DeviceEvent {
+    uint64_t eventId = 0;   // the event's ID (the EventID of the device description's event node)
+    uint64_t timestamp = 0; // device timestamp of the event, ns
+    // The stream channel and block (frame) the event refers to, where the
+    // transport carries them (GigE Vision event data; virtual cameras: the
+    // frame ID as block ID).
+    bool hasStreamChannel = false;
+    uint16_t streamChannel = 0;
+    bool hasBlockId = false;
+    uint64_t blockId = 0;
+    // The event's data as the device sent it (its own fields, big-endian as
+    // the description's event nodes read them). Valid during the call only.
+    const uint8_t* data = nullptr;
+    size_t size = 0;
+};
+
+class DeviceEventSink {
+public:
+    virtual ~DeviceEventSink() = default;
+    // One event (see the header comment for the thread).
+    virtual void OnDeviceEvent(const DeviceEvent& event) = 0;
+};
+
+// An open event channel; destroying it closes the channel.
+class DeviceEventChannel {
+public:
+    virtual ~DeviceEventChannel() = default;
+};
+
+} // namespace internal
+} // namespace Orvane
+
+#endif
