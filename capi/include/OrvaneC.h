@@ -59,6 +59,27 @@ ORVANE_C_API orvError orvSystemUpdateCamerasEx(orvSystem system, bool8_t updateI
 ORVANE_C_API orvError orvSystemGetLibraryVersion(orvSystem system, orvLibraryVersion* version);
 /* The system's transport-layer node map; the handle belongs to the system handle. */
 ORVANE_C_API orvError orvSystemGetTLNodeMap(orvSystem system, orvNodeMapHandle* nodeMap);
+/* Log handlers receive every record whose priority passes the logging level
+ * (ORV_LOG_LEVEL_ERROR unless set otherwise), among them the trace text of
+ * every error this library raises itself. Unregistering all removes every
+ * log handler of the process, also those registered through the C++ SDK. */
+ORVANE_C_API orvError orvSystemRegisterLogEventHandler(orvSystem system, orvLogEventHandler handler);
+ORVANE_C_API orvError orvSystemUnregisterLogEventHandler(orvSystem system, orvLogEventHandler handler);
+ORVANE_C_API orvError orvSystemUnregisterAllLogEventHandlers(orvSystem system);
+/* Arrival and removal of cameras on every enabled interface. Registration
+ * does not rediscover first: make the cameras present now known (with
+ * orvSystemGetCameras or orvSystemUpdateCameras) before registering, or they
+ * may be reported as arrivals. Unregister a handler before destroying it. */
+ORVANE_C_API orvError orvSystemRegisterDeviceArrivalEventHandler(orvSystem system,
+                                                                 orvDeviceArrivalEventHandler handler);
+ORVANE_C_API orvError orvSystemRegisterDeviceRemovalEventHandler(orvSystem system,
+                                                                 orvDeviceRemovalEventHandler handler);
+ORVANE_C_API orvError orvSystemRegisterInterfaceEventHandler(orvSystem system, orvInterfaceEventHandler handler);
+ORVANE_C_API orvError orvSystemUnregisterDeviceArrivalEventHandler(orvSystem system,
+                                                                   orvDeviceArrivalEventHandler handler);
+ORVANE_C_API orvError orvSystemUnregisterDeviceRemovalEventHandler(orvSystem system,
+                                                                   orvDeviceRemovalEventHandler handler);
+ORVANE_C_API orvError orvSystemUnregisterInterfaceEventHandler(orvSystem system, orvInterfaceEventHandler handler);
 
 /* Interface lists -------------------------------------------------------- */
 ORVANE_C_API orvError orvInterfaceListCreateEmpty(orvInterfaceList* list);
@@ -113,6 +134,19 @@ ORVANE_C_API orvError orvInterfaceGetCamerasEx(orvInterface interfaceHandle, boo
 /* The interface's transport-layer node map; the handle belongs to the interface handle. */
 ORVANE_C_API orvError orvInterfaceGetTLNodeMap(orvInterface interfaceHandle, orvNodeMapHandle* nodeMap);
 ORVANE_C_API orvError orvInterfaceIsInUse(orvInterface interfaceHandle, bool8_t* isInUse);
+/* Arrival and removal of this interface's cameras (see the system's). */
+ORVANE_C_API orvError orvInterfaceRegisterDeviceArrivalEventHandler(orvInterface interfaceHandle,
+                                                                    orvDeviceArrivalEventHandler handler);
+ORVANE_C_API orvError orvInterfaceRegisterDeviceRemovalEventHandler(orvInterface interfaceHandle,
+                                                                    orvDeviceRemovalEventHandler handler);
+ORVANE_C_API orvError orvInterfaceRegisterInterfaceEventHandler(orvInterface interfaceHandle,
+                                                                orvInterfaceEventHandler handler);
+ORVANE_C_API orvError orvInterfaceUnregisterDeviceArrivalEventHandler(orvInterface interfaceHandle,
+                                                                      orvDeviceArrivalEventHandler handler);
+ORVANE_C_API orvError orvInterfaceUnregisterDeviceRemovalEventHandler(orvInterface interfaceHandle,
+                                                                      orvDeviceRemovalEventHandler handler);
+ORVANE_C_API orvError orvInterfaceUnregisterInterfaceEventHandler(orvInterface interfaceHandle,
+                                                                  orvInterfaceEventHandler handler);
 /* Frees the handle, its node map handle and the node handles cached under it. */
 ORVANE_C_API orvError orvInterfaceRelease(orvInterface interfaceHandle);
 
@@ -277,6 +311,24 @@ ORVANE_C_API orvError orvCameraIsInitialized(orvCamera camera, bool8_t* isInitia
 ORVANE_C_API orvError orvCameraDiscoverMaxPacketSize(orvCamera camera, unsigned int* packetSize);
 /* Frees the handle with its node map handles and the node handles under them. */
 ORVANE_C_API orvError orvCameraRelease(orvCamera camera);
+/* Event handlers of the camera. A device event handler receives every device
+ * event, or with the Ex function the event of one name ("ExposureEnd"; the
+ * name is not checked here: a null one is passed on as an empty name). Events
+ * reach it only once the camera sends them: select the event with
+ * EventSelector and set EventNotification to On. An image handler receives
+ * the images of stream 0, or with the Ex function of the stream given.
+ * Unregister a handler (from another thread than its own callback's) before
+ * destroying it. */
+ORVANE_C_API orvError orvCameraRegisterDeviceEventHandler(orvCamera camera, orvDeviceEventHandler handler);
+ORVANE_C_API orvError orvCameraRegisterDeviceEventHandlerEx(orvCamera camera, orvDeviceEventHandler handler,
+                                                            const char* eventName);
+ORVANE_C_API orvError orvCameraUnregisterDeviceEventHandler(orvCamera camera, orvDeviceEventHandler handler);
+ORVANE_C_API orvError orvCameraRegisterImageEventHandler(orvCamera camera, orvImageEventHandler handler);
+ORVANE_C_API orvError orvCameraRegisterImageEventHandlerEx(orvCamera camera, orvImageEventHandler handler,
+                                                           uint64_t streamIndex);
+ORVANE_C_API orvError orvCameraUnregisterImageEventHandler(orvCamera camera, orvImageEventHandler handler);
+ORVANE_C_API orvError orvCameraRegisterImageListEventHandler(orvCamera camera, orvImageListEventHandler handler);
+ORVANE_C_API orvError orvCameraUnregisterImageListEventHandler(orvCamera camera, orvImageListEventHandler handler);
 
 /* Acquisition -------------------------------------------------------------- */
 /* Starts and ends the camera's stream (the camera must be initialised). */
@@ -292,8 +344,84 @@ ORVANE_C_API orvError orvCameraGetNextImageEx(orvCamera camera, uint64_t grabTim
  * with orvImageListDestroy (after orvImageListRelease gives its images back). */
 ORVANE_C_API orvError orvCameraGetNextImageSync(orvCamera camera, uint64_t grabTimeout, orvImageList* imageList);
 
+/* Event handlers ------------------------------------------------------------ */
+/* A handler handle holds a C function (two for the interface event handler)
+ * and the user data passed back to it; register it on a camera, an interface
+ * or the system. The function must not be null (ORVANE_ERR_INVALID_PARAMETER).
+ * Destroy does not unregister: unregister first. The interface event and log
+ * event handlers' Destroy functions do not check the handle's kind: give them
+ * only handles of their own kind. */
+ORVANE_C_API orvError orvDeviceEventHandlerCreate(orvDeviceEventHandler* handler, orvDeviceEventFunction function,
+                                                  void* userData);
+ORVANE_C_API orvError orvDeviceEventHandlerDestroy(orvDeviceEventHandler handler);
+ORVANE_C_API orvError orvImageEventHandlerCreate(orvImageEventHandler* handler, orvImageEventFunction function,
+                                                 void* userData);
+ORVANE_C_API orvError orvImageEventHandlerDestroy(orvImageEventHandler handler);
+/* A null function is reported as "orvImageEventFunction parameter is NULL". */
+ORVANE_C_API orvError orvImageListEventHandlerCreate(orvImageListEventHandler* handler,
+                                                     orvImageListEventFunction function, void* userData);
+ORVANE_C_API orvError orvImageListEventHandlerDestroy(orvImageListEventHandler handler);
+ORVANE_C_API orvError orvDeviceArrivalEventHandlerCreate(orvDeviceArrivalEventHandler* handler,
+                                                         orvArrivalEventFunction function, void* userData);
+ORVANE_C_API orvError orvDeviceArrivalEventHandlerDestroy(orvDeviceArrivalEventHandler handler);
+ORVANE_C_API orvError orvDeviceRemovalEventHandlerCreate(orvDeviceRemovalEventHandler* handler,
+                                                         orvRemovalEventFunction function, void* userData);
+ORVANE_C_API orvError orvDeviceRemovalEventHandlerDestroy(orvDeviceRemovalEventHandler handler);
+/* Arrivals and removals through one registration. */
+ORVANE_C_API orvError orvInterfaceEventHandlerCreate(orvInterfaceEventHandler* handler, orvArrivalEventFunction arrival,
+                                                     orvRemovalEventFunction removal, void* userData);
+ORVANE_C_API orvError orvInterfaceEventHandlerDestroy(orvInterfaceEventHandler handler);
+ORVANE_C_API orvError orvLogEventHandlerCreate(orvLogEventHandler* handler, orvLogEventFunction function,
+                                               void* userData);
+ORVANE_C_API orvError orvLogEventHandlerDestroy(orvLogEventHandler handler);
+
+/* Log and device event data --------------------------------------------------- */
+/* Inside a log callback: the record's fields (a null buffer asks for a text's
+ * length). Category "Orvane"; priority and its name (ORV_LOG_LEVEL_ERROR,
+ * "ERROR"); local time "YYYY-MM-DD hh:mm:ss.uuuuuu"; the nested diagnostic
+ * context; the logging thread's name; the message. */
+ORVANE_C_API orvError orvLogDataGetCategoryName(orvLogEventData data, char* buffer, size_t* length);
+ORVANE_C_API orvError orvLogDataGetPriority(orvLogEventData data, int64_t* priority);
+ORVANE_C_API orvError orvLogDataGetPriorityName(orvLogEventData data, char* buffer, size_t* length);
+ORVANE_C_API orvError orvLogDataGetTimestamp(orvLogEventData data, char* buffer, size_t* length);
+ORVANE_C_API orvError orvLogDataGetNDC(orvLogEventData data, char* buffer, size_t* length);
+ORVANE_C_API orvError orvLogDataGetThreadName(orvLogEventData data, char* buffer, size_t* length);
+ORVANE_C_API orvError orvLogDataGetLogMessage(orvLogEventData data, char* buffer, size_t* length);
+/* Inside a device-event callback: the event's id and its payload size.
+ * orvDeviceEventGetPayloadData checks both pointers but writes only the size:
+ * *payload is left as it is. orvDeviceEventGetName needs a buffer and gives
+ * an empty text: the name is the callback's eventName argument. */
+ORVANE_C_API orvError orvDeviceEventGetId(orvDeviceEventData data, uint64_t* eventId);
+ORVANE_C_API orvError orvDeviceEventGetPayloadData(orvDeviceEventData data, const uint8_t** payload, size_t* size);
+ORVANE_C_API orvError orvDeviceEventGetPayloadDataSize(orvDeviceEventData data, size_t* size);
+ORVANE_C_API orvError orvDeviceEventGetName(orvDeviceEventData data, char* buffer, size_t* length);
+
 #ifdef __cplusplus
 }
+
+/* Action commands: C++ only. These two functions are exported with C++
+ * linkage (type-encoded symbols that carry their argument types) and cannot be
+ * called from C. Every camera whose ActionDeviceKey equals deviceKey and, for
+ * one of its actions, whose ActionGroupKey equals groupKey and whose
+ * ActionGroupMask shares a bit with groupMask performs the action (a frame
+ * when TriggerSource is Action0) at actionTime (device time in ns; 0: at
+ * once). The system sends on every enabled interface, the interface on
+ * itself alone.
+ *
+ * Results, with requestAcknowledgement true: a null resultSize reports
+ * nothing (results is then not checked). Otherwise results must not be null;
+ * *resultSize 0 asks only for the number of acknowledgements, written to
+ * *resultSize. A non-zero *resultSize N copies N records into results (those
+ * beyond the number received are zero) and sets *resultSize to the number
+ * received, which may be larger than N. */
+ORVANE_C_API orvError orvSystemSendActionCommand(orvSystem system, unsigned int deviceKey, unsigned int groupKey,
+                                                 unsigned int groupMask, unsigned long long actionTime,
+                                                 bool requestAcknowledgement, unsigned int* resultSize,
+                                                 orvActionCommandResult* results);
+ORVANE_C_API orvError orvInterfaceSendActionCommand(orvInterface interfaceHandle, unsigned int deviceKey,
+                                                    unsigned int groupKey, unsigned int groupMask,
+                                                    unsigned long long actionTime, bool requestAcknowledgement,
+                                                    unsigned int* resultSize, orvActionCommandResult* results);
 #endif
 
 #include "OrvaneGenApiC.h"

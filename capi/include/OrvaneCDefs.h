@@ -225,6 +225,48 @@ enum {
     ORV_STATISTICS_CHANNEL_LIGHTNESS = 6
 };
 
+/* What one device answered to an action command (orvSystemSendActionCommand,
+ * orvInterfaceSendActionCommand), 8 bytes: the device's IPv4 address in host
+ * byte order (127.0.0.1 is 0x7F000001; virtual camera N answers as 0.0.0.N)
+ * and the status code of its acknowledgement (0: success, otherwise the GigE
+ * Vision status the device sent). */
+typedef struct _actionCommandResult {
+    uint32_t DeviceAddress;
+    uint32_t Status;
+} orvActionCommandResult;
+
+/* Event callbacks. Each receives the user-data pointer given to the handler's
+ * Create function, unchanged. A handle passed to a callback (image, image
+ * list, camera, event data) is a temporary one: valid only during the call,
+ * and never released or destroyed by the callback. Device event, image,
+ * arrival and removal callbacks run on threads of the library, never on the
+ * application's; callbacks may run at the same time as each other and as the
+ * application's own calls, so what they do with the user data must be
+ * thread-safe. A callback may call the library (read the image, the camera's
+ * nodes), except what waits for its own thread: unregistering handlers of the
+ * same source, and ending the acquisition of or de-initialising its camera.
+ *
+ * A device event of the camera (registered with
+ * orvCameraRegisterDeviceEventHandler), on the camera's event thread: the
+ * data handle gives the event id and payload size; eventName is the event's
+ * name without its "Event" prefix ("ExposureEnd"). The camera's Event* data
+ * nodes hold the event's values during the call. */
+typedef void (*orvDeviceEventFunction)(orvDeviceEventData data, const char* eventName, void* userData);
+/* An image of the camera's stream, on the camera's delivery thread, once per
+ * image while the handler is registered (the images then do not reach
+ * orvCameraGetNextImage). The image goes back to the stream after the call. */
+typedef void (*orvImageEventFunction)(orvImage image, void* userData);
+/* A synchronised set of images, one per stream, on the camera's delivery thread. */
+typedef void (*orvImageListEventFunction)(orvImageList imageList, void* userData);
+/* A camera appeared (arrival) or disappeared (removal), on the device monitor
+ * thread. A removed camera is no longer valid; its identity texts still answer. */
+typedef void (*orvArrivalEventFunction)(orvCamera camera, void* userData);
+typedef void (*orvRemovalEventFunction)(orvCamera camera, void* userData);
+/* A log record whose priority passes the logging level, synchronously on the
+ * thread that logged it (a caller's thread for the library's own errors).
+ * Records logged during the callback are not delivered again. */
+typedef void (*orvLogEventFunction)(orvLogEventData data, void* userData);
+
 /* Called when a node (or a node it depends on) changed. The handle is valid
  * only during the call. Runs on the thread that made the change, after the
  * node map's lock was released. */

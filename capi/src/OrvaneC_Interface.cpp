@@ -1,6 +1,7 @@
 // Interface functions of the OrvaneC module.
 #include "Orvane/Interface.h"
-#include "OrvaneCModule.h"
+#include "OrvaneCActionCommand.h"
+#include "OrvaneCEvents.h"
 
 using namespace Orvane;
 
@@ -73,4 +74,63 @@ orvError orvInterfaceRelease(orvInterface interfaceHandle) {
         emptyPackageRecursively(record);
         return ORV_OK;
     });
+}
+
+namespace {
+
+// Arrival, removal and interface event handlers go to the SDK as its common
+// handler base.
+template <class Adapter>
+orvError RegisterMonitorHandler(orvInterface interfaceHandle, void* handler) {
+    return HandlerCall<Adapter>(interfaceHandle, ORV_HANDLE_INTERFACE, handler,
+                                [&](EventHandler& h) { AsInterface(interfaceHandle)->RegisterEventHandler(h); });
+}
+
+template <class Adapter>
+orvError UnregisterMonitorHandler(orvInterface interfaceHandle, void* handler) {
+    return HandlerCall<Adapter>(interfaceHandle, ORV_HANDLE_INTERFACE, handler,
+                                [&](EventHandler& h) { AsInterface(interfaceHandle)->UnregisterEventHandler(h); });
+}
+
+} // namespace
+
+orvError orvInterfaceRegisterDeviceArrivalEventHandler(orvInterface interfaceHandle,
+                                                       orvDeviceArrivalEventHandler handler) {
+    return RegisterMonitorHandler<OrvaneCInternal::ArrivalEventHandler>(interfaceHandle, handler);
+}
+
+orvError orvInterfaceRegisterDeviceRemovalEventHandler(orvInterface interfaceHandle,
+                                                       orvDeviceRemovalEventHandler handler) {
+    return RegisterMonitorHandler<OrvaneCInternal::RemovalEventHandler>(interfaceHandle, handler);
+}
+
+orvError orvInterfaceRegisterInterfaceEventHandler(orvInterface interfaceHandle, orvInterfaceEventHandler handler) {
+    return RegisterMonitorHandler<OrvaneCInternal::InterfaceEventHandler>(interfaceHandle, handler);
+}
+
+orvError orvInterfaceUnregisterDeviceArrivalEventHandler(orvInterface interfaceHandle,
+                                                         orvDeviceArrivalEventHandler handler) {
+    return UnregisterMonitorHandler<OrvaneCInternal::ArrivalEventHandler>(interfaceHandle, handler);
+}
+
+orvError orvInterfaceUnregisterDeviceRemovalEventHandler(orvInterface interfaceHandle,
+                                                         orvDeviceRemovalEventHandler handler) {
+    return UnregisterMonitorHandler<OrvaneCInternal::RemovalEventHandler>(interfaceHandle, handler);
+}
+
+orvError orvInterfaceUnregisterInterfaceEventHandler(orvInterface interfaceHandle, orvInterfaceEventHandler handler) {
+    return UnregisterMonitorHandler<OrvaneCInternal::InterfaceEventHandler>(interfaceHandle, handler);
+}
+
+// C++ linkage: exported under its type-encoded name.
+orvError orvInterfaceSendActionCommand(orvInterface interfaceHandle, unsigned int deviceKey, unsigned int groupKey,
+                                       unsigned int groupMask, unsigned long long actionTime,
+                                       bool requestAcknowledgement, unsigned int* resultSize,
+                                       orvActionCommandResult* results) {
+    return SendActionCommand(interfaceHandle, ORV_HANDLE_INTERFACE, resultSize, results,
+                             [&](unsigned int* count, ActionCommandResult* scratch) {
+                                 AsInterface(interfaceHandle)
+                                     ->SendActionCommand(deviceKey, groupKey, groupMask, actionTime,
+                                                         requestAcknowledgement, count, scratch);
+                             });
 }

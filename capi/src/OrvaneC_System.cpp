@@ -1,6 +1,7 @@
 // System functions of the OrvaneC module.
 #include "Orvane/System.h"
-#include "OrvaneCModule.h"
+#include "OrvaneCActionCommand.h"
+#include "OrvaneCEvents.h"
 
 using namespace Orvane;
 
@@ -147,4 +148,78 @@ orvError orvSystemGetTLNodeMap(orvSystem system, orvNodeMapHandle* nodeMap) {
             CachedNodeMap(asRecord(system), "TLNodeMap", [&]() -> GenApi::INodeMap& { return sdk->GetTLNodeMap(); });
         return ORV_OK;
     });
+}
+
+orvError orvSystemRegisterLogEventHandler(orvSystem system, orvLogEventHandler handler) {
+    return HandlerCall<OrvaneCInternal::LogEventHandler>(
+        system, ORV_HANDLE_SYSTEM, handler,
+        [&](Orvane::LoggingEventHandler& h) { AsSystem(system)->RegisterLoggingEventHandler(h); });
+}
+
+orvError orvSystemUnregisterLogEventHandler(orvSystem system, orvLogEventHandler handler) {
+    return HandlerCall<OrvaneCInternal::LogEventHandler>(
+        system, ORV_HANDLE_SYSTEM, handler,
+        [&](Orvane::LoggingEventHandler& h) { AsSystem(system)->UnregisterLoggingEventHandler(h); });
+}
+
+orvError orvSystemUnregisterAllLogEventHandlers(orvSystem system) {
+    return OrvaneCFrame([&] {
+        CheckNullHandle(system);
+        checkObjectType(ORV_HANDLE_SYSTEM, system);
+        AsSystem(system)->UnregisterAllLoggingEventHandlers();
+        return ORV_OK;
+    });
+}
+
+namespace {
+
+// Arrival, removal and interface event handlers go to the SDK as its common
+// handler base; the system does not rediscover before registering them.
+template <class Adapter>
+orvError RegisterMonitorHandler(orvSystem system, void* handler) {
+    return HandlerCall<Adapter>(system, ORV_HANDLE_SYSTEM, handler,
+                                [&](EventHandler& h) { AsSystem(system)->RegisterEventHandler(h, false); });
+}
+
+template <class Adapter>
+orvError UnregisterMonitorHandler(orvSystem system, void* handler) {
+    return HandlerCall<Adapter>(system, ORV_HANDLE_SYSTEM, handler,
+                                [&](EventHandler& h) { AsSystem(system)->UnregisterEventHandler(h); });
+}
+
+} // namespace
+
+orvError orvSystemRegisterDeviceArrivalEventHandler(orvSystem system, orvDeviceArrivalEventHandler handler) {
+    return RegisterMonitorHandler<OrvaneCInternal::ArrivalEventHandler>(system, handler);
+}
+
+orvError orvSystemRegisterDeviceRemovalEventHandler(orvSystem system, orvDeviceRemovalEventHandler handler) {
+    return RegisterMonitorHandler<OrvaneCInternal::RemovalEventHandler>(system, handler);
+}
+
+orvError orvSystemRegisterInterfaceEventHandler(orvSystem system, orvInterfaceEventHandler handler) {
+    return RegisterMonitorHandler<OrvaneCInternal::InterfaceEventHandler>(system, handler);
+}
+
+orvError orvSystemUnregisterDeviceArrivalEventHandler(orvSystem system, orvDeviceArrivalEventHandler handler) {
+    return UnregisterMonitorHandler<OrvaneCInternal::ArrivalEventHandler>(system, handler);
+}
+
+orvError orvSystemUnregisterDeviceRemovalEventHandler(orvSystem system, orvDeviceRemovalEventHandler handler) {
+    return UnregisterMonitorHandler<OrvaneCInternal::RemovalEventHandler>(system, handler);
+}
+
+orvError orvSystemUnregisterInterfaceEventHandler(orvSystem system, orvInterfaceEventHandler handler) {
+    return UnregisterMonitorHandler<OrvaneCInternal::InterfaceEventHandler>(system, handler);
+}
+
+// C++ linkage: exported under its type-encoded name.
+orvError orvSystemSendActionCommand(orvSystem system, unsigned int deviceKey, unsigned int groupKey,
+                                    unsigned int groupMask, unsigned long long actionTime, bool requestAcknowledgement,
+                                    unsigned int* resultSize, orvActionCommandResult* results) {
+    return SendActionCommand(system, ORV_HANDLE_SYSTEM, resultSize, results,
+                             [&](unsigned int* count, ActionCommandResult* scratch) {
+                                 AsSystem(system)->SendActionCommand(deviceKey, groupKey, groupMask, actionTime,
+                                                                     requestAcknowledgement, count, scratch);
+                             });
 }

@@ -208,14 +208,81 @@ static void caseAcquisition(void) {
     CHECK_OK(orvSystemReleaseInstance(system));
 }
 
+/* What the log callback saw: the last message and its priority. */
+struct logSeen {
+    int calls;
+    int64_t priority;
+    char priorityName[16];
+    char message[256];
+    void* self;
+};
+
+static void onLog(orvLogEventData data, void* userData) {
+    struct logSeen* seen = (struct logSeen*)userData;
+    size_t length = sizeof seen->message;
+    ++seen->calls;
+    seen->self = userData;
+    if (orvLogDataGetLogMessage(data, seen->message, &length) != ORVANE_ERR_SUCCESS) seen->message[0] = 0;
+    length = sizeof seen->priorityName;
+    if (orvLogDataGetPriorityName(data, seen->priorityName, &length) != ORVANE_ERR_SUCCESS) seen->priorityName[0] = 0;
+    if (orvLogDataGetPriority(data, &seen->priority) != ORVANE_ERR_SUCCESS) seen->priority = -2;
+}
+
+static void onImage(orvImage image, void* userData) {
+    (void)image;
+    (void)userData;
+}
+
+/* Handlers made and freed from C; a C log handler hears the library's errors. */
+static void caseEvents(void) {
+    orvSystem system = NULL;
+    orvLogEventHandler logHandler = NULL;
+    orvImageEventHandler imageHandler = NULL;
+    orvInterfaceEventHandler interfaceHandler = (orvInterfaceEventHandler)1;
+    struct logSeen seen;
+    char text[128];
+    memset(&seen, 0, sizeof seen);
+    CHECK_OK(orvSystemGetInstance(&system));
+    CHECK_OK(orvSystemSetLoggingLevel(system, ORV_LOG_LEVEL_ERROR));
+
+    CHECK(orvImageEventHandlerCreate(&imageHandler, NULL, NULL) == ORVANE_ERR_INVALID_PARAMETER);
+    lastMessage(text, sizeof text);
+    CHECK(strcmp(text, "orvImageEventFunction parameter is NULL") == 0);
+    CHECK(orvInterfaceEventHandlerCreate(&interfaceHandler, NULL, NULL, NULL) == ORVANE_ERR_INVALID_PARAMETER);
+    lastMessage(text, sizeof text);
+    CHECK(strcmp(text, "orvArrivalEventFunction parameter is NULL") == 0);
+    CHECK(interfaceHandler == (orvInterfaceEventHandler)1);
+    CHECK_OK(orvImageEventHandlerCreate(&imageHandler, onImage, NULL));
+    CHECK(orvImageEventHandlerDestroy(system) == ORVANE_ERR_INVALID_HANDLE);
+
+    CHECK_OK(orvLogEventHandlerCreate(&logHandler, onLog, &seen));
+    CHECK_OK(orvSystemRegisterLogEventHandler(system, logHandler));
+    CHECK(orvSystemGetInstance(NULL) == ORVANE_ERR_INVALID_PARAMETER);
+    CHECK(seen.calls == 1);
+    CHECK(seen.self == &seen);
+    CHECK(strcmp(seen.message,
+                 "Orv Trace: ./OrvaneUtilsC, line 129, CheckNullParam: Message = Parameter is NULL Code = -1009") == 0);
+    CHECK(seen.priority == ORV_LOG_LEVEL_ERROR);
+    CHECK(strcmp(seen.priorityName, "ERROR") == 0);
+    /* Errors are not delivered below their level. */
+    CHECK_OK(orvSystemSetLoggingLevel(system, ORV_LOG_LEVEL_CRIT));
+    CHECK(orvSystemGetInstance(NULL) == ORVANE_ERR_INVALID_PARAMETER);
+    CHECK(seen.calls == 1);
+    CHECK_OK(orvSystemSetLoggingLevel(system, ORV_LOG_LEVEL_ERROR));
+    CHECK_OK(orvSystemUnregisterLogEventHandler(system, logHandler));
+    CHECK(orvSystemGetInstance(NULL) == ORVANE_ERR_INVALID_PARAMETER);
+    CHECK(seen.calls == 1);
+
+    CHECK_OK(orvLogEventHandlerDestroy(logHandler));
+    CHECK_OK(orvImageEventHandlerDestroy(imageHandler));
+    CHECK_OK(orvSystemReleaseInstance(system));
+}
+
 static const struct {
     const char* name;
     void (*run)(void);
-} kCases[] = {{"system", caseSystem},
-              {"errors", caseErrors},
-              {"cameras", caseCameras},
-              {"nodes", caseNodes},
-              {"acquisition", caseAcquisition}};
+} kCases[] = {{"system", caseSystem}, {"errors", caseErrors},           {"cameras", caseCameras},
+              {"nodes", caseNodes},   {"acquisition", caseAcquisition}, {"events", caseEvents}};
 
 int main(int argc, char** argv) {
     size_t i;

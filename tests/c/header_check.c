@@ -1,5 +1,28 @@
 /* OrvaneC.h compiles on its own, as C99 and as C++, without warnings. */
 #include <OrvaneC.h>
 
+/* The action command result record is 8 bytes in both languages. */
+typedef char orvaneHeaderCheckResultSize[sizeof(orvActionCommandResult) == 8 ? 1 : -1];
+
 int orvaneHeaderCheck(void);
-int orvaneHeaderCheck(void) { return (int)sizeof(orvLibraryVersion); }
+int orvaneHeaderCheck(void) {
+    orvDeviceEventFunction device = 0;
+    orvImageEventFunction image = 0;
+    orvImageListEventFunction imageList = 0;
+    orvArrivalEventFunction arrival = 0;
+    orvRemovalEventFunction removal = 0;
+    orvLogEventFunction log = 0;
+    return (int)sizeof(orvLibraryVersion) + (int)sizeof(orvaneHeaderCheckResultSize) + (device != 0) + (image != 0) +
+           (imageList != 0) + (arrival != 0) + (removal != 0) + (log != 0);
+}
+
+#ifdef __cplusplus
+/* The two action command functions are declared with C++ linkage and exactly
+ * these argument types. */
+orvError (*const orvaneHeaderCheckSystemAction)(void*, unsigned int, unsigned int, unsigned int, unsigned long long,
+                                                bool, unsigned int*,
+                                                _actionCommandResult*) = &orvSystemSendActionCommand;
+orvError (*const orvaneHeaderCheckInterfaceAction)(void*, unsigned int, unsigned int, unsigned int, unsigned long long,
+                                                   bool, unsigned int*,
+                                                   _actionCommandResult*) = &orvInterfaceSendActionCommand;
+#endif
