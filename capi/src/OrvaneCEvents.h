@@ -66,7 +66,7 @@ private:
 class DeviceEventHandler : public Orvane::DeviceEventHandler {
 public:
     static constexpr orvHandleType kTag = ORV_HANDLE_DEVICE_EVENT;
-    DeviceEventHandler(void* userData, orvDeviceEventFunction function) : userData(userData), function(function) {}
+    DeviceEventHandler(void* data, orvDeviceEventFunction fn) : userData(data), function(fn) {}
     ~DeviceEventHandler() override {}
 
     void OnDeviceEvent(Orvane::GenICam::gcstring eventName) override {
@@ -85,7 +85,7 @@ public:
 class ImageEventHandler : public Orvane::ImageEventHandler {
 public:
     static constexpr orvHandleType kTag = ORV_HANDLE_IMAGE_EVENT;
-    ImageEventHandler(void* userData, orvImageEventFunction function) : userData(userData), function(function) {}
+    ImageEventHandler(void* data, orvImageEventFunction fn) : userData(data), function(fn) {}
     ~ImageEventHandler() override {}
 
     void OnImageEvent(Orvane::ImagePtr image) override {
@@ -101,8 +101,7 @@ public:
 class ImageListEventHandler : public Orvane::ImageListEventHandler {
 public:
     static constexpr orvHandleType kTag = ORV_HANDLE_IMAGE_LIST_EVENT;
-    ImageListEventHandler(void* userData, orvImageListEventFunction function)
-        : userData(userData), function(function) {}
+    ImageListEventHandler(void* data, orvImageListEventFunction fn) : userData(data), function(fn) {}
     ~ImageListEventHandler() override {}
 
     void OnImageListEvent(Orvane::ImageList imageList) override {
@@ -125,7 +124,7 @@ inline void DispatchCamera(void (*function)(orvCamera, void*), Orvane::CameraPtr
 class ArrivalEventHandler : public Orvane::DeviceArrivalEventHandler {
 public:
     static constexpr orvHandleType kTag = ORV_HANDLE_ARRIVAL_EVENT;
-    ArrivalEventHandler(void* userData, orvArrivalEventFunction function) : userData(userData), function(function) {}
+    ArrivalEventHandler(void* data, orvArrivalEventFunction fn) : userData(data), function(fn) {}
     ~ArrivalEventHandler() override {}
 
     void OnDeviceArrival(Orvane::CameraPtr camera) override { DispatchCamera(function, camera, userData); }
@@ -137,7 +136,7 @@ public:
 class RemovalEventHandler : public Orvane::DeviceRemovalEventHandler {
 public:
     static constexpr orvHandleType kTag = ORV_HANDLE_REMOVAL_EVENT;
-    RemovalEventHandler(void* userData, orvRemovalEventFunction function) : userData(userData), function(function) {}
+    RemovalEventHandler(void* data, orvRemovalEventFunction fn) : userData(data), function(fn) {}
     ~RemovalEventHandler() override {}
 
     void OnDeviceRemoval(Orvane::CameraPtr camera) override { DispatchCamera(function, camera, userData); }
@@ -150,8 +149,8 @@ public:
 class InterfaceEventHandler : public Orvane::InterfaceEventHandler {
 public:
     static constexpr orvHandleType kTag = ORV_HANDLE_INTERFACE_EVENT;
-    InterfaceEventHandler(void* userData, orvArrivalEventFunction arrival, orvRemovalEventFunction removal)
-        : userData(userData), arrival(arrival), removal(removal) {}
+    InterfaceEventHandler(void* data, orvArrivalEventFunction onArrival, orvRemovalEventFunction onRemoval)
+        : userData(data), arrival(onArrival), removal(onRemoval) {}
     ~InterfaceEventHandler() override {}
 
     void OnDeviceArrival(Orvane::CameraPtr camera) override { DispatchCamera(arrival, camera, userData); }
@@ -166,7 +165,7 @@ public:
 class LogEventHandler : public Orvane::LoggingEventHandler {
 public:
     static constexpr orvHandleType kTag = ORV_HANDLE_LOGGING_EVENT;
-    LogEventHandler(void* userData, orvLogEventFunction function) : userData(userData), function(function) {}
+    LogEventHandler(void* data, orvLogEventFunction fn) : userData(data), function(fn) {}
     ~LogEventHandler() override {}
 
     void OnLogEvent(Orvane::LoggingEventDataPtr record) override {
