@@ -4,10 +4,7 @@
 #include <cstring>
 #include <type_traits>
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#define ORVANE_X86 1
-#endif
+#include "processing/Simd.h"
 
 namespace Orvane {
 namespace internal {
@@ -156,14 +153,8 @@ void RgbSamplesToRgba(const PixelFormatInfo& info, const T* s, size_t n, T* out)
 #ifdef ORVANE_X86
 namespace {
 
-bool HasAvx2() {
-    static const bool has = __builtin_cpu_supports("avx2");
-    return has;
-}
-
 // Luma of 16 pixels of 3 or 4 interleaved 8-bit channels per step; returns the pixels done.
-__attribute__((target("avx2"))) size_t GreyAvx2(const uint8_t* s, size_t n, int channels, int r, int g, int b,
-                                                uint8_t* out) {
+ORVANE_TARGET_AVX2 size_t GreyAvx2(const uint8_t* s, size_t n, int channels, int r, int g, int b, uint8_t* out) {
     // mask[c][j]: bytes of channel position c found in 16-byte chunk j of a 16-pixel group.
     alignas(16) int8_t mask[4][4][16];
     for (int c = 0; c < channels; ++c)
@@ -172,7 +163,7 @@ __attribute__((target("avx2"))) size_t GreyAvx2(const uint8_t* s, size_t n, int 
                 const int at = channels * i + c - 16 * j;
                 mask[c][j][i] = static_cast<int8_t>(at >= 0 && at < 16 ? at : 0x80);
             }
-    auto channel = [&](const __m128i* chunk, int c) __attribute__((target("avx2"))) {
+    auto channel = [&](const __m128i* chunk, int c) ORVANE_TARGET_AVX2 {
         __m128i v = _mm_shuffle_epi8(chunk[0], _mm_load_si128(reinterpret_cast<const __m128i*>(mask[c][0])));
         for (int j = 1; j < channels; ++j)
             v = _mm_or_si128(v,

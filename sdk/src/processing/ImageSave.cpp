@@ -9,7 +9,7 @@
 #include "image/ImageAccess.h"
 #include "image/PixelFormatInfo.h"
 #include "processing/Convert.h"
-#include "processing/ImageViews.h"
+#include "processing/ImageAdapter.h"
 
 namespace Orvane {
 
