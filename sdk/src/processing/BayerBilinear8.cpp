@@ -2,6 +2,7 @@
 // rows: the conversion behind BayerXX8 -> BGR8 and friends. An AVX2 kernel
 // handles the interior of a row 32 pixels at a time; the edges and machines
 // without AVX2 use the scalar formulas. Both give identical results.
+#include "processing/ColorRows.h"
 #include "processing/Demosaic.h"
 #include "processing/Simd.h"
 
@@ -10,18 +11,9 @@ namespace internal {
 
 namespace {
 
-struct OutputLayout {
-    int r, g, b, a, size; // byte positions within a pixel; a = -1: none
-};
-
-OutputLayout LayoutOf(ComponentOrder order) {
-    switch (order) {
-    case ComponentOrder::BGR: return {2, 1, 0, -1, 3};
-    case ComponentOrder::RGBa: return {0, 1, 2, 3, 4};
-    case ComponentOrder::BGRa: return {2, 1, 0, 3, 4};
-    default: return {0, 1, 2, -1, 3};
-    }
-}
+// Byte positions of R, G, B and A within an output pixel (a = -1: none), and
+// the pixel's size (count).
+using OutputLayout = ChannelPositions;
 
 // Whether the row's non-green samples sit at even columns, and whether they are red.
 struct RowRoles {
@@ -167,8 +159,8 @@ ORVANE_AVX2 void Step(const uint8_t* u, const uint8_t* c, const uint8_t* d, size
     }
     const __m256i colour = Join(colourE, colourO), green = Join(greenE, greenO), other = Join(otherE, otherO);
     const __m256i red = colourIsRed ? colour : other, blue = colourIsRed ? other : colour;
-    uint8_t* o = out + x * static_cast<size_t>(l.size);
-    if (l.size == 3) {
+    uint8_t* o = out + x * static_cast<size_t>(l.count);
+    if (l.count == 3) {
         if (l.r == 0)
             Interleave3<Stream>(k, red, green, blue, o);
         else
@@ -198,7 +190,7 @@ ORVANE_TARGET_AVX2 size_t Interior(const uint8_t* u, const uint8_t* c, const uin
 void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* row, const uint8_t* down, size_t width,
                   ComponentOrder order, uint8_t* out, bool streaming) {
     const RowRoles roles = RolesOf(cfa, y);
-    const OutputLayout l = LayoutOf(order);
+    const OutputLayout l = ChannelPositionsOf(order);
     size_t x = 0;
 #ifdef ORVANE_X86
     if (HasAvx2() && width >= 40) {
@@ -208,13 +200,13 @@ void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* ro
         if (streaming) {
             const uintptr_t a = reinterpret_cast<uintptr_t>(out);
             for (size_t s = 2; s < 2 + 32; s += 2)
-                if ((a + s * static_cast<size_t>(l.size)) % 32 == 0) {
+                if ((a + s * static_cast<size_t>(l.count)) % 32 == 0) {
                     start = s;
                     stream = true;
                     break;
                 }
         }
-        for (; x < start; ++x) ScalarPixel(roles, x, width, up, row, down, l, out + x * l.size);
+        for (; x < start; ++x) ScalarPixel(roles, x, width, up, row, down, l, out + x * l.count);
         if (roles.colourAtEven)
             x = stream ? Interior<true, true>(up, row, down, x, width, l, roles.colourIsRed, out)
                        : Interior<true, false>(up, row, down, x, width, l, roles.colourIsRed, out);
@@ -225,7 +217,7 @@ void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* ro
 #else
     (void)streaming;
 #endif
-    for (; x < width; ++x) ScalarPixel(roles, x, width, up, row, down, l, out + x * l.size);
+    for (; x < width; ++x) ScalarPixel(roles, x, width, up, row, down, l, out + x * l.count);
 }
 
 } // namespace internal

@@ -52,20 +52,6 @@ inline void YuvToRgb(Acc<T> y, Acc<T> u, Acc<T> v, T* rgb) {
 
 inline void Store16(uint8_t* p, uint16_t v) { std::memcpy(p, &v, 2); }
 
-// Channel positions of an rgb-family order: index of R, G, B, A among the samples (A: -1 when absent).
-struct Positions {
-    int r, g, b, a, count;
-};
-
-Positions PositionsOf(ComponentOrder order) {
-    switch (order) {
-    case ComponentOrder::BGR: return {2, 1, 0, -1, 3};
-    case ComponentOrder::RGBa: return {0, 1, 2, 3, 4};
-    case ComponentOrder::BGRa: return {2, 1, 0, 3, 4};
-    default: return {0, 1, 2, -1, 3};
-    }
-}
-
 } // namespace
 
 template <typename T>
@@ -141,7 +127,7 @@ void ConvertKind(RowKind from, const T* in, size_t n, RowKind to, T* out) {
 
 template <typename T>
 void RgbSamplesToRgba(const PixelFormatInfo& info, const T* s, size_t n, T* out) {
-    const Positions p = PositionsOf(info.order);
+    const ChannelPositions p = ChannelPositionsOf(info.order);
     for (size_t i = 0; i < n; ++i, s += p.count, out += 4) {
         out[0] = s[p.r];
         out[1] = s[p.g];
@@ -195,7 +181,7 @@ ORVANE_TARGET_AVX2 size_t GreyAvx2(const uint8_t* s, size_t n, int channels, int
 
 template <typename T>
 void RgbSamplesToGray(const PixelFormatInfo& info, const T* s, size_t n, T* out) {
-    const Positions p = PositionsOf(info.order);
+    const ChannelPositions p = ChannelPositionsOf(info.order);
 #ifdef ORVANE_X86
     if (sizeof(T) == 1 && HasAvx2()) {
         const size_t done =
@@ -304,7 +290,7 @@ void ChannelToRgba(const PixelFormatInfo& info, const T* in, size_t n, T* out) {
 }
 
 void RgbaToRgbRow(const PixelFormatInfo& dst, const uint8_t* in, size_t n, uint8_t* out) {
-    const Positions p = PositionsOf(dst.order);
+    const ChannelPositions p = ChannelPositionsOf(dst.order);
     if (p.count == 4 && p.r == 0) {
         std::memcpy(out, in, n * 4);
         return;
@@ -318,7 +304,7 @@ void RgbaToRgbRow(const PixelFormatInfo& dst, const uint8_t* in, size_t n, uint8
 }
 
 void RgbaToRgbRow(const PixelFormatInfo& dst, const uint16_t* in, size_t n, uint8_t* out) {
-    const Positions p = PositionsOf(dst.order);
+    const ChannelPositions p = ChannelPositionsOf(dst.order);
     for (size_t i = 0; i < n; ++i, in += 4, out += 2 * p.count) {
         Store16(out + 2 * p.r, in[0]);
         Store16(out + 2 * p.g, in[1]);
