@@ -35,24 +35,41 @@ inline Orvane::GenApi::INodeMap* NodeMapOf(const void* handle) {
     return static_cast<Orvane::GenApi::INodeMap*>(static_cast<const orvObject*>(handle)->target);
 }
 
+// Call shapes of the typed-node functions (values, registers): null handle,
+// for getters the null out-pointer, the type, then the work on the node cast
+// to its interface (a node without that interface gives -2005).
+template <class Ptr, class Work>
+inline orvError TypedNodeCall(orvHandleType tag, void* hNode, Work&& work) {
+    return GenApiFrame([&] {
+        CheckNullHandle(hNode);
+        checkObjectType(tag, hNode);
+        Ptr ptr(NodeOf(hNode));
+        work(ptr);
+        return ORV_OK;
+    });
+}
+
+template <class Ptr, class Out, class Work>
+inline orvError TypedNodeGet(orvHandleType tag, void* hNode, Out* out, Work&& work) {
+    return GenApiFrame([&] {
+        CheckNullHandle(hNode);
+        CheckNullParam(out);
+        checkObjectType(tag, hNode);
+        Ptr ptr(NodeOf(hNode));
+        const Out value = work(ptr);
+        *out = value;
+        return ORV_OK;
+    });
+}
+
 // The tag of a node's handle, from its principal interface type.
 inline orvHandleType assignNodeType(Orvane::GenApi::INode* node) {
-    using namespace Orvane::GenApi;
     if (!node) return ORV_HANDLE_UNAVAILABLE_NODE;
-    switch (node->GetPrincipalInterfaceType()) {
-    case intfIInteger: return ORV_HANDLE_INTEGER_NODE;
-    case intfIBoolean: return ORV_HANDLE_BOOLEAN_NODE;
-    case intfICommand: return ORV_HANDLE_COMMAND_NODE;
-    case intfIFloat: return ORV_HANDLE_FLOAT_NODE;
-    case intfIString: return ORV_HANDLE_STRING_NODE;
-    case intfIRegister: return ORV_HANDLE_REGISTER_NODE;
-    case intfICategory: return ORV_HANDLE_CATEGORY_NODE;
-    case intfIEnumeration: return ORV_HANDLE_ENUMERATION_NODE;
-    case intfIEnumEntry: return ORV_HANDLE_ENUM_ENTRY_NODE;
-    default:
+    const orvHandleType tag = NodeHandleTag(node->GetPrincipalInterfaceType());
+    if (tag == 0)
         RaiseError(304, "./OrvaneUtilsC", "assignNodeType", "Orvane Exception: internal node type assignment failure.",
                    ORVANE_ERR_ERROR);
-    }
+    return tag;
 }
 
 // A node record built for `node` under `parent`'s cache: tag 0 and no node
@@ -97,6 +114,20 @@ inline void ReleaseChild(orvObject* parent, orvObject* child) {
         }
     }
     destroyRecord(child);
+}
+
+// Releases a node handle cached under `parent` (a node map, enumeration or
+// category handle): both handles non-null, the child's tag, the parent's tag,
+// then ReleaseChild.
+inline orvError ReleaseCachedNode(void* parent, orvHandleType parentTag, void* child, orvHandleType childTag) {
+    return GenApiFrame([&] {
+        CheckNullHandle(parent);
+        CheckNullHandle(child);
+        checkObjectType(childTag, child);
+        checkObjectType(parentTag, parent);
+        ReleaseChild(asRecord(parent), asRecord(child));
+        return ORV_OK;
+    });
 }
 
 } // namespace

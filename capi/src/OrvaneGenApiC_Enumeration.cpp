@@ -57,14 +57,7 @@ orvError orvEnumerationGetCurrentEntry(orvNodeHandle hNode, orvNodeHandle* phEnt
 }
 
 orvError orvEnumerationReleaseNode(orvNodeHandle hEnum, orvNodeHandle hEntry) {
-    return GenApiFrame([&] {
-        CheckNullHandle(hEnum);
-        CheckNullHandle(hEntry);
-        checkObjectType(ORV_HANDLE_ENUM_ENTRY_NODE, hEntry);
-        checkObjectType(ORV_HANDLE_ENUMERATION_NODE, hEnum);
-        ReleaseChild(asRecord(hEnum), asRecord(hEntry));
-        return ORV_OK;
-    });
+    return ReleaseCachedNode(hEnum, ORV_HANDLE_ENUMERATION_NODE, hEntry, ORV_HANDLE_ENUM_ENTRY_NODE);
 }
 
 orvError orvEnumerationSetIntValue(orvNodeHandle hNode, int64_t value) {
@@ -123,12 +116,5 @@ orvError orvCategoryGetFeatureByIndex(orvNodeHandle hNode, size_t index, orvNode
 }
 
 orvError orvCategoryReleaseNode(orvNodeHandle hCategory, orvNodeHandle hFeature) {
-    return GenApiFrame([&] {
-        CheckNullHandle(hCategory);
-        CheckNullHandle(hFeature);
-        checkObjectType(ORV_HANDLE_NODE, hFeature);
-        checkObjectType(ORV_HANDLE_CATEGORY_NODE, hCategory);
-        ReleaseChild(asRecord(hCategory), asRecord(hFeature));
-        return ORV_OK;
-    });
+    return ReleaseCachedNode(hCategory, ORV_HANDLE_CATEGORY_NODE, hFeature, ORV_HANDLE_NODE);
 }

@@ -46,14 +46,7 @@ orvError orvNodeMapGetNodeByIndex(orvNodeMapHandle hNodeMap, size_t index, orvNo
 }
 
 orvError orvNodeMapReleaseNode(orvNodeMapHandle hNodeMap, orvNodeHandle hNode) {
-    return GenApiFrame([&] {
-        CheckNullHandle(hNodeMap);
-        CheckNullHandle(hNode);
-        checkObjectType(ORV_HANDLE_NODE, hNode);
-        checkObjectType(ORV_HANDLE_NODEMAP, hNodeMap);
-        ReleaseChild(asRecord(hNodeMap), asRecord(hNode));
-        return ORV_OK;
-    });
+    return ReleaseCachedNode(hNodeMap, ORV_HANDLE_NODEMAP, hNode, ORV_HANDLE_NODE);
 }
 
 orvError orvNodeMapPoll(orvNodeMapHandle hNodeMap, int64_t elapsedTime) {

@@ -7,32 +7,6 @@ using namespace Orvane::GenApi;
 
 namespace {
 
-// Setter shape: null handle, type, then the work on the cast interface.
-template <class Ptr, class Work>
-orvError Set(orvHandleType tag, orvNodeHandle hNode, Work&& work) {
-    return GenApiFrame([&] {
-        CheckNullHandle(hNode);
-        checkObjectType(tag, hNode);
-        Ptr ptr(NodeOf(hNode));
-        work(ptr);
-        return ORV_OK;
-    });
-}
-
-// Getter shape: null handle, null out-pointer, type, then the value.
-template <class Ptr, class Out, class Work>
-orvError Get(orvHandleType tag, orvNodeHandle hNode, Out* out, Work&& work) {
-    return GenApiFrame([&] {
-        CheckNullHandle(hNode);
-        CheckNullParam(out);
-        checkObjectType(tag, hNode);
-        Ptr ptr(NodeOf(hNode));
-        const Out value = work(ptr);
-        *out = value;
-        return ORV_OK;
-    });
-}
-
 template <class Ptr, class Text>
 orvError GetText(orvHandleType tag, orvNodeHandle hNode, char* pBuf, size_t* pBufLen, Text&& text) {
     return GenApiFrame([&] {
@@ -71,70 +45,80 @@ orvError orvStringGetValueEx(orvNodeHandle hNode, bool8_t bVerify, char* pBuf, s
                                [&](CStringPtr& p) { return p->GetValue(bVerify != 0, false); });
 }
 orvError orvStringGetMaxLength(orvNodeHandle hNode, int64_t* pValue) {
-    return Get<CStringPtr>(ORV_HANDLE_STRING_NODE, hNode, pValue, [](CStringPtr& p) { return p->GetMaxLength(); });
+    return TypedNodeGet<CStringPtr>(ORV_HANDLE_STRING_NODE, hNode, pValue,
+                                    [](CStringPtr& p) { return p->GetMaxLength(); });
 }
 
 // Integers
 orvError orvIntegerSetValue(orvNodeHandle hNode, int64_t value) {
-    return Set<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, [&](CIntegerPtr& p) { p->SetValue(value, true); });
+    return TypedNodeCall<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode,
+                                      [&](CIntegerPtr& p) { p->SetValue(value, true); });
 }
 orvError orvIntegerSetValueEx(orvNodeHandle hNode, bool8_t bVerify, int64_t value) {
-    return Set<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, [&](CIntegerPtr& p) { p->SetValue(value, bVerify != 0); });
+    return TypedNodeCall<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode,
+                                      [&](CIntegerPtr& p) { p->SetValue(value, bVerify != 0); });
 }
 orvError orvIntegerGetValue(orvNodeHandle hNode, int64_t* pValue) {
-    return Get<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
-                            [](CIntegerPtr& p) { return p->GetValue(false, false); });
+    return TypedNodeGet<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
+                                     [](CIntegerPtr& p) { return p->GetValue(false, false); });
 }
 orvError orvIntegerGetValueEx(orvNodeHandle hNode, bool8_t bVerify, int64_t* pValue) {
-    return Get<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
-                            [&](CIntegerPtr& p) { return p->GetValue(bVerify != 0, false); });
+    return TypedNodeGet<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
+                                     [&](CIntegerPtr& p) { return p->GetValue(bVerify != 0, false); });
 }
 orvError orvIntegerGetMin(orvNodeHandle hNode, int64_t* pValue) {
-    return Get<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue, [](CIntegerPtr& p) { return p->GetMin(); });
+    return TypedNodeGet<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
+                                     [](CIntegerPtr& p) { return p->GetMin(); });
 }
 orvError orvIntegerGetMax(orvNodeHandle hNode, int64_t* pValue) {
-    return Get<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue, [](CIntegerPtr& p) { return p->GetMax(); });
+    return TypedNodeGet<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
+                                     [](CIntegerPtr& p) { return p->GetMax(); });
 }
 orvError orvIntegerGetInc(orvNodeHandle hNode, int64_t* pValue) {
-    return Get<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue, [](CIntegerPtr& p) { return p->GetInc(); });
+    return TypedNodeGet<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
+                                     [](CIntegerPtr& p) { return p->GetInc(); });
 }
 orvError orvIntegerGetRepresentation(orvNodeHandle hNode, int32_t* pValue) {
-    return Get<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
-                            [](CIntegerPtr& p) { return static_cast<int32_t>(p->GetRepresentation()); });
+    return TypedNodeGet<CIntegerPtr>(ORV_HANDLE_INTEGER_NODE, hNode, pValue,
+                                     [](CIntegerPtr& p) { return static_cast<int32_t>(p->GetRepresentation()); });
 }
 
 // Booleans
 orvError orvBooleanSetValue(orvNodeHandle hNode, bool8_t value) {
-    return Set<CBooleanPtr>(ORV_HANDLE_BOOLEAN_NODE, hNode, [&](CBooleanPtr& p) { p->SetValue(value != 0, true); });
+    return TypedNodeCall<CBooleanPtr>(ORV_HANDLE_BOOLEAN_NODE, hNode,
+                                      [&](CBooleanPtr& p) { p->SetValue(value != 0, true); });
 }
 orvError orvBooleanGetValue(orvNodeHandle hNode, bool8_t* pValue) {
-    return Get<CBooleanPtr>(ORV_HANDLE_BOOLEAN_NODE, hNode, pValue,
-                            [](CBooleanPtr& p) { return static_cast<bool8_t>(p->GetValue(false, false) ? 1 : 0); });
+    return TypedNodeGet<CBooleanPtr>(ORV_HANDLE_BOOLEAN_NODE, hNode, pValue, [](CBooleanPtr& p) {
+        return static_cast<bool8_t>(p->GetValue(false, false) ? 1 : 0);
+    });
 }
 
 // Floats
 orvError orvFloatSetValue(orvNodeHandle hNode, double value) {
-    return Set<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, [&](CFloatPtr& p) { p->SetValue(value, true); });
+    return TypedNodeCall<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, [&](CFloatPtr& p) { p->SetValue(value, true); });
 }
 orvError orvFloatSetValueEx(orvNodeHandle hNode, bool8_t bVerify, double value) {
-    return Set<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, [&](CFloatPtr& p) { p->SetValue(value, bVerify != 0); });
+    return TypedNodeCall<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode,
+                                    [&](CFloatPtr& p) { p->SetValue(value, bVerify != 0); });
 }
 orvError orvFloatGetValue(orvNodeHandle hNode, double* pValue) {
-    return Get<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue, [](CFloatPtr& p) { return p->GetValue(false, false); });
+    return TypedNodeGet<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue,
+                                   [](CFloatPtr& p) { return p->GetValue(false, false); });
 }
 orvError orvFloatGetValueEx(orvNodeHandle hNode, bool8_t bVerify, double* pValue) {
-    return Get<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue,
-                          [&](CFloatPtr& p) { return p->GetValue(bVerify != 0, false); });
+    return TypedNodeGet<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue,
+                                   [&](CFloatPtr& p) { return p->GetValue(bVerify != 0, false); });
 }
 orvError orvFloatGetMin(orvNodeHandle hNode, double* pValue) {
-    return Get<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue, [](CFloatPtr& p) { return p->GetMin(); });
+    return TypedNodeGet<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue, [](CFloatPtr& p) { return p->GetMin(); });
 }
 orvError orvFloatGetMax(orvNodeHandle hNode, double* pValue) {
-    return Get<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue, [](CFloatPtr& p) { return p->GetMax(); });
+    return TypedNodeGet<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue, [](CFloatPtr& p) { return p->GetMax(); });
 }
 orvError orvFloatGetRepresentation(orvNodeHandle hNode, int32_t* pValue) {
-    return Get<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue,
-                          [](CFloatPtr& p) { return static_cast<int32_t>(p->GetRepresentation()); });
+    return TypedNodeGet<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pValue,
+                                   [](CFloatPtr& p) { return static_cast<int32_t>(p->GetRepresentation()); });
 }
 orvError orvFloatGetUnit(orvNodeHandle hNode, char* pBuf, size_t* pBufLen) {
     return GetText<CFloatPtr>(ORV_HANDLE_FLOAT_NODE, hNode, pBuf, pBufLen, [](CFloatPtr& p) { return p->GetUnit(); });
@@ -142,9 +126,9 @@ orvError orvFloatGetUnit(orvNodeHandle hNode, char* pBuf, size_t* pBufLen) {
 
 // Commands
 orvError orvCommandExecute(orvNodeHandle hNode) {
-    return Set<CCommandPtr>(ORV_HANDLE_COMMAND_NODE, hNode, [](CCommandPtr& p) { p->Execute(true); });
+    return TypedNodeCall<CCommandPtr>(ORV_HANDLE_COMMAND_NODE, hNode, [](CCommandPtr& p) { p->Execute(true); });
 }
 orvError orvCommandIsDone(orvNodeHandle hNode, bool8_t* pValue) {
-    return Get<CCommandPtr>(ORV_HANDLE_COMMAND_NODE, hNode, pValue,
-                            [](CCommandPtr& p) { return static_cast<bool8_t>(p->IsDone(true) ? 1 : 0); });
+    return TypedNodeGet<CCommandPtr>(ORV_HANDLE_COMMAND_NODE, hNode, pValue,
+                                     [](CCommandPtr& p) { return static_cast<bool8_t>(p->IsDone(true) ? 1 : 0); });
 }

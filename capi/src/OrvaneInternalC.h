@@ -12,6 +12,7 @@
 
 #include <exception>
 #include <string>
+#include <utility>
 
 #include "Orvane/Exception.h"
 #include "OrvaneCDefs.h"
@@ -64,21 +65,6 @@ struct ErrorRecord {
 
 namespace {
 
-// Runs body (returning an orvError) inside the frame: clear the record, run,
-// and turn an Orvane::Exception or std::exception into the record and the
-// returned code. Exceptions of other types are not caught.
-template <class Body>
-inline orvError CallFrame(ErrorRecord& record, Body&& body) {
-    record.Clear();
-    try {
-        return body();
-    } catch (const Orvane::Exception& e) {
-        return record.Store(e);
-    } catch (const std::exception& e) {
-        return record.Store(e);
-    }
-}
-
 // The frame of the error getters: no clearing on entry (they read what the
 // record holds), the same catch steps.
 template <class Body>
@@ -92,12 +78,44 @@ inline orvError CallFrameNoClear(ErrorRecord& record, Body&& body) {
     }
 }
 
+// Runs body (returning an orvError) inside the frame: clear the record, run,
+// and turn an Orvane::Exception or std::exception into the record and the
+// returned code. Exceptions of other types are not caught.
+template <class Body>
+inline orvError CallFrame(ErrorRecord& record, Body&& body) {
+    record.Clear();
+    return CallFrameNoClear(record, std::forward<Body>(body));
+}
+
 } // namespace
 
 #define ORV_OK ORVANE_ERR_SUCCESS
 
 #include "Orvane/GenApi/GenApi.h"
 #include "OrvaneUtilsC.h"
+
+namespace {
+
+// The tag of a node handle, from the node's principal interface type; 0 (no
+// tag) for the types no node handle stands for (value, base, port). Each
+// caller reports that case in its own way.
+inline orvHandleType NodeHandleTag(Orvane::GenApi::EInterfaceType type) {
+    using namespace Orvane::GenApi;
+    switch (type) {
+    case intfIInteger: return ORV_HANDLE_INTEGER_NODE;
+    case intfIBoolean: return ORV_HANDLE_BOOLEAN_NODE;
+    case intfICommand: return ORV_HANDLE_COMMAND_NODE;
+    case intfIFloat: return ORV_HANDLE_FLOAT_NODE;
+    case intfIString: return ORV_HANDLE_STRING_NODE;
+    case intfIRegister: return ORV_HANDLE_REGISTER_NODE;
+    case intfICategory: return ORV_HANDLE_CATEGORY_NODE;
+    case intfIEnumeration: return ORV_HANDLE_ENUMERATION_NODE;
+    case intfIEnumEntry: return ORV_HANDLE_ENUM_ENTRY_NODE;
+    default: return static_cast<orvHandleType>(0);
+    }
+}
+
+} // namespace
 
 // The node callback behind an orvNodeCallbackHandle: it watches one SDK node
 // and calls the C function with a temporary handle for that node. Runs on the
@@ -109,22 +127,10 @@ public:
     ~OrvNodeCallbackInternal() override {}
 
     void operator()(Orvane::GenApi::ECallbackType) const override {
-        using namespace Orvane::GenApi;
-        orvObject temporary(static_cast<orvHandleType>(0));
-        switch (m_pNode->GetPrincipalInterfaceType()) {
-        case intfIInteger: temporary.tag = ORV_HANDLE_INTEGER_NODE; break;
-        case intfIBoolean: temporary.tag = ORV_HANDLE_BOOLEAN_NODE; break;
-        case intfICommand: temporary.tag = ORV_HANDLE_COMMAND_NODE; break;
-        case intfIFloat: temporary.tag = ORV_HANDLE_FLOAT_NODE; break;
-        case intfIString: temporary.tag = ORV_HANDLE_STRING_NODE; break;
-        case intfIRegister: temporary.tag = ORV_HANDLE_REGISTER_NODE; break;
-        case intfICategory: temporary.tag = ORV_HANDLE_CATEGORY_NODE; break;
-        case intfIEnumeration: temporary.tag = ORV_HANDLE_ENUMERATION_NODE; break;
-        case intfIEnumEntry: temporary.tag = ORV_HANDLE_ENUM_ENTRY_NODE; break;
-        default:
+        orvObject temporary(NodeHandleTag(m_pNode->GetPrincipalInterfaceType()));
+        if (temporary.tag == 0)
             throw Orvane::Exception(434, "./OrvaneInternalC", "operator()",
                                     "Orvane Exception: internal node type assignment failure.", ORVANE_ERR_ERROR);
-        }
         temporary.target = m_pNode;
         m_function(&temporary);
     }

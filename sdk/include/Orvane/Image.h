@@ -6,13 +6,16 @@
 // copy: the caller keeps it alive and unchanged while the image uses it); one
 // received from a stream shares the stream's buffer until Release hands it
 // back. Create(image) and DeepCopy always copy.
+//
+// The class shows operations only: its state lives in the SDK (one block of
+// memory with the image object; stream images come from a pool, so receiving
+// a frame allocates nothing).
 #ifndef ORVANE_IMAGE_H
 #define ORVANE_IMAGE_H
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 
 #include "Orvane/BasePtr.h"
 #include "Orvane/ChunkData.h"
@@ -29,8 +32,7 @@ typedef BasePtr<Image> ImagePtr;
 
 namespace internal {
 class ImageAccess;
-class ImageBufferOwner;
-class ChunkDecoder;
+struct ImageImpl;
 } // namespace internal
 
 class ORVANE_API Image {
@@ -156,36 +158,9 @@ public:
 
 private:
     friend class internal::ImageAccess;
-    Image();
-    void Shape(size_t width, size_t height, size_t offsetX, size_t offsetY, PixelFormatEnums pixelFormat, void* pData,
-               TLPayloadType payloadType, size_t dataSize);
-    void CheckData(const char* function) const;
-    void DecodeChunks() const; // with m_chunkMutex held
+    explicit Image(internal::ImageImpl& impl);
 
-    size_t m_width = 0, m_height = 0, m_offsetX = 0, m_offsetY = 0, m_paddingX = 0, m_paddingY = 0;
-    PixelFormatEnums m_pixelFormat = UNKNOWN_PIXELFORMAT;
-    uint64_t m_tlPixelFormat = 0;
-    PixelFormatNamespaceID m_pixelFormatNamespace = PixelFormatNamespace_Unknown;
-    size_t m_payloadType = 0;
-    TLPayloadType m_tlPayloadType = PayloadType_Unknown;
-    uint64_t m_id = 0, m_frameId = 0, m_timestamp = 0, m_chunkLayoutId = 0;
-    ImageStatus m_status = IMAGE_STATUS_OK;
-    size_t m_validPayloadSize = 0;
-    ColorProcessingAlgorithm m_colorProcessing = COLOR_PROCESSING_NONE;
-    uint8_t* m_data = nullptr;
-    size_t m_bufferSize = 0;
-    size_t m_imageSize = 0;
-    void* m_privateData = nullptr;
-    std::shared_ptr<void> m_storage;                              // keeps the memory alive (owned or stream buffer)
-    std::shared_ptr<internal::ImageBufferOwner> m_owner;          // stream images: where Release hands the buffer back
-    std::shared_ptr<const internal::ChunkDecoder> m_chunkDecoder; // stream images: the camera's chunk decoder
-    // Chunk data, decoded once on first use or given (images loaded from
-    // files); m_chunkMutex guards the four below.
-    mutable std::mutex m_chunkMutex;
-    mutable bool m_chunkDecoded = false;
-    mutable bool m_hasCrc = false;
-    mutable uint32_t m_crc = 0;
-    mutable ChunkData m_chunkData;
+    internal::ImageImpl& m_impl; // lives as long as the image, in the same block
 };
 
 } // namespace Orvane

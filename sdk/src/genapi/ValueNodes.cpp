@@ -14,18 +14,98 @@ namespace impl {
 using GenICam::gcstring;
 using Lock = NodeMapBase::MapLock;
 
+// Integer and float ------------------------------------------------------
+
+namespace {
+
+// Why a verified read failed: the device's value is outside the node's limits.
+std::string ReportedOutOfRange(int64_t value, int64_t min, int64_t max) {
+    return "the device reports " + std::to_string(value) + ", outside [" + std::to_string(min) + ", " +
+           std::to_string(max) + "]";
+}
+
+std::string ReportedOutOfRange(double value, double, double) {
+    return "the device reports " + FormatFloat(value, fnAutomatic, 0) + ", outside its range";
+}
+
+// Reads a value's text; `what` names what the text must be.
+bool ParseNumber(const std::string& text, int64_t& value, const char*& what) {
+    what = "an integer";
+    return ParseInteger(text, value);
+}
+
+bool ParseNumber(const std::string& text, double& value, const char*& what) {
+    what = "a number";
+    return ParseFloat(text, value);
+}
+
+} // namespace
+
+template <class T, class Interface, EInterfaceType Type>
+void NumberNode<T, Interface, Type>::FromString(const gcstring& ValueStr, bool Verify) {
+    T value = 0;
+    const char* what = "";
+    if (!ParseNumber(ValueStr.str(), value, what))
+        this->Fail(__LINE__, __func__, ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not " + what);
+    SetValue(value, Verify);
+}
+
+template <class T, class Interface, EInterfaceType Type>
+void NumberNode<T, Interface, Type>::SetValue(T Value, bool Verify) {
+    Lock lock(this->m_map);
+    this->CheckWritable(__func__);
+    if (Verify) CheckRange(Value, __func__);
+    DoSetValue(Value);
+    this->m_map.NotifyChanged(*this);
+}
+
+template <class T, class Interface, EInterfaceType Type>
+T NumberNode<T, Interface, Type>::GetValue(bool Verify, bool IgnoreCache) {
+    Lock lock(this->m_map);
+    this->CheckReadable(__func__);
+    const T value = DoGetValue(IgnoreCache);
+    if (Verify) {
+        const T min = GetMin(), max = GetMax();
+        if (value < min || value > max)
+            this->Fail(__LINE__, __func__, ORVANE_ERR_GENICAM_OUT_OF_RANGE, ReportedOutOfRange(value, min, max));
+    }
+    return value;
+}
+
+template <class T, class Interface, EInterfaceType Type>
+T NumberNode<T, Interface, Type>::GetMin() {
+    Lock lock(this->m_map);
+    return std::max(DoGetMin(), m_imposedMin);
+}
+
+template <class T, class Interface, EInterfaceType Type>
+T NumberNode<T, Interface, Type>::GetMax() {
+    Lock lock(this->m_map);
+    return std::min(DoGetMax(), m_imposedMax);
+}
+
+template <class T, class Interface, EInterfaceType Type>
+void NumberNode<T, Interface, Type>::ImposeMin(T Value) {
+    Lock lock(this->m_map);
+    m_imposedMin = Value;
+    this->m_map.NotifyChanged(*this);
+}
+
+template <class T, class Interface, EInterfaceType Type>
+void NumberNode<T, Interface, Type>::ImposeMax(T Value) {
+    Lock lock(this->m_map);
+    m_imposedMax = Value;
+    this->m_map.NotifyChanged(*this);
+}
+
+template class NumberNode<int64_t, IInteger, intfIInteger>;
+template class NumberNode<double, IFloat, intfIFloat>;
+
 // Integer ------------------------------------------------------------------
 
 gcstring IntegerNode::ToString(bool Verify, bool IgnoreCache) {
     Lock lock(m_map);
     return FormatInteger(GetValue(Verify, IgnoreCache), DoGetRepresentation());
-}
-
-void IntegerNode::FromString(const gcstring& ValueStr, bool Verify) {
-    int64_t value = 0;
-    if (!ParseInteger(ValueStr.str(), value))
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not an integer");
-    SetValue(value, Verify);
 }
 
 void IntegerNode::CheckRange(int64_t value, const char* function) {
@@ -50,36 +130,6 @@ void IntegerNode::CheckRange(int64_t value, const char* function) {
     }
 }
 
-void IntegerNode::SetValue(int64_t Value, bool Verify) {
-    Lock lock(m_map);
-    CheckWritable(__func__);
-    if (Verify) CheckRange(Value, __func__);
-    DoSetValue(Value);
-    m_map.NotifyChanged(*this);
-}
-
-int64_t IntegerNode::GetValue(bool Verify, bool IgnoreCache) {
-    Lock lock(m_map);
-    CheckReadable(__func__);
-    const int64_t value = DoGetValue(IgnoreCache);
-    if (Verify) {
-        const int64_t min = GetMin(), max = GetMax();
-        if (value < min || value > max)
-            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, "the device reports " + std::to_string(value) +
-                                                               ", outside [" + std::to_string(min) + ", " +
-                                                               std::to_string(max) + "]");
-    }
-    return value;
-}
-
-int64_t IntegerNode::GetMin() {
-    Lock lock(m_map);
-    return std::max(DoGetMin(), m_imposedMin);
-}
-int64_t IntegerNode::GetMax() {
-    Lock lock(m_map);
-    return std::min(DoGetMax(), m_imposedMax);
-}
 EIncMode IntegerNode::GetIncMode() {
     Lock lock(m_map);
     return DoGetIncMode();
@@ -100,29 +150,11 @@ int64_autovector_t IntegerNode::GetListOfValidValues(bool bounded) {
 }
 ERepresentation IntegerNode::GetRepresentation() { return DoGetRepresentation(); }
 gcstring IntegerNode::GetUnit() const { return DoGetUnit(); }
-void IntegerNode::ImposeMin(int64_t Value) {
-    Lock lock(m_map);
-    m_imposedMin = Value;
-    m_map.NotifyChanged(*this);
-}
-void IntegerNode::ImposeMax(int64_t Value) {
-    Lock lock(m_map);
-    m_imposedMax = Value;
-    m_map.NotifyChanged(*this);
-}
-
 // Float --------------------------------------------------------------------
 
 gcstring FloatNode::ToString(bool Verify, bool IgnoreCache) {
     Lock lock(m_map);
     return FormatFloat(GetValue(Verify, IgnoreCache), fnAutomatic, DoGetDisplayPrecision());
-}
-
-void FloatNode::FromString(const gcstring& ValueStr, bool Verify) {
-    double value = 0;
-    if (!ParseFloat(ValueStr.str(), value))
-        ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not a number");
-    SetValue(value, Verify);
 }
 
 void FloatNode::CheckRange(double value, const char* function) {
@@ -148,35 +180,6 @@ void FloatNode::CheckRange(double value, const char* function) {
     }
 }
 
-void FloatNode::SetValue(double Value, bool Verify) {
-    Lock lock(m_map);
-    CheckWritable(__func__);
-    if (Verify) CheckRange(Value, __func__);
-    DoSetValue(Value);
-    m_map.NotifyChanged(*this);
-}
-
-double FloatNode::GetValue(bool Verify, bool IgnoreCache) {
-    Lock lock(m_map);
-    CheckReadable(__func__);
-    const double value = DoGetValue(IgnoreCache);
-    if (Verify) {
-        const double min = GetMin(), max = GetMax();
-        if (value < min || value > max)
-            ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE,
-                          "the device reports " + FormatFloat(value, fnAutomatic, 0) + ", outside its range");
-    }
-    return value;
-}
-
-double FloatNode::GetMin() {
-    Lock lock(m_map);
-    return std::max(DoGetMin(), m_imposedMin);
-}
-double FloatNode::GetMax() {
-    Lock lock(m_map);
-    return std::min(DoGetMax(), m_imposedMax);
-}
 bool FloatNode::HasInc() {
     Lock lock(m_map);
     return DoHasInc();
@@ -191,17 +194,6 @@ ERepresentation FloatNode::GetRepresentation() { return DoGetRepresentation(); }
 gcstring FloatNode::GetUnit() const { return DoGetUnit(); }
 EDisplayNotation FloatNode::GetDisplayNotation() const { return DoGetDisplayNotation(); }
 int64_t FloatNode::GetDisplayPrecision() const { return DoGetDisplayPrecision(); }
-void FloatNode::ImposeMin(double Value) {
-    Lock lock(m_map);
-    m_imposedMin = Value;
-    m_map.NotifyChanged(*this);
-}
-void FloatNode::ImposeMax(double Value) {
-    Lock lock(m_map);
-    m_imposedMax = Value;
-    m_map.NotifyChanged(*this);
-}
-
 // String -------------------------------------------------------------------
 
 gcstring StringNode::ToString(bool Verify, bool IgnoreCache) { return GetValue(Verify, IgnoreCache); }
@@ -376,7 +368,7 @@ void EnumerationNode::AddEntry(EnumEntryNode& entry) {
 // Enumeration entry --------------------------------------------------------
 
 EnumEntryNode::EnumEntryNode(NodeMapBase& map, NodeInfo info, std::string symbolic, int64_t value)
-    : Node(map, std::move(info)), m_symbolic(std::move(symbolic)), m_value(value),
+    : TypedNode(map, std::move(info)), m_symbolic(std::move(symbolic)), m_value(value),
       m_numericValue(static_cast<double>(value)) {}
 
 gcstring EnumEntryNode::ToString(bool, bool) { return m_symbolic; }
@@ -432,15 +424,18 @@ void RegisterNode::FromString(const gcstring& ValueStr, bool Verify) {
     Set(bytes.data(), static_cast<int64_t>(bytes.size()), Verify);
 }
 
+void RegisterNode::CheckBuffer(const uint8_t* buffer, int64_t Length, bool Verify, const char* function) {
+    if (!buffer) Fail(__LINE__, function, ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the buffer is null");
+    const int64_t length = GetLength();
+    if (Length <= 0 || Length > length || (Verify && Length != length))
+        Fail(__LINE__, function, ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+             "length " + std::to_string(Length) + " does not fit the register's " + std::to_string(length) + " bytes");
+}
+
 void RegisterNode::Set(const uint8_t* pBuffer, int64_t Length, bool Verify) {
     Lock lock(m_map);
     CheckWritable(__func__);
-    if (!pBuffer) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the buffer is null");
-    const int64_t length = GetLength();
-    if (Length <= 0 || Length > length || (Verify && Length != length))
-        ORV_NODE_FAIL(
-            ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
-            "length " + std::to_string(Length) + " does not fit the register's " + std::to_string(length) + " bytes");
+    CheckBuffer(pBuffer, Length, Verify, __func__);
     DoSet(pBuffer, Length);
     m_map.NotifyChanged(*this);
 }
@@ -448,12 +443,7 @@ void RegisterNode::Set(const uint8_t* pBuffer, int64_t Length, bool Verify) {
 void RegisterNode::Get(uint8_t* pBuffer, int64_t Length, bool Verify, bool IgnoreCache) {
     Lock lock(m_map);
     CheckReadable(__func__);
-    if (!pBuffer) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the buffer is null");
-    const int64_t length = GetLength();
-    if (Length <= 0 || Length > length || (Verify && Length != length))
-        ORV_NODE_FAIL(
-            ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
-            "length " + std::to_string(Length) + " does not fit the register's " + std::to_string(length) + " bytes");
+    CheckBuffer(pBuffer, Length, Verify, __func__);
     DoGet(pBuffer, Length, IgnoreCache);
 }
 

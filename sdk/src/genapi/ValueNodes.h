@@ -14,57 +14,70 @@ namespace Orvane {
 namespace GenApi {
 namespace impl {
 
-class IntegerNode : public Node, public IInteger {
+// What every typed node repeats: it is its own value's node, it names its
+// principal interface type, and by default it keeps no value cache.
+template <class Interface, EInterfaceType Type>
+class TypedNode : public Node, public Interface {
 public:
     using Node::Node;
     INode* GetNode() override { return this; }
-    GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
-    void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
     bool IsValueCacheValid() const override { return false; }
-    void SetValue(int64_t Value, bool Verify = true) override;
-    int64_t GetValue(bool Verify = false, bool IgnoreCache = false) override;
-    int64_t GetMin() override;
-    int64_t GetMax() override;
+    EInterfaceType GetPrincipalInterfaceType() const override { return Type; }
+};
+
+// Integer and float nodes: the value checked against its limits (the
+// device's, narrowed by imposed ones) on verified writes and reads.
+template <class T, class Interface, EInterfaceType Type>
+class NumberNode : public TypedNode<Interface, Type> {
+public:
+    using TypedNode<Interface, Type>::TypedNode;
+    // Reads the value from text (see ParseInteger and ParseFloat, TextFormat.h) and sets it.
+    void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
+    void SetValue(T Value, bool Verify = true) override;
+    T GetValue(bool Verify = false, bool IgnoreCache = false) override;
+    T GetMin() override;
+    T GetMax() override;
+    void ImposeMin(T Value) override;
+    void ImposeMax(T Value) override;
+
+    // Raises ORVANE_ERR_GENICAM_OUT_OF_RANGE unless the value respects
+    // minimum, maximum and increment.
+    virtual void CheckRange(T value, const char* function) = 0;
+
+protected:
+    virtual T DoGetValue(bool ignoreCache) = 0;
+    virtual void DoSetValue(T value) = 0;
+    virtual T DoGetMin() { return std::numeric_limits<T>::lowest(); }
+    virtual T DoGetMax() { return std::numeric_limits<T>::max(); }
+
+private:
+    T m_imposedMin = std::numeric_limits<T>::lowest();
+    T m_imposedMax = std::numeric_limits<T>::max();
+};
+
+class IntegerNode : public NumberNode<int64_t, IInteger, intfIInteger> {
+public:
+    using NumberNode::NumberNode;
+    GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
     EIncMode GetIncMode() override;
     int64_t GetInc() override;
     int64_autovector_t GetListOfValidValues(bool bounded = true) override;
     ERepresentation GetRepresentation() override;
     GenICam::gcstring GetUnit() const override;
-    void ImposeMin(int64_t Value) override;
-    void ImposeMax(int64_t Value) override;
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfIInteger; }
-
-    // Raises ORVANE_ERR_GENICAM_OUT_OF_RANGE unless the value respects
-    // minimum, maximum and increment.
-    void CheckRange(int64_t value, const char* function);
+    void CheckRange(int64_t value, const char* function) override;
 
 protected:
-    virtual int64_t DoGetValue(bool ignoreCache) = 0;
-    virtual void DoSetValue(int64_t value) = 0;
-    virtual int64_t DoGetMin() { return std::numeric_limits<int64_t>::min(); }
-    virtual int64_t DoGetMax() { return std::numeric_limits<int64_t>::max(); }
     virtual int64_t DoGetInc() { return 1; }
     virtual EIncMode DoGetIncMode() { return fixedIncrement; }
     virtual std::vector<int64_t> DoGetValidValues() { return {}; }
     virtual ERepresentation DoGetRepresentation() { return PureNumber; }
     virtual std::string DoGetUnit() const { return ""; }
-
-private:
-    int64_t m_imposedMin = std::numeric_limits<int64_t>::min();
-    int64_t m_imposedMax = std::numeric_limits<int64_t>::max();
 };
 
-class FloatNode : public Node, public IFloat {
+class FloatNode : public NumberNode<double, IFloat, intfIFloat> {
 public:
-    using Node::Node;
-    INode* GetNode() override { return this; }
+    using NumberNode::NumberNode;
     GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
-    void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
-    bool IsValueCacheValid() const override { return false; }
-    void SetValue(double Value, bool Verify = true) override;
-    double GetValue(bool Verify = false, bool IgnoreCache = false) override;
-    double GetMin() override;
-    double GetMax() override;
     bool HasInc() override;
     EIncMode GetIncMode() override;
     double GetInc() override;
@@ -73,40 +86,25 @@ public:
     GenICam::gcstring GetUnit() const override;
     EDisplayNotation GetDisplayNotation() const override;
     int64_t GetDisplayPrecision() const override;
-    void ImposeMin(double Value) override;
-    void ImposeMax(double Value) override;
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfIFloat; }
-
-    void CheckRange(double value, const char* function);
+    void CheckRange(double value, const char* function) override;
 
 protected:
-    virtual double DoGetValue(bool ignoreCache) = 0;
-    virtual void DoSetValue(double value) = 0;
-    virtual double DoGetMin() { return -std::numeric_limits<double>::max(); }
-    virtual double DoGetMax() { return std::numeric_limits<double>::max(); }
     virtual bool DoHasInc() { return false; }
     virtual double DoGetInc() { return 0.0; }
     virtual ERepresentation DoGetRepresentation() const { return PureNumber; }
     virtual std::string DoGetUnit() const { return ""; }
     virtual EDisplayNotation DoGetDisplayNotation() const { return fnAutomatic; }
     virtual int64_t DoGetDisplayPrecision() const { return 6; }
-
-private:
-    double m_imposedMin = -std::numeric_limits<double>::max();
-    double m_imposedMax = std::numeric_limits<double>::max();
 };
 
-class StringNode : public Node, public IString {
+class StringNode : public TypedNode<IString, intfIString> {
 public:
-    using Node::Node;
-    INode* GetNode() override { return this; }
+    using TypedNode::TypedNode;
     GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
     void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
-    bool IsValueCacheValid() const override { return false; }
     void SetValue(const GenICam::gcstring& Value, bool Verify = true) override;
     GenICam::gcstring GetValue(bool Verify = false, bool IgnoreCache = false) override;
     int64_t GetMaxLength() override;
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfIString; }
 
 protected:
     virtual std::string DoGetValue(bool ignoreCache) = 0;
@@ -114,34 +112,28 @@ protected:
     virtual int64_t DoGetMaxLength() { return 1 << 20; }
 };
 
-class BooleanNode : public Node, public IBoolean {
+class BooleanNode : public TypedNode<IBoolean, intfIBoolean> {
 public:
-    using Node::Node;
-    INode* GetNode() override { return this; }
+    using TypedNode::TypedNode;
     GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
     void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
-    bool IsValueCacheValid() const override { return false; }
     void SetValue(bool Value, bool Verify = true) override;
     bool GetValue(bool Verify = false, bool IgnoreCache = false) const override;
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfIBoolean; }
 
 protected:
     virtual bool DoGetValue(bool ignoreCache) const = 0;
     virtual void DoSetValue(bool value) = 0;
 };
 
-class CommandNode : public Node, public ICommand {
+class CommandNode : public TypedNode<ICommand, intfICommand> {
 public:
-    using Node::Node;
-    INode* GetNode() override { return this; }
+    using TypedNode::TypedNode;
     // A command's text is its completion state: "1" when done, "0" while running.
     GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
     // Any text that reads as true (1, true) executes the command.
     void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
-    bool IsValueCacheValid() const override { return false; }
     void Execute(bool Verify = true) override;
     bool IsDone(bool Verify = true) override;
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfICommand; }
 
 protected:
     virtual void DoExecute() = 0;
@@ -150,13 +142,11 @@ protected:
 
 class EnumEntryNode;
 
-class EnumerationNode : public Node, public IEnumeration {
+class EnumerationNode : public TypedNode<IEnumeration, intfIEnumeration> {
 public:
-    using Node::Node;
-    INode* GetNode() override { return this; }
+    using TypedNode::TypedNode;
     GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
     void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
-    bool IsValueCacheValid() const override { return false; }
     void GetSymbolics(StringList_t& Symbolics) override;
     void GetEntries(NodeList_t& Entries) override;
     void SetIntValue(int64_t Value, bool Verify = true) override;
@@ -165,7 +155,6 @@ public:
     IEnumEntry* GetEntry(int64_t IntValue) override;
     // Raises ORVANE_ERR_GENICAM_OUT_OF_RANGE when the current value is no entry.
     IEnumEntry* GetCurrentEntry(bool Verify = false, bool IgnoreCache = false) override;
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfIEnumeration; }
 
     void AddEntry(EnumEntryNode& entry);
     const std::vector<EnumEntryNode*>& Entries() const { return m_entries; }
@@ -178,11 +167,10 @@ private:
     std::vector<EnumEntryNode*> m_entries;
 };
 
-class EnumEntryNode : public Node, public IEnumEntry {
+class EnumEntryNode : public TypedNode<IEnumEntry, intfIEnumEntry> {
 public:
     // The node is named "EnumEntry_<Enumeration>_<Symbolic>".
     EnumEntryNode(NodeMapBase& map, NodeInfo info, std::string symbolic, int64_t value);
-    INode* GetNode() override { return this; }
     GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
     void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
     bool IsValueCacheValid() const override { return true; }
@@ -190,7 +178,6 @@ public:
     GenICam::gcstring GetSymbolic() const override { return m_symbolic; }
     double GetNumericValue() override { return m_numericValue; }
     bool IsSelfClearing() override { return m_selfClearing; }
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfIEnumEntry; }
 
     void SetNumericValue(double v) { m_numericValue = v; }
     void SetSelfClearing(bool v) { m_selfClearing = v; }
@@ -207,16 +194,14 @@ private:
     bool m_selfClearing = false;
 };
 
-class CategoryNode : public Node, public ICategory {
+class CategoryNode : public TypedNode<ICategory, intfICategory> {
 public:
-    using Node::Node;
-    INode* GetNode() override { return this; }
+    using TypedNode::TypedNode;
     GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
     void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
     bool IsValueCacheValid() const override { return true; }
     // The features of this category (those of them that exist), in declaration order.
     void GetFeatures(FeatureList_t& Features) override;
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfICategory; }
 
     void AddFeature(Node& feature) { m_features.push_back(&feature); }
 
@@ -227,14 +212,12 @@ private:
     std::vector<Node*> m_features;
 };
 
-class RegisterNode : public Node, public IRegister, public IReference {
+class RegisterNode : public TypedNode<IRegister, intfIRegister>, public IReference {
 public:
-    using Node::Node;
-    INode* GetNode() override { return this; }
+    using TypedNode::TypedNode;
     // Hexadecimal bytes, "0x" followed by two digits per byte.
     GenICam::gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
     void FromString(const GenICam::gcstring& ValueStr, bool Verify = true) override;
-    bool IsValueCacheValid() const override { return false; }
     void Set(const uint8_t* pBuffer, int64_t Length, bool Verify = true) override;
     void Get(uint8_t* pBuffer, int64_t Length, bool Verify = false, bool IgnoreCache = false) override;
     int64_t GetLength() override;
@@ -242,7 +225,6 @@ public:
     // Binds the register to another port node of the same node map; anything
     // else raises ORVANE_ERR_GENICAM_INVALID_ARGUMENT.
     void SetReference(IBase* pBase) override;
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfIRegister; }
 
 protected:
     virtual void DoGet(uint8_t* buffer, int64_t length, bool ignoreCache) = 0;
@@ -251,6 +233,11 @@ protected:
     virtual int64_t DoGetAddress() = 0;
     // Called with the port node a caller bound the register to.
     virtual void DoSetPort(IPort& port);
+
+private:
+    // Raises ORVANE_ERR_GENICAM_INVALID_ARGUMENT (as `function`) for a null
+    // buffer or a length the register cannot take (Verify: its length exactly).
+    void CheckBuffer(const uint8_t* buffer, int64_t Length, bool Verify, const char* function);
 };
 
 } // namespace impl

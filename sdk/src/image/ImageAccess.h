@@ -1,6 +1,6 @@
 // Internal access to Orvane::Image for the SDK's producers of images (the
-// acquisition code, image list files): metadata the public API only reads,
-// and stream buffers that Release hands back.
+// acquisition code, image list files, the processing classes): metadata the
+// public API only reads, and stream buffers that Release hands back.
 #ifndef ORVANE_IMAGE_IMAGE_ACCESS_H
 #define ORVANE_IMAGE_IMAGE_ACCESS_H
 
@@ -10,42 +10,21 @@
 
 #include "Orvane/Image.h"
 #include "image/ChunkDecoder.h"
+#include "image/ImageImpl.h"
 
 namespace Orvane {
 namespace internal {
 
-// Where a stream image's buffer goes back when the image is released. The
-// owner (the stream) outlives nothing: it must accept returns after the
-// acquisition ended (and then simply drop the buffer).
-class ImageBufferOwner {
-public:
-    virtual ~ImageBufferOwner() = default;
-    // Called once per stream image, by Image::Release, with the storage the
-    // image held.
-    virtual void ReturnBuffer(std::shared_ptr<void> storage) = 0;
-};
-
-struct ImageMetadata {
-    size_t width = 0, height = 0, offsetX = 0, offsetY = 0, paddingX = 0, paddingY = 0;
-    PixelFormatEnums pixelFormat = UNKNOWN_PIXELFORMAT;
-    uint64_t tlPixelFormat = 0;
-    PixelFormatNamespaceID pixelFormatNamespace = PixelFormatNamespace_PFNC_32Bit;
-    size_t payloadType = 0;
-    TLPayloadType tlPayloadType = PayloadType_Image;
-    uint64_t id = 0, frameId = 0, timestamp = 0, chunkLayoutId = 0;
-    ImageStatus status = IMAGE_STATUS_OK;
-    size_t validPayloadSize = 0;
-    ColorProcessingAlgorithm colorProcessing = COLOR_PROCESSING_NONE;
-};
-
 class ImageAccess {
 public:
-    // A new empty image (for pools of stream images).
+    // A new empty image (Image::Create()).
     static ImagePtr NewImage();
-    // An Image held inside another object (the acquisition's pooled image
-    // leases): constructed and destroyed with its holder.
+    // An Image with its state, in one object: what Image::Create allocates,
+    // and what the acquisition's pooled image leases hold. Constructed and
+    // destroyed with its holder.
     struct Embedded {
-        Image image;
+        ImageImpl impl; // declared first: outlives the image's destructor, which releases
+        Image image{impl};
     };
     // Points the image at a stream buffer: data of bufferSize bytes (the
     // payload: image data, then chunk data) kept alive by storage; Release
@@ -66,8 +45,8 @@ public:
     // The image's chunk values and CRC chunk, decoded first when they are not
     // yet; raises as Image::GetChunkData does.
     static void GetChunkData(const Image& image, ChunkData& values, ChunkCrc& crc);
-    static ImageMetadata Metadata(const Image& image);
-    static void SetMetadata(Image& image, const ImageMetadata& metadata);
+    static ImageMetadata Metadata(const Image& image) { return image.m_impl.meta; }
+    static void SetMetadata(Image& image, const ImageMetadata& metadata) { image.m_impl.meta = metadata; }
 };
 
 } // namespace internal

@@ -2,30 +2,18 @@
 // rows: the conversion behind BayerXX8 -> BGR8 and friends. An AVX2 kernel
 // handles the interior of a row 32 pixels at a time; the edges and machines
 // without AVX2 use the scalar formulas. Both give identical results.
+#include "processing/ColorRows.h"
 #include "processing/Demosaic.h"
-
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#define ORVANE_X86 1
-#endif
+#include "processing/Simd.h"
 
 namespace Orvane {
 namespace internal {
 
 namespace {
 
-struct OutputLayout {
-    int r, g, b, a, size; // byte positions within a pixel; a = -1: none
-};
-
-OutputLayout LayoutOf(ComponentOrder order) {
-    switch (order) {
-    case ComponentOrder::BGR: return {2, 1, 0, -1, 3};
-    case ComponentOrder::RGBa: return {0, 1, 2, 3, 4};
-    case ComponentOrder::BGRa: return {2, 1, 0, 3, 4};
-    default: return {0, 1, 2, -1, 3};
-    }
-}
+// Byte positions of R, G, B and A within an output pixel (a = -1: none), and
+// the pixel's size (count).
+using OutputLayout = ChannelPositions;
 
 // Whether the row's non-green samples sit at even columns, and whether they are red.
 struct RowRoles {
@@ -70,7 +58,7 @@ inline void ScalarPixel(const RowRoles& roles, size_t x, size_t width, const uin
 #ifdef ORVANE_X86
 
 template <int Index>
-__attribute__((target("avx2"))) inline __m256i ShuffleMask3(int channel) {
+ORVANE_TARGET_AVX2 inline __m256i ShuffleMask3(int channel) {
     // Byte i of output vector Index (bytes 16 * Index + i of 48) comes from pixel (16 * Index + i) / 3
     // when its channel is `channel`.
     alignas(32) int8_t m[32];
@@ -86,7 +74,7 @@ struct Masks3 {
     __m256i m[3][3]; // [output vector][channel]
 };
 
-__attribute__((target("avx2"))) Masks3 MakeMasks3() {
+ORVANE_TARGET_AVX2 Masks3 MakeMasks3() {
     Masks3 k;
     for (int c = 0; c < 3; ++c) {
         k.m[0][c] = ShuffleMask3<0>(c);
@@ -97,7 +85,7 @@ __attribute__((target("avx2"))) Masks3 MakeMasks3() {
 }
 
 template <bool Stream>
-__attribute__((target("avx2"))) inline void Store(uint8_t* p, __m256i v) {
+ORVANE_TARGET_AVX2 inline void Store(uint8_t* p, __m256i v) {
     if (Stream)
         _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v);
     else
@@ -106,8 +94,7 @@ __attribute__((target("avx2"))) inline void Store(uint8_t* p, __m256i v) {
 
 // 32 pixels of three planes (first, second, third byte of each pixel) -> 96 bytes.
 template <bool Stream>
-__attribute__((target("avx2"))) inline void Interleave3(const Masks3& k, __m256i p0, __m256i p1, __m256i p2,
-                                                        uint8_t* out) {
+ORVANE_TARGET_AVX2 inline void Interleave3(const Masks3& k, __m256i p0, __m256i p1, __m256i p2, uint8_t* out) {
     __m256i o[3];
     for (int j = 0; j < 3; ++j)
         o[j] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(p0, k.m[j][0]), _mm256_shuffle_epi8(p1, k.m[j][1])),
@@ -120,7 +107,7 @@ __attribute__((target("avx2"))) inline void Interleave3(const Masks3& k, __m256i
 
 // 32 pixels of four planes -> 128 bytes.
 template <bool Stream>
-__attribute__((target("avx2"))) inline void Interleave4(__m256i p0, __m256i p1, __m256i p2, __m256i p3, uint8_t* out) {
+ORVANE_TARGET_AVX2 inline void Interleave4(__m256i p0, __m256i p1, __m256i p2, __m256i p3, uint8_t* out) {
     const __m256i a = _mm256_unpacklo_epi8(p0, p1), b = _mm256_unpackhi_epi8(p0, p1);
     const __m256i c = _mm256_unpacklo_epi8(p2, p3), d = _mm256_unpackhi_epi8(p2, p3);
     const __m256i q0 = _mm256_unpacklo_epi16(a, c), q1 = _mm256_unpackhi_epi16(a, c); // px 0-3,4-7 | 16-19,20-23
@@ -131,7 +118,7 @@ __attribute__((target("avx2"))) inline void Interleave4(__m256i p0, __m256i p1, 
     Store<Stream>(out + 96, _mm256_permute2x128_si256(q2, q3, 0x31));
 }
 
-#define ORVANE_AVX2 __attribute__((target("avx2"))) inline
+#define ORVANE_AVX2 ORVANE_TARGET_AVX2 inline
 
 ORVANE_AVX2 __m256i Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 ORVANE_AVX2 __m256i Even(__m256i v) { return _mm256_and_si256(v, _mm256_set1_epi16(0x00FF)); }
@@ -172,8 +159,8 @@ ORVANE_AVX2 void Step(const uint8_t* u, const uint8_t* c, const uint8_t* d, size
     }
     const __m256i colour = Join(colourE, colourO), green = Join(greenE, greenO), other = Join(otherE, otherO);
     const __m256i red = colourIsRed ? colour : other, blue = colourIsRed ? other : colour;
-    uint8_t* o = out + x * static_cast<size_t>(l.size);
-    if (l.size == 3) {
+    uint8_t* o = out + x * static_cast<size_t>(l.count);
+    if (l.count == 3) {
         if (l.r == 0)
             Interleave3<Stream>(k, red, green, blue, o);
         else
@@ -188,17 +175,12 @@ ORVANE_AVX2 void Step(const uint8_t* u, const uint8_t* c, const uint8_t* d, size
 }
 
 template <bool ColourAtEven, bool Stream>
-__attribute__((target("avx2"))) size_t Interior(const uint8_t* u, const uint8_t* c, const uint8_t* d, size_t x,
-                                                size_t width, const OutputLayout& l, bool colourIsRed, uint8_t* out) {
+ORVANE_TARGET_AVX2 size_t Interior(const uint8_t* u, const uint8_t* c, const uint8_t* d, size_t x, size_t width,
+                                   const OutputLayout& l, bool colourIsRed, uint8_t* out) {
     static const Masks3 k = MakeMasks3();
     for (; x + 34 <= width; x += 32) Step<ColourAtEven, Stream>(u, c, d, x, k, l, colourIsRed, out);
     if (Stream) _mm_sfence();
     return x;
-}
-
-bool HasAvx2() {
-    static const bool has = __builtin_cpu_supports("avx2");
-    return has;
 }
 
 #endif
@@ -208,7 +190,7 @@ bool HasAvx2() {
 void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* row, const uint8_t* down, size_t width,
                   ComponentOrder order, uint8_t* out, bool streaming) {
     const RowRoles roles = RolesOf(cfa, y);
-    const OutputLayout l = LayoutOf(order);
+    const OutputLayout l = ChannelPositionsOf(order);
     size_t x = 0;
 #ifdef ORVANE_X86
     if (HasAvx2() && width >= 40) {
@@ -218,13 +200,13 @@ void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* ro
         if (streaming) {
             const uintptr_t a = reinterpret_cast<uintptr_t>(out);
             for (size_t s = 2; s < 2 + 32; s += 2)
-                if ((a + s * static_cast<size_t>(l.size)) % 32 == 0) {
+                if ((a + s * static_cast<size_t>(l.count)) % 32 == 0) {
                     start = s;
                     stream = true;
                     break;
                 }
         }
-        for (; x < start; ++x) ScalarPixel(roles, x, width, up, row, down, l, out + x * l.size);
+        for (; x < start; ++x) ScalarPixel(roles, x, width, up, row, down, l, out + x * l.count);
         if (roles.colourAtEven)
             x = stream ? Interior<true, true>(up, row, down, x, width, l, roles.colourIsRed, out)
                        : Interior<true, false>(up, row, down, x, width, l, roles.colourIsRed, out);
@@ -235,7 +217,7 @@ void BilinearRow8(CfaPattern cfa, size_t y, const uint8_t* up, const uint8_t* ro
 #else
     (void)streaming;
 #endif
-    for (; x < width; ++x) ScalarPixel(roles, x, width, up, row, down, l, out + x * l.size);
+    for (; x < width; ++x) ScalarPixel(roles, x, width, up, row, down, l, out + x * l.count);
 }
 
 } // namespace internal

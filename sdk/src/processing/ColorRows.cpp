@@ -4,10 +4,7 @@
 #include <cstring>
 #include <type_traits>
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#define ORVANE_X86 1
-#endif
+#include "processing/Simd.h"
 
 namespace Orvane {
 namespace internal {
@@ -54,20 +51,6 @@ inline void YuvToRgb(Acc<T> y, Acc<T> u, Acc<T> v, T* rgb) {
 }
 
 inline void Store16(uint8_t* p, uint16_t v) { std::memcpy(p, &v, 2); }
-
-// Channel positions of an rgb-family order: index of R, G, B, A among the samples (A: -1 when absent).
-struct Positions {
-    int r, g, b, a, count;
-};
-
-Positions PositionsOf(ComponentOrder order) {
-    switch (order) {
-    case ComponentOrder::BGR: return {2, 1, 0, -1, 3};
-    case ComponentOrder::RGBa: return {0, 1, 2, 3, 4};
-    case ComponentOrder::BGRa: return {2, 1, 0, 3, 4};
-    default: return {0, 1, 2, -1, 3};
-    }
-}
 
 } // namespace
 
@@ -144,7 +127,7 @@ void ConvertKind(RowKind from, const T* in, size_t n, RowKind to, T* out) {
 
 template <typename T>
 void RgbSamplesToRgba(const PixelFormatInfo& info, const T* s, size_t n, T* out) {
-    const Positions p = PositionsOf(info.order);
+    const ChannelPositions p = ChannelPositionsOf(info.order);
     for (size_t i = 0; i < n; ++i, s += p.count, out += 4) {
         out[0] = s[p.r];
         out[1] = s[p.g];
@@ -156,14 +139,8 @@ void RgbSamplesToRgba(const PixelFormatInfo& info, const T* s, size_t n, T* out)
 #ifdef ORVANE_X86
 namespace {
 
-bool HasAvx2() {
-    static const bool has = __builtin_cpu_supports("avx2");
-    return has;
-}
-
 // Luma of 16 pixels of 3 or 4 interleaved 8-bit channels per step; returns the pixels done.
-__attribute__((target("avx2"))) size_t GreyAvx2(const uint8_t* s, size_t n, int channels, int r, int g, int b,
-                                                uint8_t* out) {
+ORVANE_TARGET_AVX2 size_t GreyAvx2(const uint8_t* s, size_t n, int channels, int r, int g, int b, uint8_t* out) {
     // mask[c][j]: bytes of channel position c found in 16-byte chunk j of a 16-pixel group.
     alignas(16) int8_t mask[4][4][16];
     for (int c = 0; c < channels; ++c)
@@ -172,7 +149,7 @@ __attribute__((target("avx2"))) size_t GreyAvx2(const uint8_t* s, size_t n, int 
                 const int at = channels * i + c - 16 * j;
                 mask[c][j][i] = static_cast<int8_t>(at >= 0 && at < 16 ? at : 0x80);
             }
-    auto channel = [&](const __m128i* chunk, int c) __attribute__((target("avx2"))) {
+    auto channel = [&](const __m128i* chunk, int c) ORVANE_TARGET_AVX2 {
         __m128i v = _mm_shuffle_epi8(chunk[0], _mm_load_si128(reinterpret_cast<const __m128i*>(mask[c][0])));
         for (int j = 1; j < channels; ++j)
             v = _mm_or_si128(v,
@@ -204,7 +181,7 @@ __attribute__((target("avx2"))) size_t GreyAvx2(const uint8_t* s, size_t n, int 
 
 template <typename T>
 void RgbSamplesToGray(const PixelFormatInfo& info, const T* s, size_t n, T* out) {
-    const Positions p = PositionsOf(info.order);
+    const ChannelPositions p = ChannelPositionsOf(info.order);
 #ifdef ORVANE_X86
     if (sizeof(T) == 1 && HasAvx2()) {
         const size_t done =
@@ -313,7 +290,7 @@ void ChannelToRgba(const PixelFormatInfo& info, const T* in, size_t n, T* out) {
 }
 
 void RgbaToRgbRow(const PixelFormatInfo& dst, const uint8_t* in, size_t n, uint8_t* out) {
-    const Positions p = PositionsOf(dst.order);
+    const ChannelPositions p = ChannelPositionsOf(dst.order);
     if (p.count == 4 && p.r == 0) {
         std::memcpy(out, in, n * 4);
         return;
@@ -327,7 +304,7 @@ void RgbaToRgbRow(const PixelFormatInfo& dst, const uint8_t* in, size_t n, uint8
 }
 
 void RgbaToRgbRow(const PixelFormatInfo& dst, const uint16_t* in, size_t n, uint8_t* out) {
-    const Positions p = PositionsOf(dst.order);
+    const ChannelPositions p = ChannelPositionsOf(dst.order);
     for (size_t i = 0; i < n; ++i, in += 4, out += 2 * p.count) {
         Store16(out + 2 * p.r, in[0]);
         Store16(out + 2 * p.g, in[1]);

@@ -33,6 +33,21 @@ namespace internal {
 
 enum class RowKind { Gray, Rgba, Yuva };
 
+// Where R, G, B and A sit among the samples of one pixel of an rgb-family
+// order (a = -1: no alpha), and how many samples a pixel has.
+struct ChannelPositions {
+    int r, g, b, a, count;
+};
+
+inline ChannelPositions ChannelPositionsOf(ComponentOrder order) {
+    switch (order) {
+    case ComponentOrder::BGR: return {2, 1, 0, -1, 3};
+    case ComponentOrder::RGBa: return {0, 1, 2, 3, 4};
+    case ComponentOrder::BGRa: return {2, 1, 0, 3, 4};
+    default: return {0, 1, 2, -1, 3};
+    }
+}
+
 template <typename T>
 struct Depth {
     static constexpr uint32_t kMax = sizeof(T) == 1 ? 0xFFu : 0xFFFFu;

@@ -9,8 +9,9 @@
 #include "processing/Convert.h"
 #include "processing/Demosaic.h"
 #include "processing/Gamma.h"
-#include "processing/ImageViews.h"
+#include "processing/ImageAdapter.h"
 #include "processing/Jpeg.h"
+#include "processing/ParallelRows.h"
 
 namespace Orvane {
 

@@ -5,7 +5,8 @@
 
 #include "Orvane/Image.h"
 #include "core/Raise.h"
-#include "processing/ImageViews.h"
+#include "processing/ImageAdapter.h"
+#include "processing/ParallelRows.h"
 #include "processing/Statistics.h"
 
 namespace Orvane {

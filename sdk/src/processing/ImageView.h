@@ -45,16 +45,7 @@ struct MutableImageView {
     size_t stride = 0;
     PixelFormatEnums format = UNKNOWN_PIXELFORMAT;
 
-    ImageView View() const {
-        ImageView v;
-        v.data = data;
-        v.size = size;
-        v.width = width;
-        v.height = height;
-        v.stride = stride;
-        v.format = format;
-        return v;
-    }
+    ImageView View() const { return ImageView{data, size, width, height, stride, format, false}; }
 };
 
 // Where the rows and planes of a view lie.

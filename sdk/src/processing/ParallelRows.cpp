@@ -8,6 +8,11 @@
 namespace Orvane {
 namespace internal {
 
+unsigned ResolveThreads(unsigned threads) {
+    if (threads != 0) return threads;
+    return std::max(1u, std::thread::hardware_concurrency());
+}
+
 unsigned BandCount(size_t rows, unsigned threads, size_t minRows, size_t align) {
     if (threads == 0) threads = 1;
     if (minRows == 0) minRows = 1;

@@ -25,6 +25,9 @@ void ParallelRows(size_t rows, unsigned threads, size_t minRows, size_t align,
 // The number of bands ParallelRows uses for these arguments.
 unsigned BandCount(size_t rows, unsigned threads, size_t minRows, size_t align);
 
+// The number of threads meant by a thread setting (0: the hardware threads).
+unsigned ResolveThreads(unsigned threads);
+
 } // namespace internal
 } // namespace Orvane
 

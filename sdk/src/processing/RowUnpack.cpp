@@ -2,10 +2,7 @@
 
 #include <cstring>
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#define ORVANE_X86 1
-#endif
+#include "processing/Simd.h"
 
 namespace Orvane {
 namespace internal {
@@ -81,7 +78,7 @@ void Unpack10pScalar(const uint8_t* p, size_t groups, T* out) {
 
 #ifdef ORVANE_X86
 // 16 samples of a 12p stream (24 bytes) per step; needs 28 readable bytes per step.
-__attribute__((target("avx2"))) size_t Unpack12pAvx2(const uint8_t* p, size_t available, size_t count, uint16_t* out) {
+ORVANE_TARGET_AVX2 size_t Unpack12pAvx2(const uint8_t* p, size_t available, size_t count, uint16_t* out) {
     const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11, //
                                              0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11);
     const __m256i lowMask = _mm256_set1_epi16(0x0FFF);
@@ -101,7 +98,7 @@ __attribute__((target("avx2"))) size_t Unpack12pAvx2(const uint8_t* p, size_t av
 }
 
 // 16 samples of a 10p stream (20 bytes) per step; needs 26 readable bytes per step.
-__attribute__((target("avx2"))) size_t Unpack10pAvx2(const uint8_t* p, size_t available, size_t count, uint16_t* out) {
+ORVANE_TARGET_AVX2 size_t Unpack10pAvx2(const uint8_t* p, size_t available, size_t count, uint16_t* out) {
     const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9, //
                                              0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9);
     const __m256i mul = _mm256_setr_epi16(64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1);
@@ -120,10 +117,6 @@ __attribute__((target("avx2"))) size_t Unpack10pAvx2(const uint8_t* p, size_t av
     return done;
 }
 
-bool HasAvx2() {
-    static const bool has = __builtin_cpu_supports("avx2");
-    return has;
-}
 #endif
 
 template <typename T>

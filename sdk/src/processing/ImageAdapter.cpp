@@ -1,8 +1,7 @@
-#include "processing/ImageViews.h"
+#include "processing/ImageAdapter.h"
 
 #include <algorithm>
 #include <string>
-#include <thread>
 
 #include "core/Raise.h"
 
@@ -36,19 +35,7 @@ ImageView ViewOf(const Image& image, const char* what) {
 
 MutableImageView MutableViewOf(Image& image, const char* what) {
     const ImageView v = ViewOf(image, what);
-    MutableImageView m;
-    m.data = static_cast<uint8_t*>(image.GetData());
-    m.size = v.size;
-    m.width = v.width;
-    m.height = v.height;
-    m.stride = v.stride;
-    m.format = v.format;
-    return m;
-}
-
-unsigned ResolveThreads(unsigned threads) {
-    if (threads != 0) return threads;
-    return std::max(1u, std::thread::hardware_concurrency());
+    return MutableImageView{static_cast<uint8_t*>(image.GetData()), v.size, v.width, v.height, v.stride, v.format};
 }
 
 } // namespace internal

@@ -9,7 +9,7 @@
 #include "image/ImageAccess.h"
 #include "image/PixelFormatInfo.h"
 #include "processing/Convert.h"
-#include "processing/ImageViews.h"
+#include "processing/ImageAdapter.h"
 
 namespace Orvane {
 
@@ -22,50 +22,26 @@ using internal::PixelFormatInfo;
 namespace {
 
 // The pixel formats the writers take as they are: grey and RGB/BGR(a), 8 and 16 bits.
+struct DirectFormat {
+    PixelFormatEnums format;
+    ChannelOrder order;
+    int depth;
+};
+constexpr DirectFormat kDirectFormats[] = {
+    {PixelFormat_Mono8, ChannelOrder::Gray, 8},   {PixelFormat_Mono16, ChannelOrder::Gray, 16},
+    {PixelFormat_RGB8, ChannelOrder::RGB, 8},     {PixelFormat_BGR8, ChannelOrder::BGR, 8},
+    {PixelFormat_RGBa8, ChannelOrder::RGBA, 8},   {PixelFormat_BGRa8, ChannelOrder::BGRA, 8},
+    {PixelFormat_RGB16, ChannelOrder::RGB, 16},   {PixelFormat_BGR16, ChannelOrder::BGR, 16},
+    {PixelFormat_RGBa16, ChannelOrder::RGBA, 16}, {PixelFormat_BGRa16, ChannelOrder::BGRA, 16}};
+
 bool DirectLayout(PixelFormatEnums format, ChannelOrder& order, int& depth) {
-    switch (format) {
-    case PixelFormat_Mono8:
-        order = ChannelOrder::Gray;
-        depth = 8;
+    for (const DirectFormat& d : kDirectFormats) {
+        if (d.format != format) continue;
+        order = d.order;
+        depth = d.depth;
         return true;
-    case PixelFormat_Mono16:
-        order = ChannelOrder::Gray;
-        depth = 16;
-        return true;
-    case PixelFormat_RGB8:
-        order = ChannelOrder::RGB;
-        depth = 8;
-        return true;
-    case PixelFormat_BGR8:
-        order = ChannelOrder::BGR;
-        depth = 8;
-        return true;
-    case PixelFormat_RGBa8:
-        order = ChannelOrder::RGBA;
-        depth = 8;
-        return true;
-    case PixelFormat_BGRa8:
-        order = ChannelOrder::BGRA;
-        depth = 8;
-        return true;
-    case PixelFormat_RGB16:
-        order = ChannelOrder::RGB;
-        depth = 16;
-        return true;
-    case PixelFormat_BGR16:
-        order = ChannelOrder::BGR;
-        depth = 16;
-        return true;
-    case PixelFormat_RGBa16:
-        order = ChannelOrder::RGBA;
-        depth = 16;
-        return true;
-    case PixelFormat_BGRa16:
-        order = ChannelOrder::BGRA;
-        depth = 16;
-        return true;
-    default: return false;
     }
+    return false;
 }
 
 PixelFormatEnums Canonical(PixelFormatEnums format) {
@@ -97,6 +73,18 @@ PixelFormatEnums Target(const PixelFormatInfo& info, ImageFileFormat file) {
     }
 }
 
+// The image's pixels as the writers take them.
+PixelBuffer BufferOf(const Image& image, ChannelOrder order, int depth) {
+    PixelBuffer buffer;
+    buffer.data = image.GetData();
+    buffer.width = image.GetWidth();
+    buffer.height = image.GetHeight();
+    buffer.stride = image.GetStride();
+    buffer.order = order;
+    buffer.bitDepth = depth;
+    return buffer;
+}
+
 // Saves `image` as `file`, calling write with the pixels in a form the
 // writer takes.
 void SaveAs(const Image& image, const std::string& fileName, ImageFileFormat file,
@@ -115,14 +103,7 @@ void SaveAs(const Image& image, const std::string& fileName, ImageFileFormat fil
     ChannelOrder order = ChannelOrder::Gray;
     int depth = 8;
     if (DirectLayout(format, order, depth) && codecs::WriterAccepts(file, order, depth)) {
-        PixelBuffer buffer;
-        buffer.data = image.GetData();
-        buffer.width = image.GetWidth();
-        buffer.height = image.GetHeight();
-        buffer.stride = image.GetStride();
-        buffer.order = order;
-        buffer.bitDepth = depth;
-        write(buffer);
+        write(BufferOf(image, order, depth));
         return;
     }
     const PixelFormatInfo* info = FindPixelFormat(format);
@@ -140,14 +121,15 @@ void SaveAs(const Image& image, const std::string& fileName, ImageFileFormat fil
     processor.SetColorProcessing(COLOR_PROCESSING_DEFAULT);
     processor.Convert(source, converted, target);
     DirectLayout(target, order, depth);
-    PixelBuffer buffer;
-    buffer.data = converted->GetData();
-    buffer.width = converted->GetWidth();
-    buffer.height = converted->GetHeight();
-    buffer.stride = converted->GetStride();
-    buffer.order = order;
-    buffer.bitDepth = depth;
-    write(buffer);
+    write(BufferOf(*converted, order, depth));
+}
+
+// Saves in one format with the caller's options for its writer.
+template <class Option>
+void SaveWith(const Image& image, const GenICam::gcstring& fileName, ImageFileFormat file, const Option& option,
+              void (*writer)(const std::string&, const PixelBuffer&, const Option&, const codecs::WriteSettings&)) {
+    const std::string name = fileName.str();
+    SaveAs(image, name, file, [&](const PixelBuffer& b) { writer(name, b, option, codecs::WriteSettings()); });
 }
 
 } // namespace
@@ -159,32 +141,25 @@ void Image::Save(const GenICam::gcstring& fileName, ImageFileFormat format) cons
 }
 
 void Image::Save(const GenICam::gcstring& fileName, const PNGOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_PNG,
-           [&](const PixelBuffer& b) { codecs::WritePNG(fileName.str(), b, option); });
+    SaveWith(*this, fileName, FileFormat_PNG, option, codecs::WritePNG);
 }
 void Image::Save(const GenICam::gcstring& fileName, const PPMOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_PPM,
-           [&](const PixelBuffer& b) { codecs::WritePPM(fileName.str(), b, option); });
+    SaveWith(*this, fileName, FileFormat_PPM, option, codecs::WritePPM);
 }
 void Image::Save(const GenICam::gcstring& fileName, const PGMOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_PGM,
-           [&](const PixelBuffer& b) { codecs::WritePGM(fileName.str(), b, option); });
+    SaveWith(*this, fileName, FileFormat_PGM, option, codecs::WritePGM);
 }
 void Image::Save(const GenICam::gcstring& fileName, const TIFFOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_TIFF,
-           [&](const PixelBuffer& b) { codecs::WriteTIFF(fileName.str(), b, option); });
+    SaveWith(*this, fileName, FileFormat_TIFF, option, codecs::WriteTIFF);
 }
 void Image::Save(const GenICam::gcstring& fileName, const JPEGOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_JPEG,
-           [&](const PixelBuffer& b) { codecs::WriteJPEG(fileName.str(), b, option); });
+    SaveWith(*this, fileName, FileFormat_JPEG, option, codecs::WriteJPEG);
 }
 void Image::Save(const GenICam::gcstring& fileName, const JPEG2000Option& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_JPEG2000,
-           [&](const PixelBuffer& b) { codecs::WriteJPEG2000(fileName.str(), b, option); });
+    SaveWith(*this, fileName, FileFormat_JPEG2000, option, codecs::WriteJPEG2000);
 }
 void Image::Save(const GenICam::gcstring& fileName, const BMPOption& option) const {
-    SaveAs(*this, fileName.str(), FileFormat_BMP,
-           [&](const PixelBuffer& b) { codecs::WriteBMP(fileName.str(), b, option); });
+    SaveWith(*this, fileName, FileFormat_BMP, option, codecs::WriteBMP);
 }
 
 } // namespace Orvane

@@ -1,6 +1,7 @@
-// Views of Orvane::Image objects for the processing kernels.
-#ifndef ORVANE_PROCESSING_IMAGE_VIEWS_H
-#define ORVANE_PROCESSING_IMAGE_VIEWS_H
+// Orvane::Image objects adapted to the processing kernels: views of their
+// data (processing/ImageView.h) and the payload kind.
+#ifndef ORVANE_PROCESSING_IMAGE_ADAPTER_H
+#define ORVANE_PROCESSING_IMAGE_ADAPTER_H
 
 #include "Orvane/Image.h"
 #include "processing/ImageView.h"
@@ -17,9 +18,6 @@ MutableImageView MutableViewOf(Image& image, const char* what);
 
 // Whether the image holds a JPEG payload (payload type JPEG, or JPEGMono8/JPEGColor8).
 bool IsJpeg(const Image& image);
-
-// The number of threads meant by a thread setting (0: the hardware threads).
-unsigned ResolveThreads(unsigned threads);
 
 } // namespace internal
 } // namespace Orvane
