@@ -28,6 +28,12 @@
 #error "ORVANE_SOURCE_DIR must name the source tree (orvane_gtest defines it)"
 #endif
 
+// The interpreter that runs the simulator: the build may name one
+// (tests/gige/CMakeLists.txt: Debian's /usr/bin/python3), else python3 on PATH.
+#ifndef ORVANE_GVSIM_PYTHON
+#define ORVANE_GVSIM_PYTHON "python3"
+#endif
+
 class GvSim {
 public:
     // Adds 127.0.0.N to the loopback device (127.0.0.1 is always there).
@@ -52,8 +58,8 @@ public:
         unlink(readyTemplate);
         m_readyFile = readyTemplate;
 
-        std::vector<std::string> args = {"python3",  Script(), "--ip",         address,
-                                         "--serial", serial,   "--ready-file", m_readyFile};
+        std::vector<std::string> args = {ORVANE_GVSIM_PYTHON, Script(), "--ip",         address,
+                                         "--serial",          serial,   "--ready-file", m_readyFile};
         args.insert(args.end(), extraArguments.begin(), extraArguments.end());
         std::vector<char*> argv;
         for (std::string& a : args) argv.push_back(&a[0]);

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <chrono>
 #include <map>
+#include <string>
+#include <utility>
 
 #include "core/Raise.h"
 #include "transport/gige/GvSocket.h"
@@ -31,14 +33,16 @@ uint16_t TakeReqId() {
 
 std::vector<GvActionTarget> GvcpActionSender::BroadcastTargets() {
     std::vector<GvActionTarget> targets;
+    std::vector<std::pair<std::string, uint32_t>> seen; // interface, destination
     for (const Ipv4Interface& i : ListIpv4Interfaces()) {
         GvActionTarget t;
         t.localAddress = i.address;
         t.destination = i.broadcast ? i.broadcast : 0xFFFFFFFFu;
-        const bool known = std::any_of(targets.begin(), targets.end(), [&](const GvActionTarget& o) {
-            return o.localAddress == t.localAddress && o.destination == t.destination;
-        });
-        if (!known) targets.push_back(t);
+        // Several addresses of one interface in one subnet: one copy is enough.
+        const std::pair<std::string, uint32_t> key(i.name, t.destination);
+        if (std::find(seen.begin(), seen.end(), key) != seen.end()) continue;
+        seen.push_back(key);
+        targets.push_back(t);
     }
     return targets;
 }

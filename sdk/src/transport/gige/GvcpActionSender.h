@@ -43,9 +43,11 @@ struct GvActionResults {
 
 class GvcpActionSender {
 public:
-    // One target per IPv4 address of every interface that is up: its
-    // subnet's broadcast address, or 255.255.255.255 when the interface has
-    // none (loopback).
+    // One target per broadcast address of every interface that is up: the
+    // broadcast address of each of its subnets, or 255.255.255.255 when it
+    // has none (loopback), sent from the interface's first address in that
+    // subnet. Addresses of one interface sharing a broadcast address give one
+    // target, so that a device gets one copy.
     static std::vector<GvActionTarget> BroadcastTargets();
 
     // The device's own address, sent from the local address that routes to it.
