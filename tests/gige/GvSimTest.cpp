@@ -245,9 +245,9 @@ TEST(GvSim, HeartbeatExpiryReleasesControlAndTheMessageChannel) {
 
 TEST(GvSim, KilledSimulatorFailsReadsAndLosesControl) {
     GvSim sim("127.0.0.2", "SIMF1");
+    std::atomic<int> lost{0}; // before Aravis's heartbeat thread starts
     ArvDevice* device = Open("127.0.0.2");
     ASSERT_NE(device, nullptr);
-    std::atomic<int> lost{0};
     g_signal_connect(device, "control-lost",
                      G_CALLBACK(+[](ArvDevice*, gpointer data) { static_cast<std::atomic<int>*>(data)->fetch_add(1); }),
                      &lost);

@@ -10,6 +10,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -67,6 +68,8 @@ public:
         m_pid = fork();
         if (m_pid < 0) throw std::runtime_error("fork failed");
         if (m_pid == 0) {
+            // The device goes with the test: a test killed on timeout leaves no simulator behind.
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
             execvp(argv[0], argv.data());
             _exit(127);
         }

@@ -111,7 +111,7 @@ uint16_t GvcpMessageChannel::HostPort() const { return m_hostPort.load(); }
 
 GvcpMessageChannel::Statistics GvcpMessageChannel::GetStatistics() const {
     Statistics s;
-    s.datagrams = m_datagrams.load(std::memory_order_relaxed);
+    s.datagrams = m_datagrams.load(std::memory_order_acquire);
     s.events = m_events.load(std::memory_order_relaxed);
     s.acknowledged = m_acknowledged.load(std::memory_order_relaxed);
     s.duplicates = m_duplicates.load(std::memory_order_relaxed);
@@ -148,17 +148,16 @@ void GvcpMessageChannel::Receive() {
                 if (errno == EINTR) continue;
                 break; // EAGAIN, or an error reported on the socket (ICMP): poll again
             }
-            m_datagrams.fetch_add(1, std::memory_order_relaxed);
             const uint32_t sourceAddress = ntohl(source.sin_addr.s_addr);
             if (!m_acceptAnySource && sourceAddress != m_deviceAddress) {
                 m_foreign.fetch_add(1, std::memory_order_relaxed);
-                continue;
-            }
-            if (static_cast<size_t>(size) > buffer.size()) { // MSG_TRUNC: the datagram was longer than the buffer
+            } else if (static_cast<size_t>(size) > buffer.size()) { // MSG_TRUNC: longer than the buffer
                 m_malformed.fetch_add(1, std::memory_order_relaxed);
-                continue;
+            } else {
+                Handle(buffer.data(), static_cast<size_t>(size), sourceAddress, ntohs(source.sin_port));
             }
-            Handle(buffer.data(), static_cast<size_t>(size), sourceAddress, ntohs(source.sin_port));
+            // Counted once handled, so that a reader seeing it also sees the datagram's outcome.
+            m_datagrams.fetch_add(1, std::memory_order_release);
         }
     }
 }
@@ -222,9 +221,9 @@ bool GvcpMessageChannel::SeenBefore(uint16_t reqId) {
 }
 
 void GvcpMessageChannel::Deliver(const GvEventMessage& message) {
+    m_events.fetch_add(1, std::memory_order_relaxed); // counted before the sink sees it
     try {
         m_sink(message);
-        m_events.fetch_add(1, std::memory_order_relaxed);
     } catch (...) {
         m_sinkErrors.fetch_add(1, std::memory_order_relaxed);
     }

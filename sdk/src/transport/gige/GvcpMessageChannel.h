@@ -68,13 +68,13 @@ public:
     };
 
     struct Statistics {
-        uint64_t datagrams = 0;    // received
-        uint64_t events = 0;       // delivered to the sink
+        uint64_t datagrams = 0;    // received and handled (the other counters include their outcome)
+        uint64_t events = 0;       // handed to the sink (counted before the call)
         uint64_t acknowledged = 0; // acknowledgements sent
         uint64_t duplicates = 0;   // retransmissions not delivered again
         uint64_t malformed = 0;    // dropped: no valid EVENT or EVENTDATA
         uint64_t foreign = 0;      // dropped: not from the device's address
-        uint64_t sinkErrors = 0;   // exceptions the sink threw
+        uint64_t sinkErrors = 0;   // of those, calls that threw
     };
 
     GvcpMessageChannel();
