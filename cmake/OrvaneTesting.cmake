@@ -71,6 +71,8 @@ function(orvane_gtest name)
   endif()
   orvane_sanitizer_defaults(${name})
   if(T_NETNS)
+    # gtest_discover_tests reads the emulator when it is called: set it first,
+    # so that listing and running every case go through netns-run.
     set_property(TARGET ${name} PROPERTY CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/tests/tools/netns-run)
   endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ${props} TEST_PREFIX "${name}."
