@@ -297,5 +297,6 @@ ORVANE_C_API orvError orvCameraGetNextImageSync(orvCamera camera, uint64_t grabT
 #endif
 
 #include "OrvaneGenApiC.h"
+#include "OrvaneQuickOrvC.h"
 
 #endif
