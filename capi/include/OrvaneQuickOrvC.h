@@ -14,15 +14,18 @@
  * The handles are the node map's own (the same orvNodeMapGetNode gives) and
  * belong to it: the caller never releases them one by one. A feature the
  * device lacks leaves a null field; filling again gives the same handles.
- * The initialisers check neither the structure pointer nor its size: pass a
+ * The camera structure's handles go away with the device node map at
+ * orvCameraDeInit: fill it again after the next orvCameraInit. The
+ * initialisers check neither the structure pointer nor its size: pass a
  * whole structure of the right type.
  *
  * Failures of these functions are seen in their return codes and the log.
- * The node map functions they call (orvCameraIsInitialized,
- * orvCameraGetNodeMap, orvCameraGetTLDeviceNodeMap, ...) keep their failures
- * where orvErrorGetLast reads them, and the initialiser then returns that
- * code; quickOrvInitEx is the one function here whose own failures
- * orvErrorGetLast reports.
+ * The camera, interface and system functions they call first
+ * (orvCameraIsInitialized, orvCameraGetNodeMap, orvCameraGetTLDeviceNodeMap,
+ * ...) keep their own failures where orvErrorGetLast reads them, and the
+ * initialiser returns that code. quickOrvInitEx keeps its own failure (a null
+ * camera handle) there too; what it passes on from the initialisers it calls
+ * is only returned.
  *
  * Any thread may call these functions; each node lookup takes the node map
  * handle's lock, so two threads filling structures from one camera get the
