@@ -111,13 +111,16 @@ TEST(QuickOrvLayout, ConstantValues) {
     EXPECT_EQ(mode + format, 5);
 }
 
+// Plain data (constant-initialised tables): the lists are long.
 struct Constant {
-    std::string feature, entry;
+    const char* feature;
+    const char* entry;
     long value;
 };
 
 struct Field {
-    std::string structure, name;
+    const char* structure;
+    const char* name;
     size_t offset;
 };
 
@@ -149,7 +152,7 @@ TEST(QuickOrvLayout, EveryFieldAtItsIndex) {
         const std::vector<std::string> names = QuickOrvDataLines(files.at(s.first));
         ASSERT_EQ(s.second.size(), names.size()) << s.first;
         for (size_t i = 0; i < names.size(); ++i) {
-            EXPECT_EQ(s.second[i]->name, names[i]) << s.first << " " << i;
+            EXPECT_EQ(std::string(s.second[i]->name), names[i]) << s.first << " " << i;
             EXPECT_EQ(s.second[i]->offset, i * kHandle) << s.first << "." << names[i];
         }
         total += names.size();
@@ -175,8 +178,8 @@ TEST(QuickOrvLayout, EveryConstantIsItsPosition) {
     for (const auto& f : features) {
         for (size_t i = 0; i < f.second.size(); ++i, ++row) {
             ASSERT_LT(row, sizeof kConstants / sizeof kConstants[0]);
-            EXPECT_EQ(kConstants[row].feature, f.first) << row;
-            EXPECT_EQ(kConstants[row].entry, f.second[i]) << row;
+            EXPECT_EQ(std::string(kConstants[row].feature), f.first) << row;
+            EXPECT_EQ(std::string(kConstants[row].entry), f.second[i]) << row;
             EXPECT_EQ(kConstants[row].value, static_cast<long>(i)) << f.first << "_" << f.second[i];
         }
     }
