@@ -30,6 +30,8 @@ refused set VC0001 Width 5000
 step features VC0001 --tl stream
 step grab VC0001 -n 20
 step grab VC0001 -n 3 --trigger software --chunks
+step enum AcquisitionMode VC0001
+step grab VC0001 -n 3 --pixel-format BayerRG8 --exposure 5000 --gain 3.5 --chunks
 images="$build/demo-images"
 rm -rf "$images"
 mkdir -p "$images"

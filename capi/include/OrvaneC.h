@@ -425,5 +425,6 @@ ORVANE_C_API orvError orvInterfaceSendActionCommand(orvInterface interfaceHandle
 #endif
 
 #include "OrvaneGenApiC.h"
+#include "OrvaneQuickOrvC.h"
 
 #endif

@@ -86,7 +86,7 @@ inline orvObject* NewNodeRecord(Orvane::GenApi::INode* node, bool entry) {
 template <class Make>
 inline orvObject* CachedNode(orvObject* parent, const char* key, bool entry, Make&& make) {
     boost::lock_guard<boost::mutex> lock(parent->guard);
-    auto it = parent->children.find(key);
+    auto it = parent->children.find(std::string_view(key)); // the key's length taken once, not per comparison
     if (it != parent->children.end()) return it->second;
     Orvane::GenApi::INode* node = make();
     if (!node) return nullptr;

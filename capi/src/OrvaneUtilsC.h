@@ -28,6 +28,7 @@ struct GcLess {
     using is_transparent = void;
     static std::string_view View(const Orvane::GenICam::gcstring& s) { return std::string_view(s.data(), s.size()); }
     static std::string_view View(const char* s) { return std::string_view(s); }
+    static std::string_view View(std::string_view s) { return s; }
     template <class A, class B>
     bool operator()(const A& a, const B& b) const {
         return View(a) < View(b);

@@ -1379,7 +1379,7 @@ def read_standard_lists(quickorv_dir):
             line = line.strip()
             if line and not line.startswith("#"):
                 name, rest = line.split(":", 1)
-                enums[name.strip()] = rest.split()
+                enums[name.split()[0]] = rest.split()  # "<Feature> (<count>): <entries>"
     return feats, enums
 
 

@@ -278,11 +278,61 @@ static void caseEvents(void) {
     CHECK_OK(orvSystemReleaseInstance(system));
 }
 
+/* QuickOrv from C: the structures, a constant written by name, the constant
+ * of the current entry read back, a float written through its field. */
+static void caseQuickOrv(void) {
+    orvSystem system = NULL;
+    orvCameraList cameras = NULL;
+    orvCamera camera = NULL;
+    quickOrv q;
+    quickOrvTLDevice device;
+    orvNodeHandle current = NULL;
+    size_t value = 99;
+    int64_t integer = -1;
+    double exposure = 0;
+    char text[64];
+    size_t length = sizeof text;
+
+    CHECK_OK(orvSystemGetInstance(&system));
+    CHECK_OK(orvCameraListCreateEmpty(&cameras));
+    CHECK_OK(orvSystemGetCameras(system, cameras));
+    CHECK_OK(orvCameraListGetBySerial(cameras, "VC0002", &camera));
+    memset(&q, 0, sizeof q);
+    CHECK(quickOrvInit(camera, &q) == ORVANE_ERR_NOT_INITIALIZED);
+    CHECK(q.Width == NULL);
+    CHECK_OK(quickOrvInitEx(camera, NULL, &device, NULL));
+    CHECK(device.DeviceSerialNumber != NULL);
+    CHECK_OK(orvStringGetValue(device.DeviceSerialNumber, text, &length));
+    CHECK(strcmp(text, "VC0002") == 0);
+
+    CHECK_OK(orvCameraInit(camera));
+    CHECK_OK(quickOrvInit(camera, &q));
+    CHECK(q.PixelFormat != NULL && q.ExposureTime != NULL && q.Scan3dOutputMode == NULL);
+    CHECK_OK(orvEnumerationSetEnumValue(q.PixelFormat, PixelFormat_BayerRG8));
+    CHECK_OK(orvEnumerationGetCurrentEntry(q.PixelFormat, &current));
+    CHECK_OK(orvEnumerationEntryGetEnumValue(current, &value));
+    CHECK(value == PixelFormat_BayerRG8);
+    CHECK_OK(orvEnumerationEntryGetIntValue(current, &integer));
+    CHECK(integer == 0x01080009); /* the device's integer: the format's PFNC code */
+    length = sizeof text;
+    CHECK_OK(orvEnumerationEntryGetSymbolic(current, text, &length));
+    CHECK(strcmp(text, "BayerRG8") == 0);
+    CHECK(orvEnumerationSetEnumValue(q.PixelFormat, 253) == ORVANE_ERR_INVALID_PARAMETER);
+    CHECK_OK(orvFloatSetValue(q.ExposureTime, 5000.0));
+    CHECK_OK(orvFloatGetValue(q.ExposureTime, &exposure));
+    CHECK(exposure > 4999.5 && exposure < 5000.5);
+
+    CHECK_OK(orvCameraDeInit(camera));
+    CHECK_OK(orvCameraRelease(camera));
+    CHECK_OK(orvCameraListDestroy(cameras));
+    CHECK_OK(orvSystemReleaseInstance(system));
+}
+
 static const struct {
     const char* name;
     void (*run)(void);
-} kCases[] = {{"system", caseSystem}, {"errors", caseErrors},           {"cameras", caseCameras},
-              {"nodes", caseNodes},   {"acquisition", caseAcquisition}, {"events", caseEvents}};
+} kCases[] = {{"system", caseSystem},           {"errors", caseErrors}, {"cameras", caseCameras},  {"nodes", caseNodes},
+              {"acquisition", caseAcquisition}, {"events", caseEvents}, {"quickorv", caseQuickOrv}};
 
 int main(int argc, char** argv) {
     size_t i;

@@ -1,5 +1,7 @@
-/* OrvaneC.h compiles on its own, as C99 and as C++, without warnings. */
+/* OrvaneC.h compiles on its own, as C99 and as C++, without warnings; so does
+ * the QuickOrv header (structures and enumeration constants) on its own. */
 #include <OrvaneC.h>
+#include <OrvaneQuickOrvC.h>
 
 /* The action command result record is 8 bytes in both languages. */
 typedef char orvaneHeaderCheckResultSize[sizeof(orvActionCommandResult) == 8 ? 1 : -1];
@@ -12,8 +14,9 @@ int orvaneHeaderCheck(void) {
     orvArrivalEventFunction arrival = 0;
     orvRemovalEventFunction removal = 0;
     orvLogEventFunction log = 0;
-    return (int)sizeof(orvLibraryVersion) + (int)sizeof(orvaneHeaderCheckResultSize) + (device != 0) + (image != 0) +
-           (imageList != 0) + (arrival != 0) + (removal != 0) + (log != 0);
+    return (int)sizeof(orvLibraryVersion) + (int)sizeof(quickOrv) + (int)AcquisitionMode_MultiFrame +
+           (int)sizeof(orvaneHeaderCheckResultSize) + (device != 0) + (image != 0) + (imageList != 0) + (arrival != 0) +
+           (removal != 0) + (log != 0);
 }
 
 #ifdef __cplusplus

@@ -1,102 +1,14 @@
 // orvctl grab on the virtual camera, run as a separate process: the summary,
 // chunk lines, statistics, image files, exit statuses and error messages.
-#include <gtest/gtest.h>
 #include <png.h>
-#include <sys/wait.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <vector>
+#include "OrvctlRun.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace orvctltest;
 
-struct RunResult {
-    int status = -1;
-    std::vector<std::string> out; // stdout lines
-    std::string err;              // stderr, whole
-};
-
-std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-}
-
-std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-// Matches a line against a pattern in which "<n>" stands for one or more
-// digits and "<f>" for digits, a point and digits; every other character
-// stands for itself. The numbers matched are appended to `numbers`.
-bool Matches(const std::string& line, const std::string& pattern, std::vector<std::string>* numbers = nullptr) {
-    size_t i = 0, p = 0;
-    auto digits = [&line, &i] {
-        const size_t start = i;
-        while (i < line.size() && line[i] >= '0' && line[i] <= '9') ++i;
-        return i > start;
-    };
-    while (p < pattern.size()) {
-        if (pattern.compare(p, 3, "<n>") == 0 || pattern.compare(p, 3, "<f>") == 0) {
-            const size_t start = i;
-            if (!digits()) return false;
-            if (pattern[p + 1] == 'f' && (i >= line.size() || line[i++] != '.' || !digits())) return false;
-            if (numbers) numbers->push_back(line.substr(start, i - start));
-            p += 3;
-        } else if (i < line.size() && line[i] == pattern[p]) {
-            ++i;
-            ++p;
-        } else {
-            return false;
-        }
-    }
-    return i == line.size();
-}
-
-class OrvctlGrab : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "orvctl-grab-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        dir = pattern;
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::remove_all(dir, ignored);
-    }
-
-    // Runs orvctl with these arguments (single-quoted for the shell); stderr
-    // goes to a file, so it is not a terminal and no progress bar is drawn.
-    RunResult Orvctl(const std::vector<std::string>& args) {
-        std::string command = std::string("'") + ORVCTL_PATH + "'";
-        for (const std::string& a : args) command += " '" + a + "'";
-        const fs::path errFile = dir / "stderr.txt";
-        command += " 2>'" + errFile.string() + "'";
-        RunResult run;
-        FILE* pipe = popen(command.c_str(), "r");
-        if (!pipe) return run;
-        std::string out;
-        char buffer[4096];
-        size_t n;
-        while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
-        const int raw = pclose(pipe);
-        run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        run.out = Lines(out);
-        run.err = ReadFile(errFile);
-        fs::remove(errFile);
-        return run;
-    }
-
-    fs::path dir;
-};
+class OrvctlGrab : public OrvctlProcess {};
 
 // fps, MB/s, bytes (the third number) and seconds.
 const char kRateLine[] = "<f> fps, <f> MB/s (<n> bytes in <f> s)";
@@ -289,7 +201,7 @@ TEST_F(OrvctlGrab, RefusedSettingsAreExplained) {
     EXPECT_TRUE(run.out.empty());
     const std::vector<std::string> err = Lines(run.err);
     ASSERT_EQ(err.size(), 2u);
-    EXPECT_EQ(err[0], "orvctl: setting PixelFormat to Foo8 failed: invalid value for the feature (-2003)");
+    EXPECT_EQ(err[0], "orvctl: PixelFormat has no constant for 'Foo8' (`orvctl enum PixelFormat` lists them)");
     EXPECT_EQ(err[1].rfind("orvctl: PixelFormat accepts: Mono8 Mono10 ", 0), 0u) << err[1];
 
     run = Orvctl({"grab", "VC0001", "--set", "Width=5000"});
@@ -309,9 +221,9 @@ TEST_F(OrvctlGrab, RefusedSettingsAreExplained) {
 
 TEST_F(OrvctlGrab, BadUsageExitsWithTwo) {
     const std::string usage =
-        "usage: orvctl grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--set FEATURE=VALUE]...\n"
-        "                   [--trigger software] [--chunks] [--convert FORMAT [--algorithm NAME]]\n"
-        "                   [--save DIR [--format FMT]] [--stats]\n";
+        "usage: orvctl grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--exposure US] [--gain DB]\n"
+        "                   [--set FEATURE=VALUE]... [--trigger software] [--chunks]\n"
+        "                   [--convert FORMAT [--algorithm NAME]] [--save DIR [--format FMT]] [--stats]\n";
     const struct {
         std::vector<std::string> args;
         std::string err;
@@ -322,6 +234,12 @@ TEST_F(OrvctlGrab, BadUsageExitsWithTwo) {
         {{"grab", "VC0001", "-n", "5x"}, "orvctl grab: -n takes a number of frames from 1 to 1000000000\n"},
         {{"grab", "VC0001", "--timeout", "0"}, "orvctl grab: --timeout takes milliseconds from 1 to 86400000\n"},
         {{"grab", "VC0001", "--trigger", "hardware"}, "orvctl grab: --trigger takes 'software'\n"},
+        {{"grab", "VC0001", "--exposure", "0"},
+         "orvctl grab: --exposure takes a time in microseconds, greater than 0\n"},
+        {{"grab", "VC0001", "--exposure", "5ms"},
+         "orvctl grab: --exposure takes a time in microseconds, greater than 0\n"},
+        {{"grab", "VC0001", "--gain", "inf"}, "orvctl grab: --gain takes a gain in dB\n"},
+        {{"grab", "VC0001", "--gain"}, "orvctl grab: --gain needs a value\n" + usage},
         {{"grab", "VC0001", "--set", "Width"}, "orvctl grab: --set takes FEATURE=VALUE\n"},
         {{"grab", "VC0001", "--algorithm", "bilinear"}, "orvctl grab: --algorithm applies to --convert\n"},
         {{"grab", "VC0001", "--format", "png"}, "orvctl grab: --format applies to --save\n"},

@@ -20,8 +20,8 @@ std::vector<std::string> NumberingFromEnumerations() {
     std::ifstream in(std::string(ORVANE_SOURCE_DIR) + "/data/quickorv/enumerations.txt");
     std::string line;
     while (std::getline(in, line)) {
-        if (line.rfind("PixelFormat:", 0) == 0) {
-            std::istringstream words(line.substr(12));
+        if (line.rfind("PixelFormat (", 0) == 0) { // "PixelFormat (<count>): <entries>"
+            std::istringstream words(line.substr(line.find(':') + 1));
             std::vector<std::string> names;
             for (std::string w; words >> w;) names.push_back(w);
             return names;

@@ -1,6 +1,9 @@
 /* orvctl grab: streams frames from a camera, optionally software-triggered,
- * with chunk data, conversion, statistics and image files, then sums up. */
+ * with chunk data, conversion, statistics and image files, then sums up. The
+ * standard settings (pixel format, exposure, gain, trigger) go through the
+ * camera's QuickOrv structure and the C enumeration constants. */
 #include <errno.h>
+#include <math.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -12,9 +15,9 @@
 #include "orvctl.h"
 
 static const char kGrabUsage[] =
-    "usage: orvctl grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--set FEATURE=VALUE]...\n"
-    "                   [--trigger software] [--chunks] [--convert FORMAT [--algorithm NAME]]\n"
-    "                   [--save DIR [--format FMT]] [--stats]\n";
+    "usage: orvctl grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--exposure US] [--gain DB]\n"
+    "                   [--set FEATURE=VALUE]... [--trigger software] [--chunks]\n"
+    "                   [--convert FORMAT [--algorithm NAME]] [--save DIR [--format FMT]] [--stats]\n";
 
 enum { MAX_SETTINGS = 32 };
 
@@ -23,6 +26,10 @@ typedef struct {
     unsigned long long count;
     unsigned long long timeout;
     const char* pixelFormat;
+    int exposureGiven;
+    double exposure; /* microseconds */
+    int gainGiven;
+    double gain;                        /* dB */
     const char* settings[MAX_SETTINGS]; /* FEATURE=VALUE, written in order just before the acquisition */
     int settingCount;
     int softwareTrigger;
@@ -103,6 +110,18 @@ static int parseNumber(const char* text, unsigned long long min, unsigned long l
     return 1;
 }
 
+/* Parses a whole finite decimal number. */
+static int parseReal(const char* text, double* out) {
+    char* end = NULL;
+    double v;
+    if (!*text) return 0;
+    errno = 0;
+    v = strtod(text, &end);
+    if (errno || *end || !isfinite(v)) return 0;
+    *out = v;
+    return 1;
+}
+
 /* Returns 1 when parsed, 0 after a usage message (exit status 2). */
 static int parseOptions(int argc, char** argv, GrabOptions* o) {
     int k;
@@ -128,6 +147,18 @@ static int parseOptions(int argc, char** argv, GrabOptions* o) {
             }
         } else if (strcmp(a, "--pixel-format") == 0 && hasValue) {
             o->pixelFormat = argv[++k];
+        } else if (strcmp(a, "--exposure") == 0 && hasValue) {
+            if (!parseReal(argv[++k], &o->exposure) || o->exposure <= 0) {
+                fprintf(stderr, "orvctl grab: --exposure takes a time in microseconds, greater than 0\n");
+                return 0;
+            }
+            o->exposureGiven = 1;
+        } else if (strcmp(a, "--gain") == 0 && hasValue) {
+            if (!parseReal(argv[++k], &o->gain)) {
+                fprintf(stderr, "orvctl grab: --gain takes a gain in dB\n");
+                return 0;
+            }
+            o->gainGiven = 1;
         } else if (strcmp(a, "--set") == 0 && hasValue) {
             const char* eq = strchr(argv[++k], '=');
             if (!eq || eq == argv[k] || eq - argv[k] >= 128) {
@@ -163,8 +194,8 @@ static int parseOptions(int argc, char** argv, GrabOptions* o) {
         } else if (a[0] != '-' && !o->serial) {
             o->serial = a;
         } else {
-            static const char* const kTakeValues[] = {"-n",          "--timeout", "--pixel-format",
-                                                      "--set",       "--trigger", "--convert",
+            static const char* const kTakeValues[] = {"-n",          "--timeout", "--pixel-format", "--exposure",
+                                                      "--gain",      "--set",     "--trigger",      "--convert",
                                                       "--algorithm", "--save",    "--format"};
             size_t v;
             int needsValue = 0;
@@ -388,33 +419,85 @@ static void printSummary(const GrabRun* run, orvNodeMapHandle stream, int64_t st
  * selectors too, so the camera is left as grab found it). */
 typedef struct {
     int triggerSet;
-    char triggerSelector[64];
-    char triggerMode[64];
-    char triggerSource[64];
+    OrvctlSavedEnum triggerSelector;
+    OrvctlSavedEnum triggerMode;
+    OrvctlSavedEnum triggerSource;
     int chunkModeSet;
     char chunkMode[16];
     char chunkSelector[64];
 } Restore;
 
-static int setUpTrigger(orvNodeMapHandle map, Restore* r, orvNodeHandle* triggerSoftware) {
-    if (!orvctlGetString(map, "TriggerSelector", r->triggerSelector, sizeof r->triggerSelector))
-        r->triggerSelector[0] = '\0';
-    if (!orvctlSetFeature(map, "TriggerSelector", "FrameStart")) return 0;
-    if (!orvctlGetString(map, "TriggerMode", r->triggerMode, sizeof r->triggerMode))
-        snprintf(r->triggerMode, sizeof r->triggerMode, "Off");
-    if (!orvctlGetString(map, "TriggerSource", r->triggerSource, sizeof r->triggerSource)) r->triggerSource[0] = '\0';
-    r->triggerSet = 1;
-    return orvctlSetFeature(map, "TriggerMode", "On") && orvctlSetFeature(map, "TriggerSource", "Software") &&
-           (*triggerSoftware = findNode(map, "TriggerSoftware")) != NULL;
+/* Sets an enumeration through its constant unless it has that entry already. */
+static int ensureEnum(orvNodeHandle node, const char* feature, const char* entry) {
+    orvNodeHandle current = NULL;
+    size_t now = 0, wanted = 0;
+    if (node && orvctlEnumConstant(feature, entry, &wanted) &&
+        orvEnumerationGetCurrentEntry(node, &current) == ORVANE_ERR_SUCCESS &&
+        orvEnumerationEntryGetEnumValue(current, &now) == ORVANE_ERR_SUCCESS && now == wanted)
+        return 1;
+    return orvctlSetEnum(node, feature, entry);
 }
 
-static int restoreSettings(orvNodeMapHandle map, const Restore* r) {
+static int setFloat(orvNodeHandle node, const char* feature, double value) {
+    char what[128];
+    if (!node) {
+        fprintf(stderr, "orvctl: the camera has no feature '%s'\n", feature);
+        return 0;
+    }
+    snprintf(what, sizeof what, "setting %s to %g", feature, value);
+    if (!orvctlCheck(orvFloatSetValue(node, value), what)) {
+        orvctlExplain(node, feature);
+        return 0;
+    }
+    return 1;
+}
+
+/* A timed exposure of `us` microseconds: automatic exposure off and the timed
+ * mode first, where the camera has them. */
+static int setExposure(const quickOrv* q, double us) {
+    if (q->ExposureAuto && !ensureEnum(q->ExposureAuto, "ExposureAuto", "Off")) return 0;
+    if (q->ExposureMode && !ensureEnum(q->ExposureMode, "ExposureMode", "Timed")) return 0;
+    return setFloat(q->ExposureTime, "ExposureTime", us);
+}
+
+/* The gain of every channel (GainSelector All, where the camera has it), with
+ * automatic gain off. */
+static int setGain(const quickOrv* q, double db) {
+    orvNodeHandle all = NULL;
+    if (q->GainAuto && !ensureEnum(q->GainAuto, "GainAuto", "Off")) return 0;
+    if (q->GainSelector && orvEnumerationGetEntryByName(q->GainSelector, "All", &all) == ORVANE_ERR_SUCCESS && all &&
+        !ensureEnum(q->GainSelector, "GainSelector", "All"))
+        return 0;
+    return setFloat(q->Gain, "Gain", db);
+}
+
+static int setUpTrigger(const quickOrv* q, Restore* r, orvNodeHandle* triggerSoftware) {
+    orvctlSaveEnum(q->TriggerSelector, &r->triggerSelector);
+    if (!orvctlSetEnum(q->TriggerSelector, "TriggerSelector", "FrameStart")) return 0;
+    orvctlSaveEnum(q->TriggerMode, &r->triggerMode);
+    orvctlSaveEnum(q->TriggerSource, &r->triggerSource);
+    r->triggerSet = 1;
+    if (!orvctlSetEnum(q->TriggerMode, "TriggerMode", "On") ||
+        !orvctlSetEnum(q->TriggerSource, "TriggerSource", "Software"))
+        return 0;
+    if (!q->TriggerSoftware) {
+        fprintf(stderr, "orvctl: the camera has no feature 'TriggerSoftware'\n");
+        return 0;
+    }
+    *triggerSoftware = q->TriggerSoftware;
+    return 1;
+}
+
+static int restoreSettings(orvNodeMapHandle map, const quickOrv* q, const Restore* r) {
     int ok = 1;
     if (r->triggerSet) {
-        ok = orvctlSetFeature(map, "TriggerSelector", "FrameStart") && ok;
-        if (r->triggerSource[0]) ok = orvctlSetFeature(map, "TriggerSource", r->triggerSource) && ok;
-        ok = orvctlSetFeature(map, "TriggerMode", r->triggerMode) && ok;
-        if (r->triggerSelector[0]) ok = orvctlSetFeature(map, "TriggerSelector", r->triggerSelector) && ok;
+        ok = orvctlSetEnum(q->TriggerSelector, "TriggerSelector", "FrameStart") && ok;
+        ok = orvctlRestoreEnum(&r->triggerSource, "TriggerSource") && ok;
+        if (r->triggerMode.saved)
+            ok = orvctlRestoreEnum(&r->triggerMode, "TriggerMode") && ok;
+        else
+            ok = orvctlSetEnum(q->TriggerMode, "TriggerMode", "Off") && ok;
+        ok = orvctlRestoreEnum(&r->triggerSelector, "TriggerSelector") && ok;
     }
     if (r->chunkModeSet) {
         if (r->chunkSelector[0]) ok = orvctlSetFeature(map, "ChunkSelector", r->chunkSelector) && ok;
@@ -435,6 +518,7 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
     GrabRun run;
     OrvctlCamera camera;
     Restore restore;
+    quickOrv q;
     orvNodeMapHandle stream = NULL;
     orvNodeHandle triggerSoftware = NULL;
     struct sigaction action, previous;
@@ -445,12 +529,16 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
     if (!parseOptions(argc, argv, &options)) return 2;
     memset(&run, 0, sizeof run);
     memset(&restore, 0, sizeof restore);
+    memset(&q, 0, sizeof q);
     run.options = &options;
     run.bar.enabled = isatty(fileno(stderr));
     if (options.saveDir && !makeDirectory(options.saveDir)) return 1;
     if (!orvctlOpenCamera(system, options.serial, &camera)) return 1;
     if (!orvctlInitCamera(&camera)) goto done;
-    if (options.pixelFormat && !orvctlSetFeature(camera.device, "PixelFormat", options.pixelFormat)) goto done;
+    if (!orvctlCheck(quickOrvInit(camera.camera, &q), "filling the QuickOrv structure")) goto done;
+    if (options.pixelFormat && !orvctlSetEnum(q.PixelFormat, "PixelFormat", options.pixelFormat)) goto done;
+    if (options.exposureGiven && !setExposure(&q, options.exposure)) goto done;
+    if (options.gainGiven && !setGain(&q, options.gain)) goto done;
     if (options.chunks) {
         /* a camera without ChunkModeActive fails in enableAllChunks */
         restore.chunkModeSet =
@@ -459,8 +547,8 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
             restore.chunkSelector[0] = '\0';
         if (!enableAllChunks(camera.device)) goto done;
     }
-    if (options.softwareTrigger && !setUpTrigger(camera.device, &restore, &triggerSoftware)) goto done;
-    /* --set comes last: it can adjust what --chunks and --trigger set up */
+    if (options.softwareTrigger && !setUpTrigger(&q, &restore, &triggerSoftware)) goto done;
+    /* --set comes last: it can adjust what the options before set up */
     for (i = 0; i < (unsigned long long)options.settingCount; ++i) {
         const char* setting = options.settings[i];
         const char* eq = strchr(setting, '=');
@@ -516,7 +604,7 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
 done:
     if (acquiring && !orvctlCheck(orvCameraEndAcquisition(camera.camera), "ending the acquisition")) status = 1;
     if (handlerSet) sigaction(SIGINT, &previous, NULL);
-    if (camera.device && !restoreSettings(camera.device, &restore)) status = 1;
+    if (camera.device && !restoreSettings(camera.device, &q, &restore)) status = 1;
     if (run.statistics && !orvctlCheck(orvImageStatisticsDestroy(run.statistics), "freeing the statistics")) status = 1;
     if (run.processor && !orvctlCheck(orvImageProcessorDestroy(run.processor), "freeing the image processor"))
         status = 1;

@@ -7,6 +7,7 @@
 #include <stdint.h>
 
 #include "OrvaneC.h"
+#include "QuickOrvTables.h"
 
 /* Options common to every command. */
 typedef struct {
@@ -70,6 +71,28 @@ int orvctlIsDirectory(const char* path);
 int orvctlConvertImage(orvImageProcessor processor, orvImage image, orvPixelFormat format, orvImage* converted);
 int orvctlSaveImage(orvImage image, const char* fileName, orvImageFileFormat format);
 
+/* QuickOrv (quickorv.c): the C constants of the standard enumeration
+ * features, from the library's generated name tables. */
+const OrvQuickOrvEnumFeature* orvctlEnumFeature(const char* feature); /* NULL: no constants */
+int orvctlEnumConstant(const char* feature, const char* entry, size_t* value);
+/* The field of a filled camera structure that holds this feature. */
+orvNodeHandle orvctlQuickOrvField(const quickOrv* q, const char* feature);
+/* Sets an enumeration to an entry through the entry's constant; on failure
+ * prints why (no constant, no such entry on the device, refused) and what the
+ * feature accepts, and returns 0. */
+int orvctlSetEnum(orvNodeHandle node, const char* feature, const char* entry);
+/* An enumeration's current entry, kept to be put back: by its constant, or by
+ * the device's integer for an entry without one. */
+typedef struct {
+    orvNodeHandle node;
+    int saved;
+    int hasConstant;
+    size_t constant;
+    int64_t integer;
+} OrvctlSavedEnum;
+int orvctlSaveEnum(orvNodeHandle node, OrvctlSavedEnum* saved);
+int orvctlRestoreEnum(const OrvctlSavedEnum* saved, const char* feature);
+
 /* The commands. */
 int orvctlList(orvSystem system, int argc, char** argv);
 int orvctlInfo(orvSystem system, int argc, char** argv);
@@ -78,5 +101,6 @@ int orvctlGet(orvSystem system, int argc, char** argv);
 int orvctlSet(orvSystem system, int argc, char** argv);
 int orvctlConvert(orvSystem system, int argc, char** argv);
 int orvctlGrab(orvSystem system, int argc, char** argv);
+int orvctlEnum(orvSystem system, int argc, char** argv);
 
 #endif

@@ -45,7 +45,8 @@ def fail(msg):
 def read_numbering(path):
     with open(path, encoding="utf-8") as f:
         for line in f:
-            if line.startswith("PixelFormat:"):
+            # "PixelFormat (<count>): <entries>"
+            if line.split(":", 1)[0].split()[:1] == ["PixelFormat"]:
                 return line.split(":", 1)[1].split()
     fail("%s has no PixelFormat line" % path)
 
