@@ -198,7 +198,8 @@ inline void SetString(const Orvane::GenICam::gcstring& text, char* buffer, size_
     if (need > *length)
         RaiseError(153, "./OrvaneUtilsC", "SetString", "Buffer is too Small", ORVANE_ERR_BUFFER_TOO_SMALL);
     std::memset(buffer, 0, *length);
-    std::memcpy(buffer, text.data(), text.size());
+    // The terminating NUL comes from the memset: need <= *length.
+    std::memcpy(buffer, text.data(), text.size()); // NOLINT(bugprone-not-null-terminated-result)
     *length = need;
 }
 

@@ -87,15 +87,15 @@ const char* ChunkData::GetName(FloatItem item) {
     return item >= 0 && item < FloatItemCount ? kFloatNames[item] : nullptr;
 }
 
-#define ORV_INT_GETTER(Name)                                                                 \
-    int64_t ChunkData::Get##Name() const {                                                   \
-        if (!(m_integerPresent >> Name & 1u)) RaiseAbsent("Get" #Name, kIntegerNames[Name]); \
-        return m_integers[Name];                                                             \
+#define ORV_INT_GETTER(Name)                                                                   \
+    int64_t ChunkData::Get##Name() const {                                                     \
+        if (!(m_integerPresent >> (Name)&1u)) RaiseAbsent("Get" #Name, kIntegerNames[(Name)]); \
+        return m_integers[(Name)];                                                             \
     }
-#define ORV_FLOAT_GETTER(Name)                                                           \
-    double ChunkData::Get##Name() const {                                                \
-        if (!(m_floatPresent >> Name & 1u)) RaiseAbsent("Get" #Name, kFloatNames[Name]); \
-        return m_floats[Name];                                                           \
+#define ORV_FLOAT_GETTER(Name)                                                             \
+    double ChunkData::Get##Name() const {                                                  \
+        if (!(m_floatPresent >> (Name)&1u)) RaiseAbsent("Get" #Name, kFloatNames[(Name)]); \
+        return m_floats[(Name)];                                                           \
     }
 
 ORV_INT_GETTER(FrameID)
