@@ -90,7 +90,12 @@ std::shared_ptr<StreamSource> VirtualDeviceConnection::CreateStreamSource() {
 std::unique_ptr<DeviceEventChannel> VirtualDeviceConnection::OpenEventChannel(DeviceEventSink& sink) {
     if (m_channelOpen->exchange(true))
         ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, "camera " + Info().deviceId + ": its event channel is open already");
-    return std::make_unique<EventChannel>(m_runtime, m_channelOpen, sink);
+    try {
+        return std::make_unique<EventChannel>(m_runtime, m_channelOpen, sink);
+    } catch (...) {
+        m_channelOpen->store(false);
+        throw;
+    }
 }
 
 } // namespace internal
