@@ -2,6 +2,8 @@
 // chunk lines, statistics, image files, exit statuses and error messages.
 #include <png.h>
 
+#include <algorithm>
+
 #include "OrvctlRun.h"
 
 namespace {
@@ -180,6 +182,85 @@ TEST_F(OrvctlGrab, StatisticsPerChannel) {
               "frame 1: stats BGR8 red min 0 max 0 mean 0.00, green min 0 max 0 mean 0.00, blue min 0 max 0 mean 0.00");
 }
 
+// Lines of a run with --events: frame lines, event lines, the rest.
+struct EventRun {
+    std::vector<std::string> frames, events, rest;
+    explicit EventRun(const std::vector<std::string>& out) {
+        for (const std::string& line : out) {
+            if (line.rfind("frame ", 0) == 0)
+                frames.push_back(line);
+            else if (line.rfind("event ", 0) == 0)
+                events.push_back(line);
+            else
+                rest.push_back(line);
+        }
+    }
+    // The timestamp of frame k (1-based) from its frame line.
+    long long FrameTime(int k) const {
+        std::vector<std::string> numbers;
+        EXPECT_TRUE(Matches(frames.at(k - 1), "frame " + std::to_string(k) + ": timestamp <n>", &numbers))
+            << frames.at(k - 1);
+        return numbers.empty() ? -1 : std::stoll(numbers[0]);
+    }
+};
+
+TEST_F(OrvctlGrab, EventsArePrintedBesideTheFrames) {
+    const RunResult run = Orvctl({"grab", "VC0001", "-n", "3", "--events"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    const EventRun lines(run.out);
+    ASSERT_EQ(lines.frames.size(), 3u);
+    ASSERT_EQ(lines.events.size(), 5u);
+    // The acquisition's start comes first, its end last, before the summary.
+    EXPECT_TRUE(Matches(run.out.front(), "event AcquisitionStart: id 0x9002, frame 1, timestamp <n>")) << run.out[0];
+    ASSERT_EQ(run.out.size(), 12u);
+    EXPECT_TRUE(Matches(run.out[7], "event AcquisitionEnd: id 0x9003, frame 3, timestamp <n>")) << run.out[7];
+    // One ExposureEnd per frame: its frame id, and the frame's timestamp plus
+    // the exposure (10 ms).
+    for (int k = 1; k <= 3; ++k) {
+        const std::string expected = "event ExposureEnd: id 0x9021, frame " + std::to_string(k) + ", timestamp " +
+                                     std::to_string(lines.FrameTime(k) + 10000000);
+        EXPECT_EQ(std::count(lines.events.begin(), lines.events.end(), expected), 1) << expected;
+    }
+    EXPECT_EQ(lines.rest, (std::vector<std::string>{run.out[8], run.out[9], run.out[10], "5 device events"}));
+    EXPECT_EQ(run.out[8], "3 frames, 0 incomplete, 0 lost, frame ids 1 to 3");
+    EXPECT_EQ(run.out[10], "stream counters: 3 delivered, 0 incomplete, 0 lost, 0 dropped");
+}
+
+TEST_F(OrvctlGrab, EventsChosenByName) {
+    RunResult run = Orvctl({"grab", "VC0001", "-n", "2", "--events", "FrameStart,ExposureStart"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EventRun lines(run.out);
+    ASSERT_EQ(lines.frames.size(), 2u);
+    ASSERT_EQ(lines.events.size(), 4u);
+    for (int k = 1; k <= 2; ++k)
+        for (const char* e : {"FrameStart: id 0x9011", "ExposureStart: id 0x9020"}) {
+            const std::string expected = std::string("event ") + e + ", frame " + std::to_string(k) + ", timestamp " +
+                                         std::to_string(lines.FrameTime(k));
+            EXPECT_EQ(std::count(lines.events.begin(), lines.events.end(), expected), 1) << expected;
+        }
+    EXPECT_EQ(run.out.back(), "4 device events");
+
+    // Joined with '='; an event without a frame id shows a dash.
+    run = Orvctl({"grab", "VC0001", "-n", "1", "--events=Test", "--set", "TestEventGenerate=1"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    lines = EventRun(run.out);
+    ASSERT_EQ(lines.events.size(), 1u);
+    EXPECT_TRUE(Matches(lines.events[0], "event Test: id 0x9000, frame -, timestamp <n>")) << lines.events[0];
+    EXPECT_EQ(run.out.back(), "1 device event");
+}
+
+TEST_F(OrvctlGrab, UnknownEventsAreRefused) {
+    const RunResult run = Orvctl({"grab", "VC0001", "--events", "ExposureEnd,NoSuchEvent"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(run.out.empty());
+    const std::vector<std::string> err = Lines(run.err);
+    ASSERT_EQ(err.size(), 2u);
+    EXPECT_EQ(err[0], "orvctl: the camera has no event 'NoSuchEvent'");
+    EXPECT_EQ(err[1].rfind("orvctl: EventSelector accepts: AcquisitionTrigger AcquisitionStart AcquisitionEnd ", 0), 0u)
+        << err[1];
+}
+
 TEST_F(OrvctlGrab, TimeoutFailsAfterTheSummary) {
     // Software trigger set up by hand but never executed: no frame comes.
     const RunResult run =
@@ -222,7 +303,7 @@ TEST_F(OrvctlGrab, RefusedSettingsAreExplained) {
 TEST_F(OrvctlGrab, BadUsageExitsWithTwo) {
     const std::string usage =
         "usage: orvctl grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--exposure US] [--gain DB]\n"
-        "                   [--set FEATURE=VALUE]... [--trigger software] [--chunks]\n"
+        "                   [--set FEATURE=VALUE]... [--trigger software] [--chunks] [--events [NAME,...]]\n"
         "                   [--convert FORMAT [--algorithm NAME]] [--save DIR [--format FMT]] [--stats]\n";
     const struct {
         std::vector<std::string> args;
@@ -245,6 +326,7 @@ TEST_F(OrvctlGrab, BadUsageExitsWithTwo) {
         {{"grab", "VC0001", "--format", "png"}, "orvctl grab: --format applies to --save\n"},
         {{"grab", "VC0001", "--save"}, "orvctl grab: --save needs a value\n" + usage},
         {{"grab", "VC0001", "--frames", "3"}, "orvctl grab: unknown option '--frames'\n" + usage},
+        {{"grab", "VC0001", "--events="}, "orvctl grab: --events takes event names separated by commas\n"},
         {{"grab", "VC0001", "VC0002"}, "orvctl grab: unexpected argument 'VC0002'\n" + usage},
         {{"grab", "VC0001", "--format", "gif", "--save", "x"},
          "orvctl: unknown file format 'gif' (png, jpeg, tiff, bmp, ppm, pgm, jp2, raw)\n"},

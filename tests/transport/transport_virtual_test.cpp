@@ -1,12 +1,13 @@
 // What an opened virtual camera's connection offers the layers above it:
 // loss listeners (run on the thread that detects the loss, once), the
-// transport facts it has none of, the event channel the events work will
-// add, and stream sources that never count lost frames.
+// transport facts it has none of, its event channel and event map, and
+// stream sources that never count lost frames.
 #include <gtest/gtest.h>
 
 #include <arv.h>
 
 #include <atomic>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -20,6 +21,7 @@
 #include "camera/CameraAccess.h"
 #include "camera/DiscoveredCamera.h"
 #include "transport/DeviceConnection.h"
+#include "transport/DeviceEventMap.h"
 #include "transport/StreamSource.h"
 
 using namespace Orvane;
@@ -136,13 +138,55 @@ TEST_F(VirtualConnection, HasNoNetworkFacts) {
     EXPECT_EQ(connection->Info().kind, internal::TransportKind::Virtual);
 }
 
-TEST_F(VirtualConnection, EventChannelsAreNotImplementedYet) {
+TEST_F(VirtualConnection, EventChannelDeliversTheCamerasEventsOnTheRaisingThread) {
     struct Sink : internal::DeviceEventSink {
-        void OnDeviceEvent(const internal::DeviceEvent&) override {}
+        void OnDeviceEvent(const internal::DeviceEvent& e) override {
+            events.push_back(e);
+            bytes.assign(e.data, e.data + e.size);
+            threads.push_back(std::this_thread::get_id());
+        }
+        std::vector<internal::DeviceEvent> events;
+        std::vector<uint8_t> bytes;
+        std::vector<std::thread::id> threads;
     } sink;
-    EXPECT_EQ(CodeOf([&] { connection->OpenEventChannel(sink); }), ORVANE_ERR_NOT_IMPLEMENTED);
-    EXPECT_EQ(MessageOf([&] { connection->OpenEventChannel(sink); }),
-              "camera Orvane-VirtualCamera-VC0001: device events are not implemented for its transport yet");
+    {
+        std::unique_ptr<internal::DeviceEventChannel> channel = connection->OpenEventChannel(sink);
+        ASSERT_TRUE(channel);
+        // One channel at a time.
+        EXPECT_EQ(CodeOf([&] { connection->OpenEventChannel(sink); }), ORVANE_ERR_RESOURCE_IN_USE);
+        EXPECT_EQ(MessageOf([&] { connection->OpenEventChannel(sink); }),
+                  "camera Orvane-VirtualCamera-VC0001: its event channel is open already");
+        GenApi::CCommandPtr(camera->GetNodeMap().GetNode("TestEventGenerate"))->Execute();
+        ASSERT_EQ(sink.events.size(), 1u);
+        EXPECT_EQ(sink.events[0].eventId, 0x9000u);
+        EXPECT_FALSE(sink.events[0].hasBlockId); // the Test event is about no frame
+        EXPECT_GT(sink.events[0].timestamp, 0u);
+        ASSERT_EQ(sink.bytes.size(), 32u);
+        uint64_t timestamp = 0;
+        for (int i = 0; i < 8; ++i) timestamp = timestamp << 8 | sink.bytes[i];
+        EXPECT_EQ(timestamp, sink.events[0].timestamp);
+        EXPECT_EQ(sink.threads[0], std::this_thread::get_id()); // raised by the command's writer
+    }
+    // Closed: no more events; a new channel opens.
+    GenApi::CCommandPtr(camera->GetNodeMap().GetNode("TestEventGenerate"))->Execute();
+    EXPECT_EQ(sink.events.size(), 1u);
+    std::unique_ptr<internal::DeviceEventChannel> again = connection->OpenEventChannel(sink);
+    GenApi::CCommandPtr(camera->GetNodeMap().GetNode("TestEventGenerate"))->Execute();
+    EXPECT_EQ(sink.events.size(), 2u);
+}
+
+TEST_F(VirtualConnection, EventMapNamesTheCamerasEvents) {
+    const internal::DeviceEventMap& map = connection->EventMap();
+    EXPECT_EQ(&map, &connection->EventMap()); // read once
+    const internal::DeviceEventInfo* end = map.Find(0x9021);
+    ASSERT_NE(end, nullptr);
+    EXPECT_EQ(end->name, "ExposureEnd");
+    EXPECT_EQ(end->port, "EventExposureEndPort");
+    EXPECT_EQ(end->idFeature, "EventExposureEnd");
+    ASSERT_NE(map.FindByName("FrameTriggerMissed"), nullptr);
+    EXPECT_EQ(map.FindByName("FrameTriggerMissed")->id, 0x9015u);
+    EXPECT_EQ(map.FindByName("Test")->id, 0x9000u);
+    EXPECT_EQ(map.Events().size(), 30u);
 }
 
 TEST_F(VirtualConnection, StreamSourcesDescribeTheirOwnFrames) {

@@ -528,6 +528,33 @@ TEST_F(RuntimeTest, TestEventsReachTheEventSink) {
     Runtime().SetEventSink(nullptr);
 }
 
+// Events may be raised where the node map's lock must not be taken (the fake
+// stream's thread): the notification state is a snapshot kept up to date by
+// the writes and commands that change it.
+TEST_F(RuntimeTest, EventsGoOutWithoutTheNodeMapLock) {
+    std::atomic<int> events{0};
+    Runtime().SetEventSink([&](uint16_t, const uint8_t*, size_t) { ++events; });
+    Set("EventSelector", "ExposureEnd");
+    Set("EventNotification", "On");
+    {
+        // Another thread holds the lock meanwhile: the emitter must not wait for it.
+        GenApi::impl::NodeMapBase::MapLock lock(Connection().NodeMap());
+        std::thread emitter([&] { Runtime().EmitEvent(vcam::event::ExposureEnd, 7); });
+        emitter.join();
+    }
+    EXPECT_EQ(events.load(), 1);
+    // DeviceReset brings the power-up state back: notification Off.
+    Command("DeviceReset");
+    EXPECT_FALSE(Runtime().IsEventNotificationOn(vcam::event::ExposureEnd));
+    Runtime().EmitEvent(vcam::event::ExposureEnd, 8);
+    EXPECT_EQ(events.load(), 1);
+    // A port write reaches the snapshot too.
+    const uint8_t on[4] = {0, 0, 0, 1};
+    camera->WritePort(vcam::reg::EventNotification.At(vcam::value::EventSelector::FrameStart), on, 4);
+    EXPECT_TRUE(Runtime().IsEventNotificationOn(vcam::event::FrameStart));
+    Runtime().SetEventSink(nullptr);
+}
+
 // A behaviour that records the writes it sees, as the acquisition's would.
 class RecordingBehaviour : public internal::DeviceBehaviour {
 public:

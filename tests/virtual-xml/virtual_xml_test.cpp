@@ -329,13 +329,13 @@ TEST_F(VirtualXml, WalkFromRootReachesEveryFeatureAndReadsAllReadableOnes) {
     walk("Root");
     EXPECT_EQ(features.size(), vcam::kFeatureCount);
     EXPECT_EQ(categories.size(), vcam::kCategoryCount);
-    EXPECT_EQ(features.size(), 476u);
-    EXPECT_EQ(categories.size(), 52u);
+    EXPECT_EQ(features.size(), 479u);
+    EXPECT_EQ(categories.size(), 53u);
     EXPECT_GT(reads, 300);
     EXPECT_EQ(chunkReads, static_cast<int>(std::size(vcam::kChunkFeatures)));
     EXPECT_EQ(eventReads, static_cast<int>(std::size(vcam::kEventFeatures)));
     EXPECT_EQ(std::size(vcam::kChunkFeatures), 21u);
-    EXPECT_EQ(std::size(vcam::kEventFeatures), 58u);
+    EXPECT_EQ(std::size(vcam::kEventFeatures), 60u);
 }
 
 TEST_F(VirtualXml, EveryDomReferenceResolvesAndPIndexPointsAtASelector) {
@@ -990,8 +990,8 @@ TEST_F(VirtualXml, EventFeaturesSitOnPortsWithTheHeadersEventIds) {
         EXPECT_EQ(Int("EventSelector"), e.selectorValue);
         EXPECT_EQ(Str("EventNotification"), "Off");
     }
-    for (const char* required :
-         {"ExposureEnd", "FrameStart", "FrameEnd", "AcquisitionStart", "AcquisitionEnd", "Test", "Error"})
+    for (const char* required : {"ExposureStart", "ExposureEnd", "FrameStart", "FrameEnd", "FrameTriggerMissed",
+                                 "AcquisitionStart", "AcquisitionEnd", "Test", "Error"})
         EXPECT_TRUE(names.count(required)) << required;
     EXPECT_EQ(Entries("EventSelector").size(), std::size(vcam::kEvents));
     int features = 0;
@@ -1006,7 +1006,7 @@ TEST_F(VirtualXml, EventFeaturesSitOnPortsWithTheHeadersEventIds) {
         EXPECT_LE(ef.offset + ef.length, vcam::kEventDataSize);
         ++features;
     }
-    EXPECT_EQ(features, 58);
+    EXPECT_EQ(features, 60);
     EXPECT_EQ(vcam::event::ExposureEnd, 0x9021);
 }
 

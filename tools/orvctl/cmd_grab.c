@@ -1,9 +1,10 @@
 /* orvctl grab: streams frames from a camera, optionally software-triggered,
- * with chunk data, conversion, statistics and image files, then sums up. The
- * standard settings (pixel format, exposure, gain, trigger) go through the
- * camera's QuickOrv structure and the C enumeration constants. */
+ * with chunk data, conversion, statistics, image files and device events, then
+ * sums up. The standard settings (pixel format, exposure, gain, trigger) go
+ * through the camera's QuickOrv structure and the C enumeration constants. */
 #include <errno.h>
 #include <math.h>
+#include <pthread.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -16,10 +17,13 @@
 
 static const char kGrabUsage[] =
     "usage: orvctl grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--exposure US] [--gain DB]\n"
-    "                   [--set FEATURE=VALUE]... [--trigger software] [--chunks]\n"
+    "                   [--set FEATURE=VALUE]... [--trigger software] [--chunks] [--events [NAME,...]]\n"
     "                   [--convert FORMAT [--algorithm NAME]] [--save DIR [--format FMT]] [--stats]\n";
 
-enum { MAX_SETTINGS = 32 };
+enum { MAX_SETTINGS = 32, MAX_EVENTS = 32 };
+
+/* The device events --events turns on when it names none, those the camera has. */
+static const char* const kDefaultEvents[] = {"AcquisitionStart", "ExposureEnd", "FrameTriggerMissed", "AcquisitionEnd"};
 
 typedef struct {
     const char* serial;
@@ -34,6 +38,8 @@ typedef struct {
     int settingCount;
     int softwareTrigger;
     int chunks;
+    int events;
+    const char* eventList; /* NAME,NAME,... after --events; NULL: the defaults */
     int convert;
     orvPixelFormat target;
     orvColorProcessingAlgorithm algorithm;
@@ -178,6 +184,17 @@ static int parseOptions(int argc, char** argv, GrabOptions* o) {
             o->softwareTrigger = 1;
         } else if (strcmp(a, "--chunks") == 0) {
             o->chunks = 1;
+        } else if (strcmp(a, "--events") == 0 || strncmp(a, "--events=", 9) == 0) {
+            o->events = 1;
+            /* A list follows the option (after SERIAL), or is joined to it with '='. */
+            if (a[8] == '=')
+                o->eventList = a + 9;
+            else if (hasValue && argv[k + 1][0] != '-' && o->serial)
+                o->eventList = argv[++k];
+            if (o->eventList && (!*o->eventList || strlen(o->eventList) >= 1024)) {
+                fprintf(stderr, "orvctl grab: --events takes event names separated by commas\n");
+                return 0;
+            }
         } else if (strcmp(a, "--convert") == 0 && hasValue) {
             if (!orvctlPixelFormatByName(argv[++k], &o->target)) return 0;
             o->convert = 1;
@@ -356,6 +373,13 @@ static int handleFrame(GrabRun* run, orvImage image) {
     t->lastId = id;
     ++t->frames;
     t->bytes += payload;
+    if (o->events) {
+        /* The frame beside its device events. */
+        uint64_t timestamp = 0;
+        if (!orvctlCheck(orvImageGetTimeStamp(image, &timestamp), "reading the timestamp")) return 0;
+        clearBar(&run->bar);
+        printf("frame %llu: timestamp %llu\n", (unsigned long long)id, (unsigned long long)timestamp);
+    }
     if (incomplete) {
         orvImageStatus status = ORV_IMAGE_STATUS_UNKNOWN_ERROR;
         char text[128] = "";
@@ -506,6 +530,184 @@ static int restoreSettings(orvNodeMapHandle map, const quickOrv* q, const Restor
     return ok;
 }
 
+/* Device events (--events) ------------------------------------------------
+ * The callback runs on the camera's device event thread while the grab loop
+ * runs on the main thread: `mutex` guards the count and the time of the last
+ * event, and stdout is locked (flockfile) around each event's line and
+ * around each frame's lines, so that lines never mix. Owner: orvctlGrab,
+ * which registers the handler after setting up the events and unregisters it
+ * (waiting for a running callback) before anything here goes away. */
+typedef struct {
+    orvNodeMapHandle device;
+    pthread_mutex_t mutex;
+    unsigned long long count;
+    double lastAt;
+} EventPrinter;
+
+/* The events turned on, and what to put back. */
+typedef struct {
+    int count;
+    char names[MAX_EVENTS][64];
+    OrvctlSavedEnum notification[MAX_EVENTS];
+    OrvctlSavedEnum selector;
+    orvDeviceEventHandler handler;
+    int registered;
+    int printerReady;
+    EventPrinter printer;
+} GrabEvents;
+
+/* One line per event: its name, id, and the frame id and timestamp its data
+ * features (Event<Name>FrameID, Event<Name>Timestamp) show, "-" for those the
+ * event lacks. */
+static void onDeviceEvent(orvDeviceEventData data, const char* eventName, void* userData) {
+    EventPrinter* p = (EventPrinter*)userData;
+    uint64_t id = 0;
+    int64_t value = 0;
+    char feature[160], frame[32] = "-", timestamp[32] = "-", line[320];
+    orvDeviceEventGetId(data, &id);
+    snprintf(feature, sizeof feature, "Event%sFrameID", eventName);
+    if (orvctlGetInteger(p->device, feature, &value)) snprintf(frame, sizeof frame, "%lld", (long long)value);
+    snprintf(feature, sizeof feature, "Event%sTimestamp", eventName);
+    if (orvctlGetInteger(p->device, feature, &value)) snprintf(timestamp, sizeof timestamp, "%lld", (long long)value);
+    snprintf(line, sizeof line, "event %s: id 0x%llx, frame %s, timestamp %s\n", eventName[0] ? eventName : "-",
+             (unsigned long long)id, frame, timestamp);
+    flockfile(stdout);
+    fputs(line, stdout);
+    fflush(stdout);
+    funlockfile(stdout);
+    pthread_mutex_lock(&p->mutex);
+    ++p->count;
+    p->lastAt = now();
+    pthread_mutex_unlock(&p->mutex);
+}
+
+/* Whether the camera's EventSelector has this entry, available. */
+static int hasEvent(orvNodeHandle selector, const char* name) {
+    orvNodeHandle entry = NULL;
+    bool8_t available = 0;
+    return orvEnumerationGetEntryByName(selector, name, &entry) == ORVANE_ERR_SUCCESS && entry &&
+           orvNodeIsAvailable(entry, &available) == ORVANE_ERR_SUCCESS && available;
+}
+
+/* Adds an event name (a part of the --events list); 0 after a message. */
+static int addEvent(GrabEvents* e, orvNodeHandle selector, const char* name, size_t length) {
+    int i;
+    if (length == 0 || length >= sizeof e->names[0]) {
+        fprintf(stderr, "orvctl: '%.*s' is no event name\n", (int)length, name);
+        return 0;
+    }
+    for (i = 0; i < e->count; ++i)
+        if (strlen(e->names[i]) == length && strncmp(e->names[i], name, length) == 0) return 1; /* named twice */
+    if (e->count == MAX_EVENTS) {
+        fprintf(stderr, "orvctl: at most %d events\n", MAX_EVENTS);
+        return 0;
+    }
+    memcpy(e->names[e->count], name, length);
+    e->names[e->count][length] = '\0';
+    if (!hasEvent(selector, e->names[e->count])) {
+        fprintf(stderr, "orvctl: the camera has no event '%s'\n", e->names[e->count]);
+        orvctlExplain(selector, "EventSelector");
+        return 0;
+    }
+    ++e->count;
+    return 1;
+}
+
+/* Turns on the notification of the chosen events (saving what they were) and
+ * registers one handler for each of them by name. */
+static int setUpEvents(const GrabOptions* o, OrvctlCamera* camera, const quickOrv* q, GrabEvents* e) {
+    const char* p;
+    int i;
+    if (!q->EventSelector || !q->EventNotification) {
+        fprintf(stderr, "orvctl: the camera has no device events (no EventSelector and EventNotification)\n");
+        return 0;
+    }
+    if (o->eventList) {
+        for (p = o->eventList;;) {
+            const char* comma = strchr(p, ',');
+            const size_t length = comma ? (size_t)(comma - p) : strlen(p);
+            if (!addEvent(e, q->EventSelector, p, length)) return 0;
+            if (!comma) break;
+            p = comma + 1;
+        }
+    } else {
+        for (i = 0; i < (int)(sizeof kDefaultEvents / sizeof kDefaultEvents[0]); ++i)
+            if (hasEvent(q->EventSelector, kDefaultEvents[i]))
+                addEvent(e, q->EventSelector, kDefaultEvents[i], strlen(kDefaultEvents[i]));
+        if (e->count == 0) {
+            fprintf(stderr, "orvctl: the camera has none of the events --events turns on by default; name them\n");
+            orvctlExplain(q->EventSelector, "EventSelector");
+            return 0;
+        }
+    }
+    orvctlSaveEnum(q->EventSelector, &e->selector);
+    for (i = 0; i < e->count; ++i) {
+        if (!orvctlSetFeature(camera->device, "EventSelector", e->names[i])) return 0;
+        orvctlSaveEnum(q->EventNotification, &e->notification[i]);
+        if (!orvctlSetEnum(q->EventNotification, "EventNotification", "On")) return 0;
+    }
+    e->printer.device = camera->device;
+    if (pthread_mutex_init(&e->printer.mutex, NULL) != 0) {
+        fprintf(stderr, "orvctl: cannot make a mutex\n");
+        return 0;
+    }
+    e->printerReady = 1;
+    if (!orvctlCheck(orvDeviceEventHandlerCreate(&e->handler, onDeviceEvent, &e->printer),
+                     "creating the device event handler"))
+        return 0;
+    for (i = 0; i < e->count; ++i) {
+        char what[128];
+        snprintf(what, sizeof what, "registering the handler of the %s event", e->names[i]);
+        if (!orvctlCheck(orvCameraRegisterDeviceEventHandlerEx(camera->camera, e->handler, e->names[i]), what))
+            return 0;
+        e->registered = 1;
+    }
+    return 1;
+}
+
+/* Waits until no event came for 100 ms (2 s at most), so that the events of
+ * the last frames and of the acquisition's end are printed. */
+static void waitForQuietEvents(EventPrinter* p) {
+    const double start = now();
+    for (;;) {
+        const struct timespec pause = {0, 10 * 1000 * 1000};
+        double last, t;
+        pthread_mutex_lock(&p->mutex);
+        last = p->lastAt > start ? p->lastAt : start;
+        pthread_mutex_unlock(&p->mutex);
+        t = now();
+        if (t - last >= 0.1 || t - start >= 2.0) return;
+        nanosleep(&pause, NULL);
+    }
+}
+
+static unsigned long long eventCount(EventPrinter* p) {
+    unsigned long long n;
+    pthread_mutex_lock(&p->mutex);
+    n = p->count;
+    pthread_mutex_unlock(&p->mutex);
+    return n;
+}
+
+/* Unregisters the handler, then puts every notification and the selector back. */
+static int restoreEvents(OrvctlCamera* camera, const quickOrv* q, GrabEvents* e) {
+    int ok = 1, i;
+    if (e->registered && !orvctlCheck(orvCameraUnregisterDeviceEventHandler(camera->camera, e->handler),
+                                      "unregistering the device event handler"))
+        ok = 0;
+    if (e->handler && !orvctlCheck(orvDeviceEventHandlerDestroy(e->handler), "freeing the device event handler"))
+        ok = 0;
+    for (i = e->count - 1; i >= 0; --i) {
+        if (!e->notification[i].saved) continue;
+        ok = orvctlSetFeature(camera->device, "EventSelector", e->names[i]) && ok;
+        ok = orvctlRestoreEnum(&e->notification[i], "EventNotification") && ok;
+    }
+    if (e->count) ok = orvctlRestoreEnum(&e->selector, "EventSelector") && ok;
+    if (e->printerReady) pthread_mutex_destroy(&e->printer.mutex);
+    (void)q;
+    return ok;
+}
+
 static int makeDirectory(const char* dir) {
     if (orvctlIsDirectory(dir)) return 1;
     if (mkdir(dir, 0777) == 0) return 1;
@@ -518,6 +720,7 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
     GrabRun run;
     OrvctlCamera camera;
     Restore restore;
+    GrabEvents events;
     quickOrv q;
     orvNodeMapHandle stream = NULL;
     orvNodeHandle triggerSoftware = NULL;
@@ -529,6 +732,7 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
     if (!parseOptions(argc, argv, &options)) return 2;
     memset(&run, 0, sizeof run);
     memset(&restore, 0, sizeof restore);
+    memset(&events, 0, sizeof events);
     memset(&q, 0, sizeof q);
     run.options = &options;
     run.bar.enabled = isatty(fileno(stderr));
@@ -548,6 +752,7 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
         if (!enableAllChunks(camera.device)) goto done;
     }
     if (options.softwareTrigger && !setUpTrigger(&q, &restore, &triggerSoftware)) goto done;
+    if (options.events && !setUpEvents(&options, &camera, &q, &events)) goto done;
     /* --set comes last: it can adjust what the options before set up */
     for (i = 0; i < (unsigned long long)options.settingCount; ++i) {
         const char* setting = options.settings[i];
@@ -591,7 +796,10 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
         }
         run.tally.last = now();
         if (i == 0) run.tally.first = run.tally.last;
+        flockfile(stdout); /* a frame's lines stay together beside the event lines */
         ok = handleFrame(&run, image);
+        fflush(stdout);
+        funlockfile(stdout);
         if (!orvctlCheck(orvImageRelease(image), "releasing the image")) ok = 0;
         if (!ok) break;
         drawBar(&run.bar, i + 1, options.count);
@@ -599,11 +807,23 @@ int orvctlGrab(orvSystem system, int argc, char** argv) {
     clearBar(&run.bar);
     if (i == options.count) status = 0;
     if (stream) orvctlGetInteger(stream, "StreamLostFrameCount", &streamLost);
+    if (events.registered) {
+        /* The acquisition ends first (its end is an event too), then the
+         * last events are printed, then the summary. */
+        if (!orvctlCheck(orvCameraEndAcquisition(camera.camera), "ending the acquisition")) status = 1;
+        acquiring = 0;
+        waitForQuietEvents(&events.printer);
+    }
     printSummary(&run, stream, streamLost);
+    if (events.registered) {
+        const unsigned long long n = eventCount(&events.printer);
+        printf("%llu device event%s\n", n, n == 1 ? "" : "s");
+    }
 
 done:
     if (acquiring && !orvctlCheck(orvCameraEndAcquisition(camera.camera), "ending the acquisition")) status = 1;
     if (handlerSet) sigaction(SIGINT, &previous, NULL);
+    if (camera.device && !restoreEvents(&camera, &q, &events)) status = 1;
     if (camera.device && !restoreSettings(camera.device, &q, &restore)) status = 1;
     if (run.statistics && !orvctlCheck(orvImageStatisticsDestroy(run.statistics), "freeing the statistics")) status = 1;
     if (run.processor && !orvctlCheck(orvImageProcessorDestroy(run.processor), "freeing the image processor"))

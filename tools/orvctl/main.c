@@ -32,7 +32,7 @@ static const OrvctlCommand kCommands[] = {
      orvctlEnum},
     {"grab", "stream frames from a camera: summary, chunk data, statistics, image files",
      "orvctl [options] grab SERIAL [-n N] [--timeout MS] [--pixel-format F] [--exposure US] [--gain DB]\n"
-     "                   [--set FEATURE=VALUE]... [--trigger software] [--chunks]\n"
+     "                   [--set FEATURE=VALUE]... [--trigger software] [--chunks] [--events [NAME,...]]\n"
      "                   [--convert FORMAT [--algorithm NAME]] [--save DIR [--format FMT]] [--stats]\n\n"
      "Streams N frames, then prints a summary: frames, incomplete frames, lost frames (gaps in the frame\n"
      "ids, or the stream's lost-frame counter when it is higher), first and last frame id, frame rate and\n"
@@ -53,6 +53,12 @@ static const OrvctlCommand kCommands[] = {
      "the C enumeration constants (PixelFormat_BayerRG8, TriggerMode_On, ...); they stay set.\n"
      "--chunks          turn chunk mode on with every chunk, print each frame's chunk values (- when\n"
      "                  the frame does not carry one); chunk mode is put back afterwards\n"
+     "--events [NAME,...]\n"
+     "                  turn on the camera's device events of these names (after SERIAL; without\n"
+     "                  names: AcquisitionStart, ExposureEnd, FrameTriggerMissed and AcquisitionEnd,\n"
+     "                  those the camera has) and print one line per event (name, id, frame id and\n"
+     "                  timestamp from its data features) beside a line per frame, then their count;\n"
+     "                  their notification is put back afterwards\n"
      "--convert FORMAT  convert each frame to this pixel format (Mono8, RGB8, BGR8, ...)\n"
      "--algorithm NAME  demosaicing for --convert: default, none, nearest, bilinear, edge-aware,\n"
      "                  gradient-corrected, directional\n"

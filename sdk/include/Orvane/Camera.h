@@ -48,8 +48,10 @@ public:
     // holds it. A GigE Vision device controlled by another host opens in
     // monitor mode (GetAccessMode gives RO).
     void Init();
-    // Closes the device; stops a running acquisition first. The node map of
-    // GetNodeMap dies here. A no-op on a camera that is not initialised.
+    // Closes the device; stops a running acquisition and the device event
+    // thread first. The node map of GetNodeMap dies here. A no-op on a camera
+    // that is not initialised. Raises ORVANE_ERR_INVALID_STATE in an image
+    // or device event handler of this camera (on a thread it would wait for).
     void DeInit();
     bool IsInitialized() const;
     // False once discovery no longer finds the device or control of it is lost.
@@ -69,7 +71,9 @@ public:
     // Executes AcquisitionStop, ends the stream and unlocks the settings.
     // Queued images are discarded; images the caller holds stay valid (and
     // should still be released). Callers waiting in GetNextImage get
-    // ORVANE_ERR_ABORT. Raises ORVANE_ERR_NOT_STREAMING when not streaming.
+    // ORVANE_ERR_ABORT. Raises ORVANE_ERR_NOT_STREAMING when not streaming,
+    // ORVANE_ERR_INVALID_STATE in an image event handler (on the delivery
+    // thread it would wait for).
     void EndAcquisition();
     // The next image of the stream, in the order StreamBufferHandlingMode
     // gives (see the stream node map). grabTimeout is in milliseconds; the
@@ -79,7 +83,9 @@ public:
     // ORVANE_ERR_ABORT when the acquisition ends while waiting,
     // ORVANE_ERR_OUT_OF_RANGE for a stream other than 0. The image holds one
     // of the stream's buffers until Release (or until the last ImagePtr to it
-    // is dropped).
+    // is dropped). While image or image list event handlers are registered,
+    // the images go to them: GetNextImage waits (and raises
+    // ORVANE_ERR_TIMEOUT) until the handlers are removed.
     ImagePtr GetNextImage(uint64_t grabTimeout = 0xFFFFFFFFFFFFFFFFull, uint64_t streamIndex = 0);
     // One image of every stream (the camera has one), waiting as GetNextImage.
     ImageList GetNextImageSync(uint64_t grabTimeout);
@@ -110,13 +116,24 @@ public:
 
     // Events --------------------------------------------------------------------
     // Registers an ImageEventHandler (stream 0), an ImageListEventHandler or a
-    // DeviceEventHandler (every device event) by its class; each header says
-    // which thread calls it. Raises ORVANE_ERR_INVALID_ARGUMENT for a handler
-    // of another kind, ORVANE_ERR_RESOURCE_IN_USE when it is registered already.
+    // DeviceEventHandler (every device event) by its class (a handler of
+    // several of these classes is registered as each); each header says which
+    // thread calls it. Registrations belong to the camera: they stay through
+    // DeInit/Init and acquisition restarts. Raises
+    // ORVANE_ERR_INVALID_ARGUMENT for a handler of another kind,
+    // ORVANE_ERR_RESOURCE_IN_USE when it is registered already. On an
+    // initialised camera a device event handler starts the camera's event
+    // thread: a transport without device events raises
+    // ORVANE_ERR_NOT_IMPLEMENTED and the handler is not registered.
     void RegisterEventHandler(EventHandler& handler);
     // A device event handler for the event of this name only ("ExposureEnd",
-    // with or without the "Event" prefix). Raises ORVANE_ERR_INVALID_ARGUMENT
-    // for a name the camera's node map has no event of (once initialised).
+    // with or without the "Event" prefix); one handler may be registered for
+    // several names, but not for a name and for every event. Raises
+    // ORVANE_ERR_INVALID_ARGUMENT for an empty name or a name the camera's
+    // node map has no event of (once initialised; before, the name is
+    // checked by nothing and an unknown one never hears an event),
+    // ORVANE_ERR_RESOURCE_IN_USE when registered for it (or for every event)
+    // already.
     void RegisterEventHandler(DeviceEventHandler& handler, const GenICam::gcstring& eventName);
     // An image handler for stream streamIndex (the camera has stream 0 only:
     // other indexes raise ORVANE_ERR_OUT_OF_RANGE).

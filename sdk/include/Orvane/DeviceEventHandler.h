@@ -7,14 +7,22 @@
 // EventNotification to On in the camera's node map.
 //
 // Thread: OnDeviceEvent runs on the camera's event thread (one per camera,
-// running while device event handlers are registered), never on the caller's
-// thread, with no SDK lock held. Before the call the camera's Event* data
-// nodes of the event (EventExposureEndFrameID, EventExposureEndTimestamp, ...)
-// hold the event's values; during the call GetDeviceEventID,
-// GetEventPayloadData and GetEventPayloadDataSize describe the event. The
-// handler may read and write nodes of the camera and call the SDK, but must
-// not unregister other handlers of the same camera and wait for them, nor
-// DeInit the camera: both wait for the event thread.
+// running while the camera is initialised and device event handlers are
+// registered), never on the caller's thread, with no SDK lock held; events
+// come one at a time in the order the device sent them, first to the handlers
+// for every event, then to those for the event's name. Before the call the
+// camera's Event* data nodes of the event (EventExposureEndFrameID,
+// EventExposureEndTimestamp, ...) hold the event's values (they keep them
+// until the next event of that kind, or until the event thread stops: then
+// they are not available); during the call GetDeviceEventID,
+// GetEventPayloadData and GetEventPayloadDataSize describe the event. An
+// event the camera's XML does not describe reaches the handlers for every
+// event with an empty name. The handler may read and write nodes of the
+// camera, call the SDK and register or unregister handlers; DeInit of the
+// camera raises ORVANE_ERR_INVALID_STATE there (it stops the event thread).
+// Events arriving while the handlers are still busy with earlier ones are
+// queued (a few hundred); beyond that they are dropped and the SDK logs a
+// warning counting the "events dropped".
 #ifndef ORVANE_DEVICE_EVENT_HANDLER_H
 #define ORVANE_DEVICE_EVENT_HANDLER_H
 

@@ -14,8 +14,12 @@ class ORVANE_API EventHandler {
 public:
     virtual ~EventHandler();
 
-    // Payload of the device event being dispatched to this handler; valid only
-    // inside the handler's callback. Empty outside one.
+    // The device event being dispatched to this handler: inside its
+    // OnDeviceEvent call, on the thread making the call, the event's ID and
+    // payload (the bytes are valid during that call only). Elsewhere (other
+    // threads, outside a call) what SetEventPayload set: nothing by default.
+    // A handler registered on several cameras may so run on several event
+    // threads at once, each call seeing its own event.
     const uint8_t* GetEventPayloadData() const;
     size_t GetEventPayloadDataSize() const;
     uint64_t GetDeviceEventID() const;
@@ -25,7 +29,10 @@ protected:
     EventHandler(const EventHandler&);
     EventHandler& operator=(const EventHandler&);
 
-    // Set by the SDK's event dispatcher around a device-event callback.
+    // What the getters report outside a dispatch, for handlers that present an
+    // event of their own (a replay, a test). The SDK's event dispatcher does
+    // not write to the handler: it gives the getters the event of the call on
+    // its own thread.
     void SetEventPayload(uint64_t eventId, const uint8_t* data, size_t size);
 
 private:

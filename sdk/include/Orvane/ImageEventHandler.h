@@ -8,11 +8,14 @@
 // Thread: OnImageEvent runs on the camera's delivery thread (one per camera,
 // running from BeginAcquisition to EndAcquisition), once per image, with no
 // SDK lock held; handlers registered on one camera are called one after the
-// other in registration order. The image's buffer goes back to the stream
-// when the last ImagePtr to it is dropped: a handler that keeps the image
-// beyond the call keeps a stream buffer. The handler may read the image,
-// convert or save it and read or write the camera's nodes; it must not call
-// EndAcquisition or DeInit of its camera (they wait for the delivery thread).
+// other in registration order. Frames wait for the delivery thread as they
+// wait for GetNextImage: in the order StreamBufferHandlingMode gives, the
+// camera's buffers limiting how many. The image's buffer goes back to the
+// stream when the last ImagePtr to it is dropped: a handler that keeps the
+// image beyond the call keeps a stream buffer. The handler may read the
+// image, convert or save it, read or write the camera's nodes and register or
+// unregister handlers; EndAcquisition and DeInit of its camera raise
+// ORVANE_ERR_INVALID_STATE there (they wait for the delivery thread).
 #ifndef ORVANE_IMAGE_EVENT_HANDLER_H
 #define ORVANE_IMAGE_EVENT_HANDLER_H
 

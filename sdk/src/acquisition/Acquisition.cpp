@@ -142,6 +142,8 @@ void Acquisition::Begin() {
         config.chunkDecoder = m_decoder;
         if (settings.crcCheckEnable) config.crcChecker = m_decoder;
         config.cameraName = name;
+        config.events = m_access.Events();
+        config.owner = this;
         run = StreamRun::Create(std::move(config));
         state.statistics.Reset();
         run->Open();
@@ -169,7 +171,17 @@ void Acquisition::Begin() {
     m_runConnection = connection;
 }
 
+void Acquisition::RefuseOnDeliveryThread(const char* function) const {
+    if (StreamRun::OnDeliveryThread(this))
+        Raise(__LINE__, __FILE__, function, ORVANE_ERR_INVALID_STATE,
+              "camera " + m_access.Camera().Info().deviceId + ": " + function +
+                  " cannot run on the camera's delivery thread (in an image event handler): it waits for that thread");
+}
+
+bool Acquisition::OnDeliveryThread() const { return StreamRun::OnDeliveryThread(this); }
+
 void Acquisition::End() {
+    RefuseOnDeliveryThread("EndAcquisition");
     std::lock_guard<std::mutex> guard(m_beginEnd);
     std::shared_ptr<StreamRun> run = CurrentRun();
     if (!run) ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_access.Camera().Info().deviceId + " is not streaming");
@@ -177,6 +189,7 @@ void Acquisition::End() {
 }
 
 void Acquisition::Stop() {
+    RefuseOnDeliveryThread("DeInit");
     std::lock_guard<std::mutex> guard(m_beginEnd);
     std::shared_ptr<StreamRun> run = CurrentRun();
     if (run) EndLocked(run);

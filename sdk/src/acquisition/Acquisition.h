@@ -18,6 +18,11 @@
 // settings unlocked. Images the caller still holds stay valid after it (they
 // own their buffers) and may be released at any time.
 //
+// Image events: the run gets the camera's event handlers (CameraEvents) and
+// hands them the frames while image handlers are registered (StreamRun.h).
+// EndAcquisition and DeInit called from such a handler, on the delivery
+// thread they would wait for, raise ORVANE_ERR_INVALID_STATE.
+//
 // Errors: BeginAcquisition raises ORVANE_ERR_CAMERA_NOT_INITIALIZED before
 // Init, ORVANE_ERR_RESOURCE_IN_USE while streaming, ORVANE_ERR_ACCESS_DENIED
 // in monitor mode, ORVANE_ERR_DEVICE_LOST for a lost device, and the errors
@@ -74,10 +79,15 @@ public:
 
     // AcquisitionHooks
     bool IsStreaming() const override;
+    // Raises ORVANE_ERR_INVALID_STATE on the delivery thread (it would wait
+    // for itself), as End does.
     void Stop() override;
+    bool OnDeliveryThread() const override;
 
 private:
     std::shared_ptr<StreamRun> CurrentRun() const;
+    // Raises ORVANE_ERR_INVALID_STATE on this camera's delivery thread.
+    void RefuseOnDeliveryThread(const char* function) const;
     void EndLocked(const std::shared_ptr<StreamRun>& run);
 
     CameraAccess& m_access;

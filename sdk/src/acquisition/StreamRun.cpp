@@ -9,6 +9,7 @@
 
 #include "acquisition/DeviceChunkDecoder.h"
 #include "acquisition/ImageLeasePool.h"
+#include "camera/CameraEvents.h"
 #include "core/Raise.h"
 #include "image/Crc32.h"
 #include "image/PixelFormatInfo.h"
@@ -69,6 +70,9 @@ ImageMetadata MetadataOf(const FrameRecord& r) {
 }
 
 void Relaxed(std::atomic<uint64_t>& counter, uint64_t value) { counter.store(value, std::memory_order_relaxed); }
+
+// The owner of the run whose delivery thread this is, or null.
+thread_local const void* t_deliveryOwner = nullptr;
 void Bump(std::atomic<uint64_t>& counter) { counter.fetch_add(1, std::memory_order_relaxed); }
 
 } // namespace
@@ -84,7 +88,9 @@ std::shared_ptr<StreamRun> StreamRun::Create(StreamRunConfig config) {
 
 StreamRun::StreamRun(StreamRunConfig config)
     : m_config(std::move(config)), m_stats(m_config.state->statistics), m_losesFrames(m_config.source->LosesFrames()),
-      m_queue(static_cast<size_t>(m_config.bufferCount)) {}
+      m_queue(static_cast<size_t>(m_config.bufferCount)), m_handlerQueue(static_cast<size_t>(m_config.bufferCount)) {}
+
+bool StreamRun::OnDeliveryThread(const void* owner) { return owner && t_deliveryOwner == owner; }
 
 StreamRun::~StreamRun() {
     try {
@@ -128,6 +134,7 @@ void StreamRun::DestroyStream() {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_streamOpen = false;
         while (!m_queue.Empty()) m_queue.PopFront();
+        while (!m_handlerQueue.Empty()) m_handlerQueue.PopFront();
         m_withStream = 0;
     }
     // Joins the stream's thread, which may still be in Completed (it finds
@@ -176,9 +183,18 @@ void StreamRun::ReturnBuffer(std::shared_ptr<void> storage) {
 
 void StreamRun::DeliveryLoop() {
     pthread_setname_np(pthread_self(), "orv-deliver");
+    t_deliveryOwner = m_config.owner;
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopDelivery) {
-        if (m_popsItself) {
+        if (!m_handlerQueue.Empty()) {
+            StreamSlot* slot = m_config.handlingMode == BufferHandlingMode::NewestFirst ? m_handlerQueue.PopBack()
+                                                                                        : m_handlerQueue.PopFront();
+            m_stats.outputBuffers.store(static_cast<int64_t>(m_queue.Size() + m_handlerQueue.Size()),
+                                        std::memory_order_relaxed);
+            lock.unlock();
+            DeliverToHandlers(*slot);
+            lock.lock();
+        } else if (m_popsItself) {
             lock.unlock();
             if (ArvBuffer* buffer =
                     m_config.source->Pop(std::chrono::duration_cast<std::chrono::microseconds>(kWatchPeriod).count()))
@@ -203,6 +219,24 @@ void StreamRun::DeliveryLoop() {
             m_ready.notify_all();
         }
     }
+    lock.unlock();
+    t_deliveryOwner = nullptr;
+}
+
+void StreamRun::DeliverToHandlers(StreamSlot& slot) {
+    if (!m_config.events || !m_config.events->HasFrameHandlers()) {
+        // The handlers went away meanwhile: the frame is GetNextImage's.
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            QueueLocked(&slot, false);
+        }
+        m_ready.notify_one();
+        return;
+    }
+    Bump(m_stats.deliveredFrames);
+    const ImagePtr image = MakeImage(slot);
+    m_config.events->DispatchFrame(image);
+    // The buffer goes back to the stream here unless a handler kept the image.
 }
 
 void StreamRun::Completed(void* run, ArvBuffer* buffer) { static_cast<StreamRun*>(run)->OnBuffer(buffer); }
@@ -214,6 +248,7 @@ void StreamRun::OnBuffer(ArvBuffer* buffer) {
     slot->HandOff();
     m_config.source->Describe(buffer, *slot);
     const bool carriesFrame = slot->record.produced;
+    const bool toHandlers = m_config.events && m_config.events->HasFrameHandlers();
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (m_losesFrames && carriesFrame) {
@@ -246,26 +281,35 @@ void StreamRun::OnBuffer(ArvBuffer* buffer) {
         else
             Bump(m_stats.incompleteFrames);
         slot->record.imageId = m_nextImageId++;
-        switch (m_config.handlingMode) {
-        case BufferHandlingMode::OldestFirst: break;
-        case BufferHandlingMode::NewestOnly:
-            while (!m_queue.Empty()) {
-                RequeueLocked(*m_queue.PopFront());
-                Bump(m_stats.droppedFrames);
-            }
-            break;
-        case BufferHandlingMode::OldestFirstOverwrite:
-        case BufferHandlingMode::NewestFirst:
-            if (m_withStream == 0 && !m_queue.Empty()) {
-                RequeueLocked(*m_queue.PopFront());
-                Bump(m_stats.droppedFrames);
-            }
-            break;
-        }
-        m_queue.PushBack(slot);
-        m_stats.outputBuffers.store(static_cast<int64_t>(m_queue.Size()), std::memory_order_relaxed);
+        QueueLocked(slot, toHandlers);
     }
-    m_ready.notify_one();
+    if (toHandlers)
+        m_watch.notify_one();
+    else
+        m_ready.notify_one();
+}
+
+void StreamRun::QueueLocked(StreamSlot* slot, bool toHandlers) {
+    FrameQueue& queue = toHandlers ? m_handlerQueue : m_queue;
+    switch (m_config.handlingMode) {
+    case BufferHandlingMode::OldestFirst: break;
+    case BufferHandlingMode::NewestOnly:
+        while (!queue.Empty()) {
+            RequeueLocked(*queue.PopFront());
+            Bump(m_stats.droppedFrames);
+        }
+        break;
+    case BufferHandlingMode::OldestFirstOverwrite:
+    case BufferHandlingMode::NewestFirst:
+        if (m_withStream == 0 && !queue.Empty()) {
+            RequeueLocked(*queue.PopFront());
+            Bump(m_stats.droppedFrames);
+        }
+        break;
+    }
+    queue.PushBack(slot);
+    m_stats.outputBuffers.store(static_cast<int64_t>(m_queue.Size() + m_handlerQueue.Size()),
+                                std::memory_order_relaxed);
 }
 
 void StreamRun::CheckCrc(StreamSlot& slot) {
@@ -327,7 +371,8 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
         }
         if (!failure) {
             slot = m_config.handlingMode == BufferHandlingMode::NewestFirst ? m_queue.PopBack() : m_queue.PopFront();
-            m_stats.outputBuffers.store(static_cast<int64_t>(m_queue.Size()), std::memory_order_relaxed);
+            m_stats.outputBuffers.store(static_cast<int64_t>(m_queue.Size() + m_handlerQueue.Size()),
+                                        std::memory_order_relaxed);
             Bump(m_stats.deliveredFrames);
         }
     }
@@ -342,10 +387,14 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
         ORV_RAISE(ORVANE_ERR_TIMEOUT,
                   "camera " + m_config.cameraName + ": no image arrived within " + std::to_string(timeoutMs) + " ms");
     }
-    if (m_config.crcChecker) CheckCrc(*slot);
+    return MakeImage(*slot);
+}
+
+ImagePtr StreamRun::MakeImage(StreamSlot& slot) {
+    if (m_config.crcChecker) CheckCrc(slot);
     ImagePtr image = m_config.pool->NewImage();
-    ImageAccess::Attach(*image, MetadataOf(slot->record), slot->Data(), slot->record.payloadSize,
-                        std::shared_ptr<void>(m_slots[slot->Index()]), shared_from_this(), m_config.chunkDecoder);
+    ImageAccess::Attach(*image, MetadataOf(slot.record), slot.Data(), slot.record.payloadSize,
+                        std::shared_ptr<void>(m_slots[slot.Index()]), shared_from_this(), m_config.chunkDecoder);
     return image;
 }
 

@@ -16,6 +16,16 @@
 // receiving thread, nothing long; it spares every frame a thread hand-off
 // (about 20-30 us of CPU a frame on the machines the project builds on).
 //
+// Image events: while image or image list handlers are registered on the
+// camera (CameraEvents::HasFrameHandlers, asked once per frame), the
+// completion callback queues frames for the delivery thread instead
+// (m_handlerQueue, the same handling modes), and the delivery thread makes
+// each one a pooled Image (the CRC check too) and calls the handlers
+// (CameraEvents::DispatchFrame) outside every lock. Meanwhile GetNextImage
+// gets nothing: it waits, and times out, until the handlers are removed.
+// A frame the delivery thread takes after the last handler went away goes
+// to the GetNextImage queue.
+//
 // Buffer handling modes, when the caller is slower than the camera:
 //   OldestFirst           frames are queued in arrival order and none is
 //                         discarded by the SDK. Once every buffer is queued or
@@ -51,9 +61,9 @@
 //     Close, keeps watch: every 20 ms it copies the transport's counters into
 //     the stream statistics, notices a lost device (waking the callers
 //     waiting in Next) and takes any buffer the source completed without a
-//     callback. Image events plug in here: with handlers registered,
-//     OnBuffer will hand frames to this thread, which calls the handlers
-//     outside every lock, instead of queueing them for GetNextImage;
+//     callback; with image handlers registered it calls them, frame by frame
+//     (see above). OnDeliveryThread tells code that must not wait for this
+//     thread (EndAcquisition, DeInit) that it runs on it;
 //   - m_mutex guards the queue, the count of buffers with the stream, the
 //     ended and lost flags, whether returns may be pushed to the source, and
 //     the frame ID bookkeeping; it is held for queue operations and source
@@ -84,6 +94,7 @@
 namespace Orvane {
 namespace internal {
 
+class CameraEvents;
 class DeviceConnection;
 class DeviceChunkDecoder;
 class ImageLeasePool;
@@ -109,6 +120,10 @@ struct StreamRunConfig {
     // IMAGE_STATUS_CRC_FAILED (and counts it incomplete).
     std::shared_ptr<const DeviceChunkDecoder> crcChecker;
     std::string cameraName; // for messages
+    // The camera's event handlers (image events); may be null.
+    std::shared_ptr<CameraEvents> events;
+    // Identifies the camera's acquisition for OnDeliveryThread.
+    const void* owner = nullptr;
 };
 
 class StreamRun : public ImageBufferOwner, public std::enable_shared_from_this<StreamRun> {
@@ -134,6 +149,10 @@ public:
     // ImageBufferOwner: an image hands its buffer back (any thread).
     void ReturnBuffer(std::shared_ptr<void> storage) override;
 
+    // Whether the calling thread is the delivery thread of a run whose
+    // config named `owner`.
+    static bool OnDeliveryThread(const void* owner);
+
 private:
     explicit StreamRun(StreamRunConfig config);
     void EndWaits();
@@ -143,6 +162,13 @@ private:
     void OnBuffer(ArvBuffer* buffer);
     // With m_mutex held: gives the slot back to the stream.
     void RequeueLocked(StreamSlot& slot);
+    // With m_mutex held: queues a frame for GetNextImage or for the image
+    // handlers, as the handling mode says.
+    void QueueLocked(StreamSlot* slot, bool toHandlers);
+    // Delivery thread: one frame to the image handlers.
+    void DeliverToHandlers(StreamSlot& slot);
+    // The image the caller or a handler gets for a frame.
+    ImagePtr MakeImage(StreamSlot& slot);
     void UpdateTransportStatistics();
     void CheckCrc(StreamSlot& slot);
 
@@ -160,8 +186,9 @@ private:
     // completed buffers itself (sources that complete silently).
     std::atomic<bool> m_popsItself{false};
     std::chrono::steady_clock::time_point m_nextWatch{}; // delivery thread only
-    FrameQueue m_queue;
-    int64_t m_withStream = 0; // buffers in the stream's hands (queued or being filled)
+    FrameQueue m_queue;                                  // frames for GetNextImage
+    FrameQueue m_handlerQueue;                           // frames for the image handlers (the delivery thread)
+    int64_t m_withStream = 0;                            // buffers in the stream's hands (queued or being filled)
     bool m_ended = false;
     bool m_lost = false;
     bool m_streamOpen = false; // returns may be pushed to the source

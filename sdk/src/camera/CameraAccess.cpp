@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "camera/CameraEvents.h"
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
 
@@ -30,7 +31,8 @@ namespace {
 } // namespace
 
 CameraAccess::CameraAccess(DiscoveredCamera& camera)
-    : m_camera(camera), m_tlDevice("TLDevice"), m_tlStream("TLStream") {
+    : m_camera(camera), m_tlDevice("TLDevice"), m_tlStream("TLStream"),
+      m_events(std::make_shared<CameraEvents>(*this)) {
     BuildTLDeviceNodeMap();
     BuildTLStreamNodeMap();
 }
@@ -44,23 +46,36 @@ CameraAccess::~CameraAccess() {
 }
 
 void CameraAccess::Init() {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_connection) return;
-    const DeviceInfo info = m_camera.Info();
-    if (!m_camera.IsPresent())
-        ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE,
-                  "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
-    m_connection = m_camera.Through().Open(info);
-    m_initialized.store(true);
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_connection) return;
+        const DeviceInfo info = m_camera.Info();
+        if (!m_camera.IsPresent())
+            ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE,
+                      "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
+        m_connection = m_camera.Through().Open(info);
+        m_initialized.store(true);
+    }
+    // Without m_mutex (the event thread reads the node map). A transport
+    // without device events does not fail Init: the failure is logged.
+    m_events->Update(false);
 }
 
 void CameraAccess::DeInit() {
+    if (m_events->OnEventThread())
+        ORV_RAISE(ORVANE_ERR_INVALID_STATE, "camera " + m_camera.Info().deviceId +
+                                                ": DeInit cannot run on the camera's device event thread (in a "
+                                                "DeviceEventHandler): the thread ends with the camera's connection");
     AcquisitionHooks* hooks = nullptr;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (!m_connection) return;
         hooks = m_hooks;
     }
+    if (hooks && hooks->OnDeliveryThread())
+        ORV_RAISE(ORVANE_ERR_INVALID_STATE, "camera " + m_camera.Info().deviceId +
+                                                ": DeInit cannot run on the camera's delivery thread (in an image "
+                                                "event handler): it waits for that thread");
     // Without m_mutex: stopping may write features through the node map.
     if (hooks && hooks->IsStreaming()) hooks->Stop();
     std::shared_ptr<DeviceConnection> closing;
@@ -69,6 +84,8 @@ void CameraAccess::DeInit() {
         m_initialized.store(false);
         closing.swap(m_connection);
     }
+    // The event thread stops and lets the connection go.
+    m_events->Update(false);
     // The device closes here unless another operation still holds the connection.
 }
 

@@ -17,6 +17,12 @@
 //
 // Acquisition: the acquisition code registers an AcquisitionHooks object;
 // IsStreaming asks it and DeInit stops a running stream through it first.
+//
+// Events: the camera's event handlers and its device event thread
+// (CameraEvents) live as long as the camera. Init starts the event thread
+// when device event handlers are registered; DeInit stops it before the
+// device closes, and refuses to run on it (ORVANE_ERR_INVALID_STATE: the
+// thread would wait for itself).
 #ifndef ORVANE_CAMERA_CAMERA_ACCESS_H
 #define ORVANE_CAMERA_CAMERA_ACCESS_H
 
@@ -35,6 +41,7 @@
 namespace Orvane {
 namespace internal {
 
+class CameraEvents;
 class DiscoveredCamera;
 
 // Implemented by the acquisition code of a camera. Called without the
@@ -46,6 +53,9 @@ public:
     virtual bool IsStreaming() const = 0;
     // Ends a running acquisition (DeInit calls it before closing the device).
     virtual void Stop() = 0;
+    // Whether the calling thread is the acquisition's delivery thread
+    // (DeInit refuses to run there).
+    virtual bool OnDeliveryThread() const { return false; }
 };
 
 class CameraAccess {
@@ -80,6 +90,8 @@ public:
     // for the camera's life (destroyed with the camera, after DeInit).
     AcquisitionHooks& Acquisition(const std::function<std::unique_ptr<AcquisitionHooks>(CameraAccess&)>& make);
     DiscoveredCamera& Camera() const { return m_camera; }
+    // The camera's event handlers (shared with the running acquisition).
+    const std::shared_ptr<CameraEvents>& Events() const { return m_events; }
 
 private:
     void BuildTLDeviceNodeMap();
@@ -95,6 +107,7 @@ private:
     StreamState m_stream;
     GenApi::impl::NativeNodeMap m_tlDevice;
     GenApi::impl::NativeNodeMap m_tlStream;
+    std::shared_ptr<CameraEvents> m_events;
     // Declared last: destroyed first, while everything it uses still lives.
     std::mutex m_acquisitionMutex; // serialises the creation of m_acquisition
     std::unique_ptr<AcquisitionHooks> m_acquisition;

@@ -7,6 +7,10 @@
 // handler is no longer being called on other threads, so that after Remove
 // returns the caller may destroy the handler; a handler removing itself (or
 // another handler) from inside its own callback does not wait for itself.
+//
+// Hot paths (one dispatch per frame) pass a Snapshot of their own to
+// Dispatch: it keeps its capacity from one dispatch to the next, so that a
+// dispatch allocates nothing once every handler has been called once.
 #ifndef ORVANE_CORE_HANDLER_REGISTRY_H
 #define ORVANE_CORE_HANDLER_REGISTRY_H
 
@@ -15,13 +19,23 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace Orvane {
 
 template <class H>
 class HandlerRegistry {
+    struct Entry;
+
 public:
+    // The handlers one dispatch calls; reusable (see the header comment). One
+    // dispatching thread at a time per snapshot.
+    class Snapshot {
+        friend class HandlerRegistry;
+        std::vector<std::shared_ptr<Entry>> m_entries;
+    };
+
     // Adds the handler; false if it is registered already (nothing changes).
     bool Add(H& handler) {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -52,6 +66,13 @@ public:
         for (auto& e : entries) Retire(lock, *e);
     }
 
+    bool Contains(H& handler) const {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        for (const auto& e : m_entries)
+            if (e->handler == &handler) return true;
+        return false;
+    }
+
     size_t Size() const {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_entries.size();
@@ -63,13 +84,23 @@ public:
     // and still registered when its turn comes.
     template <class F>
     void Dispatch(F&& f) {
-        std::vector<std::shared_ptr<Entry>> snapshot;
+        Snapshot snapshot;
+        Dispatch(snapshot, std::forward<F>(f));
+    }
+
+    // The same, with the caller's snapshot.
+    template <class F>
+    void Dispatch(Snapshot& snapshot, F&& f) {
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             if (m_entries.empty()) return;
-            snapshot = m_entries;
+            snapshot.m_entries = m_entries;
         }
-        for (auto& entry : snapshot) {
+        struct Clear {
+            Snapshot& s;
+            ~Clear() { s.m_entries.clear(); } // keeps the capacity, drops the entries
+        } clear{snapshot};
+        for (auto& entry : snapshot.m_entries) {
             {
                 std::lock_guard<std::mutex> lock(m_mutex);
                 if (!entry->active) continue;

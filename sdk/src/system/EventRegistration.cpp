@@ -1,10 +1,7 @@
-// Event registration and action commands of System, Interface and CameraBase.
+// Event registration and action commands of System and Interface.
 // Not delivered yet: every call raises ORVANE_ERR_NOT_IMPLEMENTED, so that
 // programs built against the event API fail clearly instead of waiting for
 // events that never come.
-#include "Orvane/Camera.h"
-#include "Orvane/DeviceEventHandler.h"
-#include "Orvane/ImageEventHandler.h"
 #include "Orvane/Interface.h"
 #include "Orvane/System.h"
 #include "core/Raise.h"
@@ -33,10 +30,5 @@ void Interface::SendActionCommand(unsigned int, unsigned int, unsigned int, unsi
                                   ActionCommandResult*) {
     NotYet("SendActionCommand");
 }
-
-void CameraBase::RegisterEventHandler(EventHandler&) { NotYet("RegisterEventHandler"); }
-void CameraBase::RegisterEventHandler(DeviceEventHandler&, const GenICam::gcstring&) { NotYet("RegisterEventHandler"); }
-void CameraBase::RegisterEventHandler(ImageEventHandler&, uint64_t) { NotYet("RegisterEventHandler"); }
-void CameraBase::UnregisterEventHandler(EventHandler&) { NotYet("UnregisterEventHandler"); }
 
 } // namespace Orvane

@@ -107,6 +107,20 @@ std::unique_ptr<DeviceEventChannel> DeviceConnection::OpenEventChannel(DeviceEve
               "camera " + m_info.deviceId + ": device events are not implemented for its transport yet");
 }
 
+const DeviceEventMap& DeviceConnection::EventMap() {
+    std::call_once(m_eventMapOnce, [this] {
+        std::string xml;
+        {
+            GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);
+            size_t size = 0;
+            const char* text = arv_device_get_genicam_xml(m_device, &size);
+            if (text) xml.assign(text, size);
+        }
+        m_eventMap = std::make_unique<DeviceEventMap>(xml.data(), xml.size());
+    });
+    return *m_eventMap;
+}
+
 void DeviceConnection::AddBehaviour(std::shared_ptr<DeviceBehaviour> behaviour, bool last) {
     if (!behaviour) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "AddBehaviour: no behaviour");
     GenApi::impl::NodeMapBase::MapLock lock(*m_nodeMap);

@@ -41,6 +41,7 @@
 
 #include "genapi/ArvNodeMap.h"
 #include "transport/DeviceBehaviour.h"
+#include "transport/DeviceEventMap.h"
 #include "transport/DeviceEvents.h"
 #include "transport/DeviceInfo.h"
 
@@ -115,6 +116,9 @@ public:
     // until the returned channel is destroyed (DeviceEvents.h); the sink must
     // outlive the channel. Default: ORVANE_ERR_NOT_IMPLEMENTED.
     virtual std::unique_ptr<DeviceEventChannel> OpenEventChannel(DeviceEventSink& sink);
+    // The events the device's XML describes (event ID -> name, data nodes),
+    // read on first use and kept for the connection's life. Any thread.
+    const DeviceEventMap& EventMap();
 
     // Behaviours ------------------------------------------------------------
     // Adds a behaviour; the connection shares ownership until RemoveBehaviour
@@ -166,6 +170,8 @@ private:
     std::vector<std::shared_ptr<DeviceBehaviour>> m_behaviours; // in running order
     size_t m_firstLast = 0;                                     // index of the first "last" behaviour
     std::vector<uint64_t> m_claimed;                            // claimed command registers
+    std::once_flag m_eventMapOnce;
+    std::unique_ptr<DeviceEventMap> m_eventMap; // set once by EventMap
 };
 
 } // namespace internal

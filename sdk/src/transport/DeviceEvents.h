@@ -5,15 +5,24 @@
 // DeviceConnection::OpenEventChannel opens it and delivers every event to a
 // DeviceEventSink until the channel object is destroyed. GigE Vision devices
 // send their events on the GVCP message channel, which the GigE Vision
-// transport will serve on a socket of its own (Aravis has none); virtual
-// cameras raise them from their runtime (VirtualCameraRuntime's event sink).
+// transport serves on a socket of its own (Aravis has none); virtual cameras
+// raise them from their runtime and stream engine (VirtualEventSource).
 //
-// Threads: each open channel has one thread of its own (the event channel
-// thread), which runs OnDeviceEvent for every event in arrival order, with no
-// SDK lock held: the sink may call back into the SDK (read the node map),
-// except to close its own channel. Destroying the channel stops that thread;
-// when the destructor returns the sink is no longer called. Destroy it from
-// any thread but the channel's own.
+// The sink is the camera's event dispatcher (camera/DeviceEventDispatcher.h):
+// it copies each event into its own bounded queue and returns; the
+// dispatcher's thread names the event, shows its data in the node map and
+// calls the application's handlers. So the channel never waits for
+// application code.
+//
+// Threads: the channel calls OnDeviceEvent one event at a time, in arrival
+// order, from the thread where the event arrives: the channel's own receiver
+// thread (GigE Vision), or the thread that raised it (virtual cameras: the
+// fake stream's thread for frame events, the thread writing a feature for
+// acquisition and test events, with the node map's lock held). So the sink
+// must copy what it needs (the data lives for the call only), queue it and
+// return: never block, never call into the SDK. Destroying the channel stops
+// the calls: when the destructor returns the sink is no longer called. Any
+// thread may destroy it, except one inside OnDeviceEvent.
 #ifndef ORVANE_TRANSPORT_DEVICE_EVENTS_H
 #define ORVANE_TRANSPORT_DEVICE_EVENTS_H
 

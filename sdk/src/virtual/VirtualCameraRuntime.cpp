@@ -42,6 +42,7 @@ void VirtualCameraRuntime::PowerUp() {
     m_userSets.LoadPowerUpSet();
     m_files.UpdateFileSizes();
     m_status.Refresh();
+    m_events.Refresh();
     m_registers.Map().InvalidateNodes();
 }
 
@@ -49,6 +50,7 @@ void VirtualCameraRuntime::OnWrite(uint64_t address, uint64_t length) {
     NodeMapBase::MapLock lock(m_registers.Map());
     m_rules.OnWrite(address, length);
     m_commands.OnWrite(address, length);
+    m_events.OnWrite(address, length);
 }
 
 void VirtualCameraRuntime::OnRead() {
@@ -93,6 +95,9 @@ void VirtualCameraRuntime::Execute(const VirtualCommands::Command& c) {
     case Action::SequencerSetLoad: m_sequencer.Load(); break;
     case Action::FileOperationExecute: m_files.Execute(c.v0, c.v1); break;
     }
+    // A command may have rewritten the notification registers (user sets,
+    // resets, sequencer sets).
+    if (c.action != Action::Complete && c.action != Action::TestEventGenerate) m_events.Refresh();
 }
 
 void VirtualCameraRuntime::DeviceReset() {

@@ -31,8 +31,9 @@
 // Every register it changes behind the node map is notified to the map.
 //
 // Threads and locks: every member runs with the session's node map lock held
-// (DeviceBehaviour; the public ones take it), except TimestampNs (lock-free,
-// any thread). The event sink runs under that lock too (VirtualEventSource).
+// (DeviceBehaviour; the public ones take it), except TimestampNs and the
+// event members (lock-free, any thread: see VirtualEventSource.h, whose sink
+// runs on the emitting thread, with or without that lock).
 #ifndef ORVANE_VIRTUAL_CAMERA_RUNTIME_H
 #define ORVANE_VIRTUAL_CAMERA_RUNTIME_H
 
@@ -93,7 +94,8 @@ public:
     // Receives the events the camera generates: the event ID and the event
     // data (kEventDataSize bytes: timestamp at 0, frame ID at 8, the event's
     // own fields from 16, big-endian). The bytes live for the call only. Runs
-    // with the node map's lock held: queue, do not block. Null removes it.
+    // on the emitting thread, maybe with the node map's lock held: queue, do
+    // not block. Null removes it.
     using EventSink = VirtualEventSource::Sink;
     void SetEventSink(EventSink sink) { m_events.SetSink(std::move(sink)); }
     // Whether EventNotification is On for this event.

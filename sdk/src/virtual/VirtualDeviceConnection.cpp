@@ -1,6 +1,8 @@
 #include "virtual/VirtualDeviceConnection.h"
 
+#include "core/Raise.h"
 #include "transport/AravisStreamSource.h"
+#include "virtual/BigEndian.h"
 #include "virtual/VirtualCameraRuntime.h"
 #include "virtual/VirtualStreamEngine.h"
 
@@ -38,6 +40,34 @@ private:
 
 } // namespace
 
+// The open event channel: the runtime's event sink while it lives.
+class VirtualDeviceConnection::EventChannel : public DeviceEventChannel {
+public:
+    EventChannel(std::shared_ptr<VirtualCameraRuntime> runtime, std::shared_ptr<std::atomic<bool>> open,
+                 DeviceEventSink& sink)
+        : m_runtime(std::move(runtime)), m_open(std::move(open)) {
+        m_runtime->SetEventSink([&sink](uint16_t id, const uint8_t* data, size_t size) {
+            DeviceEvent event;
+            event.eventId = id;
+            event.timestamp = size >= 8 ? LoadBigEndian(data, 8) : 0;
+            const uint64_t frameId = size >= 16 ? LoadBigEndian(data + 8, 8) : 0;
+            event.hasBlockId = frameId != 0;
+            event.blockId = frameId;
+            event.data = data;
+            event.size = size;
+            sink.OnDeviceEvent(event);
+        });
+    }
+    ~EventChannel() override {
+        m_runtime->SetEventSink(nullptr); // when it returns, the sink is no longer running
+        m_open->store(false);
+    }
+
+private:
+    std::shared_ptr<VirtualCameraRuntime> m_runtime;
+    std::shared_ptr<std::atomic<bool>> m_open;
+};
+
 VirtualDeviceConnection::VirtualDeviceConnection(ArvDevice* device, const DeviceInfo& info)
     : DeviceConnection(device, info), m_fake(arv_fake_device_get_fake_camera(ARV_FAKE_DEVICE(device))) {
     m_runtime = std::make_shared<VirtualCameraRuntime>(*this, info.serialNumber);
@@ -55,6 +85,17 @@ std::shared_ptr<StreamSource> VirtualDeviceConnection::CreateStreamSource() {
         engine = m_engine;
     }
     return std::make_shared<VirtualStreamSource>(shared_from_this(), std::move(engine));
+}
+
+std::unique_ptr<DeviceEventChannel> VirtualDeviceConnection::OpenEventChannel(DeviceEventSink& sink) {
+    if (m_channelOpen->exchange(true))
+        ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, "camera " + Info().deviceId + ": its event channel is open already");
+    try {
+        return std::make_unique<EventChannel>(m_runtime, m_channelOpen, sink);
+    } catch (...) {
+        m_channelOpen->store(false);
+        throw;
+    }
 }
 
 } // namespace internal

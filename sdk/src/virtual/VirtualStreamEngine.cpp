@@ -11,6 +11,7 @@
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
 #include "virtual/VirtualDeviceConnection.h"
+#include "virtual/VirtualEventSource.h"
 
 namespace Orvane {
 namespace internal {
@@ -131,6 +132,7 @@ VirtualStreamEngine::Settings VirtualStreamEngine::ReadSettings() const {
         s.triggerOn[sel] = Reg32(TriggerModeAddress(sel)) == value::TriggerMode::On;
         s.triggerSource[sel] = Reg32(TriggerSourceAddress(sel));
     }
+    s.triggerOverlap = Reg32(reg::TriggerOverlap.At(value::TriggerSelector::FrameStart));
     s.patternSensor = Reg32(reg::TestPattern.At(value::TestPatternGeneratorSelector::Sensor));
     s.patternPipeline = Reg32(reg::TestPattern.At(value::TestPatternGeneratorSelector::PipelineStart));
     s.chunkMode = Reg32(reg::ChunkModeActive.address) != 0;
@@ -197,6 +199,8 @@ void VirtualStreamEngine::OnWrite(uint64_t address, uint64_t length) {
     const bool command = start || stop || abort || software[0] || software[1] || software[2];
     Settings settings;
     if (streamOpen || command) settings = ReadSettings();
+    int missed = 0;
+    uint64_t lastFrame = 0;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (m_streamOpen || command) m_settings = settings;
@@ -210,7 +214,12 @@ void VirtualStreamEngine::OnWrite(uint64_t address, uint64_t length) {
             m_burstCredits = 0;
             m_frameCounter = 0;
             m_nextDue = Clock::time_point{};
+            m_exposureEnd = Clock::time_point{};
+            // Under m_mutex: no frame of this acquisition can start (and
+            // send FrameStart) before the event went out.
+            m_runtime.Events().Emit(vcam::event::AcquisitionStart, 1);
         }
+        if ((stop || abort) && m_acquiring) m_runtime.Events().Emit(vcam::event::AcquisitionEnd, m_frameCounter);
         if (stop || abort) {
             m_acquiring = false;
             m_frameCredits = 0;
@@ -218,7 +227,10 @@ void VirtualStreamEngine::OnWrite(uint64_t address, uint64_t length) {
         }
         if (abort) ++m_abortGeneration;
         for (int sel = 0; sel < kSelectors; ++sel)
-            if (software[sel] && settings.triggerOn[sel] && settings.triggerSource[sel] == kSoftware) FireLocked(sel);
+            if (software[sel] && settings.triggerOn[sel] && settings.triggerSource[sel] == kSoftware &&
+                !FireLocked(sel) && sel != value::TriggerSelector::AcquisitionStart)
+                ++missed;
+        lastFrame = m_frameCounter;
     }
     // Commands are done once acted on; AcquisitionStop and Abort also clear
     // the acquisition register.
@@ -228,26 +240,43 @@ void VirtualStreamEngine::OnWrite(uint64_t address, uint64_t length) {
     for (int sel = 0; sel < kSelectors; ++sel)
         if (software[sel]) Clear(TriggerSoftwareAddress(sel), "TriggerSoftwareReg");
     m_changed.notify_all();
+    EmitMissed(missed, lastFrame);
 }
 
 void VirtualStreamEngine::Signal(uint32_t signal) {
+    int missed = 0;
+    uint64_t lastFrame = 0;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         for (int sel = 0; sel < kSelectors; ++sel)
-            if (m_settings.triggerOn[sel] && m_settings.triggerSource[sel] == signal) FireLocked(sel);
+            if (m_settings.triggerOn[sel] && m_settings.triggerSource[sel] == signal && !FireLocked(sel) &&
+                sel != value::TriggerSelector::AcquisitionStart)
+                ++missed;
+        lastFrame = m_frameCounter;
     }
     m_changed.notify_all();
+    EmitMissed(missed, lastFrame);
 }
 
-void VirtualStreamEngine::FireLocked(int selector) {
+bool VirtualStreamEngine::FireLocked(int selector) {
     // A trigger does something only while the acquisition runs and the host streams.
-    if (!m_acquiring || !m_streamOpen) return;
+    if (!m_acquiring || !m_streamOpen) return false;
     switch (selector) {
-    case value::TriggerSelector::FrameStart: ++m_frameCredits; break;
+    case value::TriggerSelector::FrameStart:
+        if (m_settings.triggerOverlap != value::TriggerOverlap::PreviousFrame &&
+            (m_frameCredits > 0 || Clock::now() < m_exposureEnd))
+            return false; // no overlap: a frame is exposing or about to
+        ++m_frameCredits;
+        break;
     case value::TriggerSelector::AcquisitionStart: m_armed = true; break;
     case value::TriggerSelector::FrameBurstStart: m_burstCredits += m_settings.burstCount; break;
     default: break;
     }
+    return true;
+}
+
+void VirtualStreamEngine::EmitMissed(int count, uint64_t frameId) {
+    for (int i = 0; i < count; ++i) m_runtime.Events().Emit(vcam::event::FrameTriggerMissed, frameId);
 }
 
 // Frames ---------------------------------------------------------------------------
@@ -283,6 +312,7 @@ void VirtualStreamEngine::Fill(ArvBuffer* buffer, guint32 pixelFormat) {
     slot->HandOff();   // the buffer is the camera's now
     Settings settings;
     uint64_t frameId = 0, generation = 0;
+    bool lastOfAcquisition = false;
     Clock::time_point start;
     {
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -315,11 +345,18 @@ void VirtualStreamEngine::Fill(ArvBuffer* buffer, guint32 pixelFormat) {
         const Clock::duration period = PeriodLocked();
         m_nextDue =
             (m_nextDue == Clock::time_point{} || start - m_nextDue >= period) ? start + period : m_nextDue + period;
-        if (m_framesLeft != kContinuous && --m_framesLeft == 0) m_acquiring = false;
+        if (m_framesLeft != kContinuous && --m_framesLeft == 0) {
+            m_acquiring = false;
+            lastOfAcquisition = true;
+        }
+        m_exposureEnd = start + std::chrono::microseconds(m_settings.exposureUs);
         if (m_settings.triggerOn[value::TriggerSelector::FrameStart] && m_frameCredits) --m_frameCredits;
         if (m_settings.triggerOn[value::TriggerSelector::FrameBurstStart] && m_burstCredits) --m_burstCredits;
     }
     const uint64_t timestamp = m_runtime.TimestampNs();
+    VirtualEventSource& events = m_runtime.Events();
+    events.EmitAt(vcam::event::FrameStart, timestamp, frameId);
+    events.EmitAt(vcam::event::ExposureStart, timestamp, frameId);
 
     const uint32_t width = static_cast<uint32_t>(arv_buffer_get_part_width(buffer, 0));
     const uint32_t height = static_cast<uint32_t>(arv_buffer_get_part_height(buffer, 0));
@@ -406,6 +443,9 @@ void VirtualStreamEngine::Fill(ArvBuffer* buffer, guint32 pixelFormat) {
         r.payloadSize = imageSize;
         r.validPayloadSize = imageSize;
     }
+    events.EmitAt(vcam::event::ExposureEnd, timestamp + uint64_t(settings.exposureUs) * 1000, frameId);
+    events.Emit(vcam::event::FrameEnd, frameId);
+    if (lastOfAcquisition) events.Emit(vcam::event::AcquisitionEnd, frameId);
     slot->HandOff(); // the buffer goes back to the stream, then the delivery thread
 }
 

@@ -33,6 +33,24 @@
 // it. Both, like AcquisitionStart, clear the AcquisitionStart register (the
 // fake camera's acquisition register) and their own register.
 //
+// Trigger overlap (TriggerOverlap of the FrameStart trigger): PreviousFrame
+// (the camera's default) latches every trigger: each one gives a frame, at
+// the pace above. Off and ReadOut accept a FrameStart trigger only when no
+// frame is exposing and none is waiting to start (the virtual camera reads
+// its sensor out at once, so both mean the same here); a trigger arriving
+// earlier is missed.
+//
+// Device events (VirtualEventSource; each goes out only while its
+// EventNotification is On): AcquisitionStart when the acquisition starts
+// (frame ID: its first frame, 1), AcquisitionEnd when it ends (AcquisitionStop,
+// AcquisitionAbort, or the last frame of SingleFrame and MultiFrame; frame ID:
+// its last frame); per frame FrameStart and ExposureStart (timestamp: the
+// frame's), ExposureEnd (the frame's timestamp plus the exposure time) and
+// FrameEnd (when the frame is complete); FrameTriggerMissed for each
+// FrameStart or FrameBurstStart trigger the camera discards: one that arrives
+// while no acquisition runs or the host does not stream, or a FrameStart
+// trigger missed by the overlap rule (frame ID: the last frame started).
+//
 // The engine claims these command registers
 // (DeviceConnection::ClaimCommandRegister) and completes them itself. While AcquisitionFrameRateEnable is off,
 // AcquisitionFrameRate is not available and the engine sets the fake
@@ -49,13 +67,16 @@
 // does its behaviour list; a running acquisition's stream source holds it
 // too):
 //   - Fill runs on the fake stream's thread; it never takes the node map's
-//     lock (the acquisition destroys streams with that lock held);
+//     lock (the acquisition destroys streams with that lock held); its events
+//     go through the event source's lock-free notification snapshot;
 //   - OnWrite and OpenStream run on the thread that changed the camera, with
 //     the node map's lock held (they read and clear registers); Signal and
 //     CloseStream on any thread;
 //   - m_mutex guards the acquisition state and the settings snapshot; it is
-//     never held while filling pixels or calling out of the engine. Lock
-//     order: node map lock, then m_mutex.
+//     never held while filling pixels or calling out of the engine, except
+//     that AcquisitionStart and AcquisitionEnd go out under it (so that they
+//     come before and after the acquisition's frame events). Lock order: node
+//     map lock, then m_mutex, then the event source's sink mutex.
 #ifndef ORVANE_VIRTUAL_VIRTUAL_STREAM_ENGINE_H
 #define ORVANE_VIRTUAL_VIRTUAL_STREAM_ENGINE_H
 
@@ -120,6 +141,7 @@ private:
         uint32_t gainRaw = 0;
         bool triggerOn[3] = {false, false, false}; // by TriggerSelector value
         uint32_t triggerSource[3] = {0, 0, 0};
+        int64_t triggerOverlap = 1; // of the FrameStart trigger (PreviousFrame)
         int64_t patternSensor = 0, patternPipeline = 0;
         bool chunkMode = false;
         uint64_t chunkMask = 0; // bit i: vcam::kChunks[i] enabled
@@ -137,7 +159,11 @@ private:
     // With m_mutex held.
     bool FrameMayStartLocked() const;
     std::chrono::steady_clock::duration PeriodLocked() const;
-    void FireLocked(int selector);
+    // A trigger of this selector fired; false when the camera discards it.
+    bool FireLocked(int selector);
+    // Raises the FrameTriggerMissed events of `count` discarded triggers
+    // (without m_mutex).
+    void EmitMissed(int count, uint64_t frameId);
     // Node map lock held: reads every setting into a new snapshot.
     Settings ReadSettings() const;
     uint32_t Reg32(uint32_t address) const;
@@ -164,7 +190,8 @@ private:
     uint64_t m_burstCredits = 0; // frames left of FrameBurstStart triggers
     uint64_t m_abortGeneration = 0;
     uint64_t m_frameCounter = 0;
-    std::chrono::steady_clock::time_point m_nextDue{}; // earliest start of the next frame (none: at once)
+    std::chrono::steady_clock::time_point m_nextDue{};     // earliest start of the next frame (none: at once)
+    std::chrono::steady_clock::time_point m_exposureEnd{}; // end of the last frame's exposure
 
     PatternScratch m_scratch; // Fill only (one stream thread at a time)
 };

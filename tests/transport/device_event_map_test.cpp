@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "transport/gige/GvEventMap.h"
+#include "transport/DeviceEventMap.h"
 
-using Orvane::internal::GvEventInfo;
-using Orvane::internal::GvEventMap;
+using Orvane::internal::DeviceEventInfo;
+using Orvane::internal::DeviceEventMap;
 using Names = std::vector<std::string>;
 
 namespace {
@@ -22,23 +22,23 @@ std::string ReadFile(const std::string& path) {
     return s.str();
 }
 
-GvEventMap MapOf(const std::string& body) {
+DeviceEventMap MapOf(const std::string& body) {
     const std::string xml =
         "<?xml version=\"1.0\"?>\n<RegisterDescription ModelName=\"T\" VendorName=\"T\" "
         "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\">\n" +
         body + "\n<Port Name=\"Device\"/>\n</RegisterDescription>\n";
-    return GvEventMap(xml.data(), xml.size());
+    return DeviceEventMap(xml.data(), xml.size());
 }
 
 } // namespace
 
-TEST(GvEventMap, SimulatorDescription) {
+TEST(DeviceEventMap, SimulatorDescription) {
     const std::string xml = ReadFile(ORVANE_SOURCE_DIR "/tests/tools/gvsim/sim.xml");
     ASSERT_FALSE(xml.empty());
-    const GvEventMap map(xml.data(), xml.size());
+    const DeviceEventMap map(xml.data(), xml.size());
     ASSERT_EQ(map.Events().size(), 3u);
 
-    const GvEventInfo* end = map.Find(0x9001);
+    const DeviceEventInfo* end = map.Find(0x9001);
     ASSERT_NE(end, nullptr);
     EXPECT_EQ(end->name, "ExposureEnd");
     EXPECT_EQ(end->port, "EventExposureEndPort");
@@ -47,13 +47,13 @@ TEST(GvEventMap, SimulatorDescription) {
     EXPECT_EQ(end->nodes, (Names{"EventExposureEndTimestamp", "EventExposureEndTimestampReg", "EventExposureEndFrameID",
                                  "EventExposureEndFrameIDReg"}));
 
-    const GvEventInfo* start = map.FindByName("ExposureStart");
+    const DeviceEventInfo* start = map.FindByName("ExposureStart");
     ASSERT_NE(start, nullptr);
     EXPECT_EQ(start->id, 0x9000u);
     EXPECT_EQ(start->registers, (Names{"EventExposureStartTimestamp", "EventExposureStartFrameID"}));
     EXPECT_EQ(start->nodes, start->registers);
 
-    const GvEventInfo* test = map.Find(0x4FFF);
+    const DeviceEventInfo* test = map.Find(0x4FFF);
     ASSERT_NE(test, nullptr);
     EXPECT_EQ(test->name, "Test");
     EXPECT_EQ(test->nodes, (Names{"EventTestTimestamp"}));
@@ -64,8 +64,8 @@ TEST(GvEventMap, SimulatorDescription) {
     EXPECT_EQ(map.Events()[2].name, "Test");
 }
 
-TEST(GvEventMap, NamesFromThePortWithoutAnIdFeature) {
-    const GvEventMap map = MapOf(R"(
+TEST(DeviceEventMap, NamesFromThePortWithoutAnIdFeature) {
+    const DeviceEventMap map = MapOf(R"(
 <Port Name="EventLine0RisingEdgePort"><EventID>0x9100</EventID></Port>
 <Port Name="OverrunData"><EventID>9101</EventID></Port>
 <Port Name="EventPort"><EventID>9102</EventID></Port>
@@ -84,8 +84,8 @@ TEST(GvEventMap, NamesFromThePortWithoutAnIdFeature) {
     EXPECT_TRUE(map.Find(0x9100)->registers.empty());
 }
 
-TEST(GvEventMap, IdFeatureWithDecimalValue) {
-    const GvEventMap map = MapOf(R"(
+TEST(DeviceEventMap, IdFeatureWithDecimalValue) {
+    const DeviceEventMap map = MapOf(R"(
 <Integer Name="EventFrameTrigger"><Value>36880</Value></Integer>
 <Port Name="FrameTriggerPort"><EventID>9010</EventID></Port>)");
     ASSERT_NE(map.Find(0x9010), nullptr);
@@ -93,8 +93,8 @@ TEST(GvEventMap, IdFeatureWithDecimalValue) {
     EXPECT_EQ(map.Find(0x9010)->idFeature, "EventFrameTrigger");
 }
 
-TEST(GvEventMap, DependentsThroughGroupsSwissKnivesAndStructs) {
-    const GvEventMap map = MapOf(R"(
+TEST(DeviceEventMap, DependentsThroughGroupsSwissKnivesAndStructs) {
+    const DeviceEventMap map = MapOf(R"(
 <Group Comment="event data">
   <IntReg Name="RawCounter"><Address>0</Address><Length>4</Length><AccessMode>RO</AccessMode>
     <pPort>EventCounterPort</pPort><Endianess>BigEndian</Endianess></IntReg>
@@ -111,22 +111,22 @@ TEST(GvEventMap, DependentsThroughGroupsSwissKnivesAndStructs) {
 <Boolean Name="FlagShown"><pValue>FlagB</pValue></Boolean>
 <Integer Name="EventCounter"><Value>0x9200</Value></Integer>
 <Port Name="EventCounterPort"><EventID>9200</EventID></Port>)");
-    const GvEventInfo* e = map.Find(0x9200);
+    const DeviceEventInfo* e = map.Find(0x9200);
     ASSERT_NE(e, nullptr);
     EXPECT_EQ(e->name, "Counter");
     EXPECT_EQ(e->registers, (Names{"RawCounter", "FlagA", "FlagB"}));
     EXPECT_EQ(e->nodes, (Names{"RawCounter", "FlagA", "FlagB", "DoubleCounter", "Shown", "FlagShown"}));
 }
 
-TEST(GvEventMap, UnusableInput) {
-    EXPECT_TRUE(GvEventMap(nullptr, 10).Empty());
-    EXPECT_TRUE(GvEventMap("", 0).Empty());
+TEST(DeviceEventMap, UnusableInput) {
+    EXPECT_TRUE(DeviceEventMap(nullptr, 10).Empty());
+    EXPECT_TRUE(DeviceEventMap("", 0).Empty());
     const std::string notXml = "this is no XML at all";
-    EXPECT_TRUE(GvEventMap(notXml.data(), notXml.size()).Empty());
+    EXPECT_TRUE(DeviceEventMap(notXml.data(), notXml.size()).Empty());
     const std::string cut = "<RegisterDescription><Port Name=\"EventAPort\"><EventID>9001</Even";
-    EXPECT_TRUE(GvEventMap(cut.data(), cut.size()).Empty());
+    EXPECT_TRUE(DeviceEventMap(cut.data(), cut.size()).Empty());
 
-    const GvEventMap map = MapOf(R"(
+    const DeviceEventMap map = MapOf(R"(
 <Port Name="EventBadPort"><EventID>zz</EventID></Port>
 <Port Name="EventEmptyPort"><EventID></EventID></Port>
 <Port Name="EventNegativePort"><EventID>-5</EventID></Port>

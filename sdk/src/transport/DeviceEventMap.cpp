@@ -1,4 +1,4 @@
-#include "transport/gige/GvEventMap.h"
+#include "transport/DeviceEventMap.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -88,7 +88,7 @@ std::string NameFromPort(const std::string& port) {
 
 } // namespace
 
-GvEventMap::GvEventMap(const char* xml, size_t size) {
+DeviceEventMap::DeviceEventMap(const char* xml, size_t size) {
     if (!xml || size == 0 || size > static_cast<size_t>(std::numeric_limits<int>::max())) return;
     xmlDoc* doc = xmlReadMemory(xml, static_cast<int>(size), nullptr, nullptr,
                                 XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
@@ -138,7 +138,7 @@ GvEventMap::GvEventMap(const char* xml, size_t size) {
         uint64_t id = 0;
         if (!idElement || !ParseEventId(Text(idElement), id)) continue;
 
-        GvEventInfo info;
+        DeviceEventInfo info;
         info.id = id;
         info.port = n.name;
         const auto feature = idFeatures.find(id);
@@ -186,12 +186,12 @@ GvEventMap::GvEventMap(const char* xml, size_t size) {
     xmlFreeDoc(doc);
 }
 
-const GvEventInfo* GvEventMap::Find(uint64_t eventId) const {
+const DeviceEventInfo* DeviceEventMap::Find(uint64_t eventId) const {
     const auto i = m_byId.find(eventId);
     return i == m_byId.end() ? nullptr : &m_events[i->second];
 }
 
-const GvEventInfo* GvEventMap::FindByName(const std::string& name) const {
+const DeviceEventInfo* DeviceEventMap::FindByName(const std::string& name) const {
     const auto i = m_byName.find(name);
     return i == m_byName.end() ? nullptr : &m_events[i->second];
 }

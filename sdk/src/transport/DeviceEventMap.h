@@ -1,6 +1,9 @@
 // The device events a GenICam XML describes: each <Port> with an <EventID>
-// is one event. GvEventMap reads them from the XML text (libxml2) and maps
-// an event id to the event's name and to the nodes that show its data.
+// is one event. DeviceEventMap reads them from the XML text (libxml2) and maps
+// an event id to the event's name and to the nodes that show its data. It
+// serves every transport: an opened device's map is
+// DeviceConnection::EventMap, through which the camera's event dispatcher
+// names the events it receives and checks the names handlers register for.
 //
 // Event name:
 // 1. an <Integer> node named "Event<Name>" whose constant <Value> equals the
@@ -14,14 +17,14 @@
 // (they read the event's data bytes); `nodes` adds, transitively, every node
 // that refers to one of them through a p* element (pValue, pVariable,
 // pIndex, ...; not pFeature or pSelected, which carry no value). Both keep
-// the XML's order; the StructEntry nodes of a StructReg stand for it. After an event arrives, these are
-// the nodes whose values changed.
+// the XML's order; the StructEntry nodes of a StructReg stand for it. After
+// an event arrives, these are the nodes whose values changed.
 //
 // EventID is hexadecimal text ("9001", "0x9001"); ports whose EventID is no
 // hexadecimal number are left out. When two ports share an id, the first
 // wins for Find.
-#ifndef ORVANE_TRANSPORT_GIGE_GV_EVENT_MAP_H
-#define ORVANE_TRANSPORT_GIGE_GV_EVENT_MAP_H
+#ifndef ORVANE_TRANSPORT_DEVICE_EVENT_MAP_H
+#define ORVANE_TRANSPORT_DEVICE_EVENT_MAP_H
 
 #include <cstddef>
 #include <cstdint>
@@ -32,7 +35,7 @@
 namespace Orvane {
 namespace internal {
 
-struct GvEventInfo {
+struct DeviceEventInfo {
     uint64_t id = 0;
     std::string name;                   // "ExposureEnd"
     std::string port;                   // "EventExposureEndPort"
@@ -41,19 +44,19 @@ struct GvEventInfo {
     std::vector<std::string> nodes;     // registers and every node depending on them
 };
 
-class GvEventMap {
+class DeviceEventMap {
 public:
-    GvEventMap() = default;
+    DeviceEventMap() = default;
     // Parses `xml`; text that is no XML gives an empty map.
-    GvEventMap(const char* xml, size_t size);
+    DeviceEventMap(const char* xml, size_t size);
 
-    const GvEventInfo* Find(uint64_t eventId) const;
-    const GvEventInfo* FindByName(const std::string& name) const;
-    const std::vector<GvEventInfo>& Events() const { return m_events; } // XML order
+    const DeviceEventInfo* Find(uint64_t eventId) const;
+    const DeviceEventInfo* FindByName(const std::string& name) const;
+    const std::vector<DeviceEventInfo>& Events() const { return m_events; } // XML order
     bool Empty() const { return m_events.empty(); }
 
 private:
-    std::vector<GvEventInfo> m_events;
+    std::vector<DeviceEventInfo> m_events;
     std::unordered_map<uint64_t, size_t> m_byId;
     std::unordered_map<std::string, size_t> m_byName;
 };
