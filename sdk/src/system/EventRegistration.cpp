@@ -1,12 +1,10 @@
-// Event registration and action commands of System, Interface and CameraBase.
-// Not delivered yet: every call raises ORVANE_ERR_NOT_IMPLEMENTED, so that
+// Event registration of CameraBase (System's and Interface's are with their
+// classes). Not delivered yet: every call raises ORVANE_ERR_NOT_IMPLEMENTED, so that
 // programs built against the event API fail clearly instead of waiting for
 // events that never come.
 #include "Orvane/Camera.h"
 #include "Orvane/DeviceEventHandler.h"
 #include "Orvane/ImageEventHandler.h"
-#include "Orvane/Interface.h"
-#include "Orvane/System.h"
 #include "core/Raise.h"
 
 namespace Orvane {
@@ -19,20 +17,6 @@ namespace {
 }
 
 } // namespace
-
-void System::RegisterEventHandler(EventHandler&, bool) { NotYet("RegisterEventHandler"); }
-void System::UnregisterEventHandler(EventHandler&) { NotYet("UnregisterEventHandler"); }
-void System::SendActionCommand(unsigned int, unsigned int, unsigned int, unsigned long long, bool, unsigned int*,
-                               ActionCommandResult*) {
-    NotYet("SendActionCommand");
-}
-
-void Interface::RegisterEventHandler(EventHandler&) { NotYet("RegisterEventHandler"); }
-void Interface::UnregisterEventHandler(EventHandler&) { NotYet("UnregisterEventHandler"); }
-void Interface::SendActionCommand(unsigned int, unsigned int, unsigned int, unsigned long long, bool, unsigned int*,
-                                  ActionCommandResult*) {
-    NotYet("SendActionCommand");
-}
 
 void CameraBase::RegisterEventHandler(EventHandler&) { NotYet("RegisterEventHandler"); }
 void CameraBase::RegisterEventHandler(DeviceEventHandler&, const GenICam::gcstring&) { NotYet("RegisterEventHandler"); }

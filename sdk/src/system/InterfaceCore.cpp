@@ -2,15 +2,31 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
+#include <limits>
+#include <utility>
 
+#include "camera/CameraAccess.h"
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
+#include "system/DeviceMonitor.h"
 
 namespace Orvane {
 namespace internal {
 
 using namespace GenApi;
 using namespace GenApi::impl;
+
+namespace {
+
+// An initialised camera whose connection has not reported a loss.
+bool IsOpenAndAlive(DiscoveredCamera& camera) {
+    if (!camera.IsInitialized()) return false;
+    const std::shared_ptr<DeviceConnection> connection = camera.Access().Connection();
+    return connection && !connection->ControlLost();
+}
+
+} // namespace
 
 InterfaceCore::InterfaceCore(std::shared_ptr<Transport> transport)
     : m_transport(std::move(transport)), m_nodeMap("TLInterface") {
@@ -38,16 +54,41 @@ CameraChanges InterfaceCore::Update() {
         }
     }
     for (const CameraPtr& c : m_cameras) {
-        if (std::find(next.begin(), next.end(), c) == next.end()) {
-            c->Core().SetPresent(false);
-            changes.removed.push_back(c);
+        if (std::find(next.begin(), next.end(), c) != next.end()) continue;
+        if (IsOpenAndAlive(c->Core())) {
+            next.push_back(c); // its loss, not one missed answer, takes it away
+            continue;
         }
+        c->Core().SetPresent(false);
+        changes.removed.push_back(c);
     }
     for (const CameraPtr& c : next) c->Core().SetPresent(true);
     m_cameras.swap(next);
     m_discovered = true;
     if (m_deviceSelector >= static_cast<int64_t>(m_cameras.size())) m_deviceSelector = 0;
+    if (m_monitor && changes.Any()) m_monitor->Post(*this, changes);
     return changes;
+}
+
+void InterfaceCore::Forget(const DiscoveredCamera* camera) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto it =
+        std::find_if(m_cameras.begin(), m_cameras.end(), [&](const CameraPtr& c) { return &c->Core() == camera; });
+    if (it == m_cameras.end()) return;
+    CameraChanges changes;
+    changes.removed.push_back(*it);
+    (*it)->Core().SetPresent(false);
+    m_cameras.erase(it);
+    if (m_deviceSelector >= static_cast<int64_t>(m_cameras.size())) m_deviceSelector = 0;
+    if (m_monitor) m_monitor->Post(*this, changes);
+}
+
+std::vector<std::shared_ptr<DiscoveredCamera>> InterfaceCore::OpenCameras() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<std::shared_ptr<DiscoveredCamera>> out;
+    for (const CameraPtr& c : m_cameras)
+        if (c->Core().IsInitialized()) out.push_back(c->SharedCore());
+    return out;
 }
 
 CameraList InterfaceCore::Cameras() {
@@ -78,6 +119,32 @@ void InterfaceCore::Clear() {
     m_deviceSelector = 0;
 }
 
+void InterfaceCore::SendActionCommand(ActionCommand command, std::vector<ActionResult>& results) {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        command.timeoutMs = static_cast<uint32_t>(m_action.timeoutMs);
+    }
+    m_transport->SendActionCommand(command, results);
+}
+
+size_t InterfaceCore::SendConfiguredActionCommand() {
+    ActionCommand command;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        command.deviceKey = static_cast<uint32_t>(m_action.deviceKey);
+        command.groupKey = static_cast<uint32_t>(m_action.groupKey);
+        command.groupMask = static_cast<uint32_t>(m_action.groupMask);
+        command.scheduled = m_action.time != 0;
+        command.actionTime = static_cast<uint64_t>(m_action.time);
+        command.acknowledge = m_action.acknowledge;
+    }
+    std::vector<ActionResult> results;
+    SendActionCommand(command, results);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_action.lastAcknowledgements = static_cast<int64_t>(results.size());
+    return results.size();
+}
+
 DeviceInfo InterfaceCore::SelectedDevice() {
     std::lock_guard<std::mutex> lock(m_mutex);
     if (m_deviceSelector < 0 || m_deviceSelector >= static_cast<int64_t>(m_cameras.size()))
@@ -99,7 +166,7 @@ void InterfaceCore::BuildNodeMap() {
     };
 
     m.AddCategory(MakeInfo("Root", "The interface's transport-layer features."),
-                  {"InterfaceInformation", "DeviceEnumeration"});
+                  {"InterfaceInformation", "DeviceEnumeration", "ActionControl"});
     m.AddCategory(MakeInfo("InterfaceInformation", "Identity of the interface."),
                   {"InterfaceID", "InterfaceDisplayName", "InterfaceType"});
     m.AddString(MakeInfo("InterfaceID", "Unique identifier of the interface."), {[this] { return Id(); }});
@@ -180,6 +247,8 @@ void InterfaceCore::BuildNodeMap() {
         IntegerSpec macSpec{mac, nullptr, nullptr, nullptr, 1, MACAddress, "", deviceAvailable};
         m.AddInteger(MakeInfo("GevDeviceMACAddress", "MAC address of the selected device."), macSpec);
     }
+    BuildActionNodes();
+
     for (const std::string& n : enumeration)
         if (n != "DeviceSelector" && n != "DeviceUpdateList") m.Depends(n, "DeviceSelector");
     for (const std::string& n : enumeration)
@@ -190,6 +259,75 @@ void InterfaceCore::BuildNodeMap() {
         else if (n.rfind("Gev", 0) == 0)
             m.Selects("DeviceSelector", n);
     m.Finish();
+}
+
+void InterfaceCore::BuildActionNodes() {
+    NativeNodeMap& m = m_nodeMap;
+    m.AddCategory(
+        MakeInfo("ActionControl", "Action commands sent on this interface."),
+        {"GevActionDeviceKey", "GevActionGroupKey", "GevActionGroupMask", "GevActionTime", "GevActionAckRequired",
+         "ActionAcknowledgementTimeout", "ActionCommand", "ActionAcknowledgementCount"});
+    auto setting = [this](int64_t ActionSettings::*field) {
+        return std::make_pair(std::function<int64_t()>([this, field] {
+                                  std::lock_guard<std::mutex> lock(m_mutex);
+                                  return m_action.*field;
+                              }),
+                              std::function<void(int64_t)>([this, field](int64_t v) {
+                                  std::lock_guard<std::mutex> lock(m_mutex);
+                                  m_action.*field = v;
+                              }));
+    };
+    auto key = [&](const char* name, const char* tip, int64_t ActionSettings::*field) {
+        auto access = setting(field);
+        m.AddInteger(MakeInfo(name, tip, Expert), IntegerSpec{access.first, access.second, [] { return int64_t(0); },
+                                                              [] { return int64_t(0xFFFFFFFF); }, 1, HexNumber});
+    };
+    key("GevActionDeviceKey", "Device key of the action commands ActionCommand sends.", &ActionSettings::deviceKey);
+    key("GevActionGroupKey", "Group key of the action commands ActionCommand sends.", &ActionSettings::groupKey);
+    key("GevActionGroupMask", "Group mask of the action commands ActionCommand sends.", &ActionSettings::groupMask);
+    {
+        auto access = setting(&ActionSettings::time);
+        m.AddInteger(MakeInfo("GevActionTime",
+                              "Device time (ns) at which the devices act on the command ActionCommand sends; 0: at "
+                              "once.",
+                              Expert),
+                     IntegerSpec{access.first, access.second, [] { return int64_t(0); },
+                                 [] { return std::numeric_limits<int64_t>::max(); }, 1, PureNumber, "ns"});
+    }
+    m.AddBoolean(MakeInfo("GevActionAckRequired", "Whether ActionCommand asks the devices to acknowledge.", Expert),
+                 {[this] {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      return m_action.acknowledge;
+                  },
+                  [this](bool v) {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      m_action.acknowledge = v;
+                  }});
+    {
+        auto access = setting(&ActionSettings::timeoutMs);
+        NodeInfo info = MakeInfo("ActionAcknowledgementTimeout",
+                                 "How long an action command sent on this interface waits for acknowledgements, in "
+                                 "milliseconds (System and Interface SendActionCommand, and ActionCommand).",
+                                 Expert);
+        info.nameSpace = Custom;
+        m.AddInteger(info, IntegerSpec{access.first, access.second, [] { return int64_t(1); },
+                                       [] { return int64_t(10000); }, 1, Linear, "ms"});
+    }
+    m.AddCommand(MakeInfo("ActionCommand",
+                          "Sends an action command on this interface with the GevAction* settings (as "
+                          "Interface::SendActionCommand does).",
+                          Expert),
+                 {[this] { SendConfiguredActionCommand(); }, nullptr, nullptr});
+    {
+        NodeInfo info = MakeInfo("ActionAcknowledgementCount",
+                                 "Number of devices that acknowledged the last command ActionCommand sent.", Expert);
+        info.nameSpace = Custom;
+        m.AddInteger(info, {[this] {
+                         std::lock_guard<std::mutex> lock(m_mutex);
+                         return m_action.lastAcknowledgements;
+                     }});
+    }
+    m.Depends("ActionAcknowledgementCount", "ActionCommand");
 }
 
 } // namespace internal

@@ -6,15 +6,28 @@
 // begins. Its stream sources are the fake device's stream, filled by that
 // engine.
 //
-// Threads: as DeviceConnection. CreateStreamSource may run on any thread
-// (m_engineMutex guards the engine's creation).
+// Unplugging (VirtualCameraCount lowered below the camera's number): the
+// transport calls Unplug, which stops the camera's frames and reports the
+// loss (DeviceConnection::ControlLost): every later feature or port access
+// raises ORVANE_ERR_DEVICE_LOST, as for a GigE Vision camera that stopped
+// answering.
+//
+// Action commands (VirtualActions.h): MatchActions tells which of the
+// camera's actions a command addresses, FireActions performs them.
+//
+// Threads: as DeviceConnection. CreateStreamSource, Unplug, MatchActions,
+// FireActions and ReportLateAction may run on any thread with no SDK lock
+// held (m_engineMutex guards the engine's creation; the node map's lock is
+// taken where registers are read).
 #ifndef ORVANE_VIRTUAL_VIRTUAL_DEVICE_CONNECTION_H
 #define ORVANE_VIRTUAL_VIRTUAL_DEVICE_CONNECTION_H
 
 #include <arv.h>
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 
 #include "transport/DeviceConnection.h"
 
@@ -26,6 +39,9 @@ class VirtualStreamEngine;
 
 class VirtualDeviceConnection : public DeviceConnection {
 public:
+    // Actions of the camera: ActionSelector 0 and 1 (signals Action0, Action1).
+    static constexpr uint32_t kActions = 2;
+
     // Takes over `device` (a fake device made by OpenVirtualDevice), adds the
     // runtime and powers the camera up. Raises when that fails.
     VirtualDeviceConnection(ArvDevice* device, const DeviceInfo& info);
@@ -37,6 +53,23 @@ public:
     VirtualCameraRuntime& Runtime() const { return *m_runtime; }
 
     std::shared_ptr<StreamSource> CreateStreamSource() override;
+
+    // The camera is unplugged: no more frames, and the loss is reported with
+    // `reason` (loss listeners run on this thread). Once only.
+    void Unplug(const std::string& reason);
+
+    // The camera's actions (ActionSelector values) that an action command
+    // with these keys addresses: bit n set when ActionDeviceKey equals
+    // deviceKey, ActionGroupKey[n] equals groupKey and ActionGroupMask[n]
+    // shares a bit with groupMask. 0 for none, and for a lost camera.
+    uint32_t MatchActions(uint32_t deviceKey, uint32_t groupKey, uint32_t groupMask);
+    // Performs the actions of `actions` (MatchActions's bits): fires the
+    // signal Action<n> (a frame when a trigger's source is Action<n> and the
+    // camera streams). Nothing for a lost camera.
+    void FireActions(uint32_t actions);
+    // A scheduled action came after its time: the ActionLate event (when its
+    // notification is on).
+    void ReportLateAction();
 
 private:
     ArvFakeCamera* m_fake; // owned by the device
