@@ -83,17 +83,19 @@ public:
     ArvLink& Link() override { return m_link; }
     bool IsAccessModeCacheable() const override { return m_link.accessCacheable; }
     std::string AccessDetail() const override { return PortAbsence(m_link); }
-    // A lost device (ArvNodeMap::DeviceObserver) fails every access at once;
-    // values served from chunk or event data need no device.
+    // A lost device (ArvNodeMap::DeviceObserver) fails every access at once
+    // and makes every feature NA, cached access modes included; values served
+    // from chunk or event data need no device.
     void CheckDevice(const char* function) const override {
         if (!m_link.dataPort) ArvMap().CheckDeviceNotLost(*this, function);
     }
+    EAccessMode GetAccessMode() const override {
+        if (!m_link.dataPort && ArvMap().DeviceLost()) return NA;
+        return Base::GetAccessMode();
+    }
 
 protected:
-    EAccessMode ComputeAccessMode() const override {
-        if (!m_link.dataPort && ArvMap().DeviceLost()) return NA;
-        return ArvAccessMode(m_link);
-    }
+    EAccessMode ComputeAccessMode() const override { return ArvAccessMode(m_link); }
     // The map the node belongs to (Aravis nodes live in ArvNodeMaps only).
     ArvNodeMap& ArvMap() const;
     // Device observer steps around an access that reaches the device.
