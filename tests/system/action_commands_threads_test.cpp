@@ -282,10 +282,23 @@ TEST_F(ActionCommands, ThroughTheInterfaceAndItsActionCommandFeature) {
     CBooleanPtr(tl.GetNode("GevActionAckRequired"))->SetValue(true);
     CCommandPtr(tl.GetNode("ActionCommand"))->Execute();
     EXPECT_EQ(CIntegerPtr(tl.GetNode("ActionAcknowledgementCount"))->GetValue(), 3);
+    CIntegerPtr selector = tl.GetNode("ActionAcknowledgementSelector");
+    EXPECT_EQ(selector->GetMax(), 2);
+    std::vector<uint32_t> addresses;
+    for (int64_t i = 0; i < 3; ++i) {
+        selector->SetValue(i);
+        addresses.push_back(
+            static_cast<uint32_t>(CIntegerPtr(tl.GetNode("ActionAcknowledgementDeviceAddress"))->GetValue()));
+        EXPECT_EQ(CIntegerPtr(tl.GetNode("ActionAcknowledgementStatus"))->GetValue(), 0);
+    }
+    std::sort(addresses.begin(), addresses.end());
+    EXPECT_EQ(addresses, (std::vector<uint32_t>{1, 2, 3}));
+    EXPECT_EQ(CValuePtr(tl.GetNode("ActionAcknowledgementDeviceAddress"))->ToString(), "0.0.0.3");
     Frames();
     CIntegerPtr(tl.GetNode("GevActionGroupMask"))->SetValue(0x4);
     CCommandPtr(tl.GetNode("ActionCommand"))->Execute();
     EXPECT_EQ(CIntegerPtr(tl.GetNode("ActionAcknowledgementCount"))->GetValue(), 0);
+    EXPECT_EQ(tl.GetNode("ActionAcknowledgementStatus")->GetAccessMode(), NA);
     NoFrames();
     EXPECT_EQ(CIntegerPtr(tl.GetNode("ActionAcknowledgementTimeout"))->GetValue(), 200);
 }

@@ -9,6 +9,7 @@
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
 #include "system/InterfaceCore.h"
+#include "transport/DeviceConnection.h"
 
 namespace Orvane {
 namespace internal {
@@ -187,7 +188,14 @@ void DeviceMonitor::Dispatch(uint64_t generation) {
             // The interface drops the camera and posts its removal.
             const std::shared_ptr<InterfaceCore> where = event.lostInterface.lock();
             const std::shared_ptr<DiscoveredCamera> camera = event.lostCamera.lock();
-            if (where && camera) where->Forget(camera.get());
+            if (where && camera) {
+                if (LoggerWrapper::IsEnabled(LOG_LEVEL_NOTICE)) {
+                    const std::shared_ptr<DeviceConnection> connection = camera->Access().Connection();
+                    if (connection && connection->ControlLost())
+                        LoggerWrapper::LoggingNotice(connection->LostMessage().c_str(), "DeviceMonitor");
+                }
+                where->Forget(camera.get());
+            }
             lock.lock();
             continue;
         }
@@ -198,6 +206,10 @@ void DeviceMonitor::Dispatch(uint64_t generation) {
                 (arrival ? r->arrival != nullptr : r->removal != nullptr))
                 targets.push_back(r);
         lock.unlock();
+        if (LoggerWrapper::IsEnabled(LOG_LEVEL_INFO))
+            LoggerWrapper::LoggingInfo(
+                ("camera " + event.camera->GetUniqueID().str() + (arrival ? " arrived" : " was removed")).c_str(),
+                "DeviceMonitor");
         for (const auto& r : targets) {
             if (arrival)
                 CallHandler(r, [&] { r->arrival->OnDeviceArrival(event.camera); });

@@ -9,6 +9,7 @@
 #include "camera/CameraAccess.h"
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
+#include "system/ActionCommands.h"
 #include "system/DeviceMonitor.h"
 
 namespace Orvane {
@@ -141,7 +142,8 @@ size_t InterfaceCore::SendConfiguredActionCommand() {
     std::vector<ActionResult> results;
     SendActionCommand(command, results);
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_action.lastAcknowledgements = static_cast<int64_t>(results.size());
+    m_action.acknowledgements = results;
+    m_action.selector = 0;
     return results.size();
 }
 
@@ -266,7 +268,8 @@ void InterfaceCore::BuildActionNodes() {
     m.AddCategory(
         MakeInfo("ActionControl", "Action commands sent on this interface."),
         {"GevActionDeviceKey", "GevActionGroupKey", "GevActionGroupMask", "GevActionTime", "GevActionAckRequired",
-         "ActionAcknowledgementTimeout", "ActionCommand", "ActionAcknowledgementCount"});
+         "ActionAcknowledgementTimeout", "ActionCommand", "ActionAcknowledgementCount", "ActionAcknowledgementSelector",
+         "ActionAcknowledgementDeviceAddress", "ActionAcknowledgementStatus"});
     auto setting = [this](int64_t ActionSettings::*field) {
         return std::make_pair(std::function<int64_t()>([this, field] {
                                   std::lock_guard<std::mutex> lock(m_mutex);
@@ -318,16 +321,69 @@ void InterfaceCore::BuildActionNodes() {
                           "Interface::SendActionCommand does).",
                           Expert),
                  {[this] { SendConfiguredActionCommand(); }, nullptr, nullptr});
-    {
-        NodeInfo info = MakeInfo("ActionAcknowledgementCount",
-                                 "Number of devices that acknowledged the last command ActionCommand sent.", Expert);
+    auto custom = [](const char* name, const char* tip) {
+        NodeInfo info = MakeInfo(name, tip, Expert);
         info.nameSpace = Custom;
-        m.AddInteger(info, {[this] {
-                         std::lock_guard<std::mutex> lock(m_mutex);
-                         return m_action.lastAcknowledgements;
-                     }});
+        return info;
+    };
+    m.AddInteger(custom("ActionAcknowledgementCount",
+                        "Number of devices that acknowledged the last command ActionCommand sent."),
+                 IntegerSpec{[this] {
+                     std::lock_guard<std::mutex> lock(m_mutex);
+                     return static_cast<int64_t>(m_action.acknowledgements.size());
+                 }});
+    auto acknowledged = [this] {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_action.acknowledgements.empty() ? NA : RO;
+    };
+    m.AddInteger(custom("ActionAcknowledgementSelector",
+                        "Selects the acknowledgement of the last ActionCommand that the ActionAcknowledgement "
+                        "features show."),
+                 IntegerSpec{[this] {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 return m_action.selector;
+                             },
+                             [this](int64_t v) {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 m_action.selector = v;
+                             },
+                             [] { return int64_t(0); },
+                             [this] {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 return std::max<int64_t>(0,
+                                                          static_cast<int64_t>(m_action.acknowledgements.size()) - 1);
+                             }});
+    // The selected acknowledgement (m_mutex held).
+    auto selected = [this]() -> const ActionResult& {
+        if (m_action.selector < 0 || m_action.selector >= static_cast<int64_t>(m_action.acknowledgements.size()))
+            ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "interface " + Id() + ": no acknowledgement is selected (" +
+                                                    std::to_string(m_action.acknowledgements.size()) +
+                                                    " came for the last ActionCommand)");
+        return m_action.acknowledgements[static_cast<size_t>(m_action.selector)];
+    };
+    m.AddInteger(custom("ActionAcknowledgementDeviceAddress",
+                        "IPv4 address of the device of the selected acknowledgement (virtual cameras: 0.0.0.N, N "
+                        "their number)."),
+                 IntegerSpec{[this, selected] {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 return static_cast<int64_t>(ActionResultAddress(selected().address));
+                             },
+                             nullptr, nullptr, nullptr, 1, IPV4Address, "", acknowledged});
+    m.AddInteger(custom("ActionAcknowledgementStatus",
+                        "GigE Vision status code of the selected acknowledgement: 0 success, 0x8015 the device's "
+                        "queue of scheduled actions was full, 0x8016 the action came late and was done at once."),
+                 IntegerSpec{[this, selected] {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 return static_cast<int64_t>(selected().status);
+                             },
+                             nullptr, nullptr, nullptr, 1, HexNumber, "", acknowledged});
+    for (const char* n : {"ActionAcknowledgementCount", "ActionAcknowledgementSelector",
+                          "ActionAcknowledgementDeviceAddress", "ActionAcknowledgementStatus"})
+        m.Depends(n, "ActionCommand");
+    for (const char* n : {"ActionAcknowledgementDeviceAddress", "ActionAcknowledgementStatus"}) {
+        m.Depends(n, "ActionAcknowledgementSelector");
+        m.Selects("ActionAcknowledgementSelector", n);
     }
-    m.Depends("ActionAcknowledgementCount", "ActionCommand");
 }
 
 } // namespace internal

@@ -100,7 +100,8 @@ private:
         int64_t time = 0; // 0: at once
         bool acknowledge = true;
         int64_t timeoutMs = 200;
-        int64_t lastAcknowledgements = 0;
+        std::vector<ActionResult> acknowledgements; // of the last ActionCommand
+        int64_t selector = 0;                       // ActionAcknowledgementSelector
     } m_action;
     GenApi::impl::NativeNodeMap m_nodeMap;
 };
