@@ -29,10 +29,11 @@ void VirtualActions::Send(const std::vector<std::shared_ptr<VirtualDeviceConnect
         if (!command.scheduled) {
             camera->FireActions(actions);
         } else {
-            // The camera's clock now, and the steady clock at the same moment:
-            // the action's time on the steady clock follows.
-            const Clock::time_point now = Clock::now();
+            // The camera's clock, then the steady clock (not earlier): the
+            // action's time on the steady clock follows, never before the
+            // camera's clock reaches it.
             const uint64_t deviceNow = camera->Runtime().TimestampNs();
+            const Clock::time_point now = Clock::now();
             if (command.actionTime <= deviceNow) {
                 camera->FireActions(actions);
                 camera->ReportLateAction();

@@ -59,9 +59,15 @@ public:
             ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + info.deviceId + " is unplugged (VirtualCameraCount is " +
                                                     std::to_string(plugged) + ")");
         auto connection = std::make_shared<VirtualDeviceConnection>(OpenVirtualDevice(info), info);
-        std::lock_guard<std::mutex> lock(m_mutex);
-        Prune();
-        m_open.push_back(connection);
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            Prune();
+            m_open.push_back(connection);
+        }
+        // Unplugged meanwhile? A discovery that stored the new count before
+        // this connection was listed did not see it: refuse it here.
+        if (info.index >= m_plugged.load())
+            ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "camera " + info.deviceId + " was unplugged while it opened");
         return connection;
     }
 
