@@ -40,5 +40,7 @@ step grab VC0001 -n 3 --pixel-format BayerRG8 --set TestPattern=ColorBar --conve
 echo
 echo "\$ ls -l $images"
 ls -l "$images"
+step --virtual-cameras 3 action --device-key 0x1234 --group-key 1 --group-mask 1 \
+  --trigger VC0001 --trigger VC0002 --trigger VC0003
 echo
 echo "Demo finished."

@@ -1,11 +1,20 @@
 // Events delivered by the SDK through the C library on virtual cameras: image
 // and image list events (one per frame, on the delivery thread) and device
-// events (ExposureEnd with its frame ids, the Test event).
-#include "EventsEndToEnd.h"
+// events (ExposureEnd with its frame ids, the Test event). Arrival, removal
+// and action commands: SystemEventsEndToEndTest.cpp.
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
 
-using namespace e2e;
+#include "EndToEndFixture.h"
 
 namespace {
+
+using namespace e2e;
 
 // Image events ------------------------------------------------------------------
 

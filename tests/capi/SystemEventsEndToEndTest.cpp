@@ -1,11 +1,18 @@
-// Events delivered by the SDK through the C library on virtual cameras:
-// arrival and removal of a virtual camera, and action commands answered by
-// three virtual cameras.
-#include "EventsEndToEnd.h"
+// Arrival and removal of a virtual camera (the system's VirtualCameraCount
+// raised and lowered) and action commands answered by three virtual cameras,
+// through the C library.
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
 
-using namespace e2e;
+#include "EndToEndFixture.h"
 
 namespace {
+
+using namespace e2e;
 
 // Arrival and removal -------------------------------------------------------------
 

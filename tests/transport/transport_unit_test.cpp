@@ -119,7 +119,7 @@ TEST(VirtualTransport, DiscoversTheConfiguredNumberOfCameras) {
     EXPECT_TRUE(transport->Discover().empty());
 }
 
-TEST(ActionCommands, NoTransportSendsThemYet) {
+TEST(ActionCommands, TransportsWithoutThemRaise) {
     ActionCommand command;
     command.deviceKey = 0x12345678;
     command.groupKey = 1;
@@ -127,13 +127,24 @@ TEST(ActionCommands, NoTransportSendsThemYet) {
     command.acknowledge = true;
     command.timeoutMs = 100;
     std::vector<ActionResult> results;
-    for (const auto& transport :
-         {MakeVirtualTransport([] { return 1; }), MakeGigEVisionTransport(), MakeUSB3VisionTransport()}) {
+    for (const auto& transport : {MakeGigEVisionTransport(), MakeUSB3VisionTransport()}) {
         EXPECT_EQ(CodeOf([&] { transport->SendActionCommand(command, results); }), ORVANE_ERR_NOT_IMPLEMENTED);
         EXPECT_EQ(MessageOf([&] { transport->SendActionCommand(command, results); }),
                   "action commands are not implemented for the " + transport->DisplayName() + " transport");
         EXPECT_TRUE(results.empty());
     }
+}
+
+// Virtual cameras act only while open: with none open, nobody answers.
+TEST(ActionCommands, VirtualCamerasThatAreNotOpenStaySilent) {
+    ActionCommand command;
+    command.acknowledge = true;
+    command.groupMask = 0xFFFFFFFF;
+    std::vector<ActionResult> results;
+    auto transport = MakeVirtualTransport([] { return 2; });
+    ASSERT_EQ(transport->Discover().size(), 2u);
+    transport->SendActionCommand(command, results);
+    EXPECT_TRUE(results.empty());
 }
 
 } // namespace

@@ -69,6 +69,38 @@ static const OrvctlCommand kCommands[] = {
      "                  formats, else red, green and blue)\n"
      "Ctrl-C stops after the current frame and still puts the camera's settings back.",
      orvctlGrab},
+    {"watch", "print cameras arriving and leaving, and the SDK's log messages, until Ctrl-C",
+     "orvctl [options] watch [--log LEVEL]\n\n"
+     "First one line per camera there now, then one line per event as it happens:\n"
+     "  present SERIAL UNIQUE-ID\n"
+     "  arrival SERIAL UNIQUE-ID\n"
+     "  removal SERIAL UNIQUE-ID\n"
+     "  log PRIORITY CATEGORY: MESSAGE\n"
+     "Arrivals and removals come from the SDK's device monitor: it rediscovers the enabled interfaces\n"
+     "(a GigE Vision discovery takes about a second) and reports a camera whose connection is lost at\n"
+     "once. Ctrl-C (or SIGTERM) stops; the exit status is then 0.\n\n"
+     "--log LEVEL   the SDK's logging level: off, fatal, alert, crit, error (the default), warn, notice,\n"
+     "              info or debug",
+     orvctlWatch},
+    {"action", "send an action command; print one line per acknowledging device",
+     "orvctl [options] action --device-key K --group-key G --group-mask M [--time T] [--interface ID]\n"
+     "                     [--no-ack] [--trigger SERIAL]... [--timeout MS]\n\n"
+     "Every camera whose ActionDeviceKey is K and, for one of its actions, whose ActionGroupKey is G and\n"
+     "whose ActionGroupMask shares a bit with M performs the action (a frame when TriggerSource is\n"
+     "Action0). Numbers are decimal, or hexadecimal with 0x. Each acknowledging device gives one line:\n"
+     "  ADDRESS status 0xCODE (MEANING)\n"
+     "(virtual cameras answer as 0.0.0.N; 0x8016: the action time had passed, 0x8015: the device's queue\n"
+     "of scheduled actions was full); a count goes to stderr.\n\n"
+     "--time T          device time in ns at which to act (default 0: at once)\n"
+     "--interface ID    send on this interface only (Virtual, GigEVision, ...; default: every enabled\n"
+     "                  interface that sends action commands)\n"
+     "--no-ack          ask for no acknowledgements\n"
+     "--trigger SERIAL  open this camera here first (repeatable), set its action keys to K, G, M\n"
+     "                  (ActionSelector 0), trigger its frames by Action0 and stream; after the command,\n"
+     "                  print \"frame SERIAL FRAMEID\" for the frame it made and put its trigger back.\n"
+     "                  Virtual cameras exist in the process that opens them: use it to act on them\n"
+     "--timeout MS      longest wait for a triggered camera's frame (default 5000)",
+     orvctlAction},
     {"convert", "write the images of an image list file as image files",
      "orvctl [options] convert LIST OUT [--convert PIXELFORMAT] [--algorithm NAME] [--format FMT]\n\n"
      "LIST is an image list file (as ImageList::Save or orvImageListSave writes). OUT is a directory (files "

@@ -102,5 +102,7 @@ int orvctlSet(orvSystem system, int argc, char** argv);
 int orvctlConvert(orvSystem system, int argc, char** argv);
 int orvctlGrab(orvSystem system, int argc, char** argv);
 int orvctlEnum(orvSystem system, int argc, char** argv);
+int orvctlWatch(orvSystem system, int argc, char** argv);
+int orvctlAction(orvSystem system, int argc, char** argv);
 
 #endif

@@ -7,7 +7,12 @@
 // device key and, for some action (ActionSelector), its ActionGroupKey equals
 // the group key and its ActionGroupMask shares a bit with the group mask.
 // GigE Vision cameras receive an ACTION_CMD datagram (broadcast on each
-// network interface); virtual cameras are told directly.
+// network interface); virtual cameras are told directly, and only open ones
+// act: an immediate command fires Action<n> (ActionSelector n) at once; a
+// scheduled one waits in the camera's queue (ActionQueueSize, 16) until the
+// camera's clock (its Timestamp) reaches the action time, or, when that time
+// has passed already, acts at once, raises the ActionLate event and answers
+// with the late status. Cameras that do not act do not answer.
 #ifndef ORVANE_ACTION_COMMAND_H
 #define ORVANE_ACTION_COMMAND_H
 
@@ -22,8 +27,9 @@ struct ActionCommandResult {
     // 0x7F000001); virtual cameras answer as 0.0.0.N, N their instance number.
     uint32_t DeviceAddress;
     // GigE Vision status code of the acknowledgement as the device sent it:
-    // 0 success, otherwise the standard's error status (for example a
-    // scheduled action whose time had passed).
+    // 0 success, otherwise the standard's error status, for example 0x8016 (a
+    // scheduled action whose time had passed: done at once) or 0x8015 (the
+    // device's queue of scheduled actions was full: dropped).
     uint32_t Status;
 };
 

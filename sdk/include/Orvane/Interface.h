@@ -37,11 +37,22 @@ public:
 
     // Registers a DeviceArrivalEventHandler, DeviceRemovalEventHandler or
     // InterfaceEventHandler for this interface's cameras (see
-    // DeviceArrivalEventHandler.h). Raises as System::RegisterEventHandler.
+    // DeviceArrivalEventHandler.h), as System::RegisterEventHandler with
+    // update false: the cameras of the interface's last discovery are known.
+    // Raises as System::RegisterEventHandler (ORVANE_ERR_RESOURCE_IN_USE when
+    // registered on this interface already), and ORVANE_ERR_NOT_AVAILABLE
+    // once the system that made the interface was released.
     void RegisterEventHandler(EventHandler& handler);
+    // As System::UnregisterEventHandler, for a registration on this interface.
     void UnregisterEventHandler(EventHandler& handler);
     // Sends an action command on this interface only; the arguments are
-    // System::SendActionCommand's.
+    // System::SendActionCommand's. Raises ORVANE_ERR_NOT_IMPLEMENTED when the
+    // interface's transport has no action commands. The TL node map offers the
+    // same: GevActionDeviceKey, GevActionGroupKey, GevActionGroupMask,
+    // GevActionTime, GevActionAckRequired, then ActionCommand; the
+    // acknowledgements come back in ActionAcknowledgementCount and, by
+    // ActionAcknowledgementSelector, ActionAcknowledgementDeviceAddress and
+    // ActionAcknowledgementStatus.
     void SendActionCommand(unsigned int deviceKey, unsigned int groupKey, unsigned int groupMask,
                            unsigned long long actionTime = ActionTimeImmediate, bool requestAcknowledgement = true,
                            unsigned int* resultCount = nullptr, ActionCommandResult* results = nullptr);

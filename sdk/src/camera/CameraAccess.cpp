@@ -125,6 +125,13 @@ std::shared_ptr<DeviceConnection> CameraAccess::RequireConnection(const char* fu
     return connection;
 }
 
+std::shared_ptr<DeviceConnection> CameraAccess::RequireLiveConnection(const char* function) const {
+    std::shared_ptr<DeviceConnection> connection = RequireConnection(function);
+    if (connection->ControlLost())
+        Raise(__LINE__, __FILE__, function, ORVANE_ERR_DEVICE_LOST, connection->LostMessage());
+    return connection;
+}
+
 INodeMap& CameraAccess::NodeMap() { return RequireConnection("GetNodeMap")->NodeMap(); }
 
 INodeMap& CameraAccess::TLStreamNodeMap(uint64_t streamIndex) {
@@ -143,7 +150,7 @@ EAccessMode CameraAccess::AccessMode() const {
 }
 
 void CameraAccess::ReadPort(uint64_t address, void* buffer, uint64_t length) {
-    const std::shared_ptr<DeviceConnection> held = RequireConnection("ReadPort");
+    const std::shared_ptr<DeviceConnection> held = RequireLiveConnection("ReadPort");
     DeviceConnection& connection = *held;
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: the buffer is null");
@@ -161,7 +168,7 @@ void CameraAccess::ReadPort(uint64_t address, void* buffer, uint64_t length) {
 }
 
 void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t length) {
-    const std::shared_ptr<DeviceConnection> held = RequireConnection("WritePort");
+    const std::shared_ptr<DeviceConnection> held = RequireLiveConnection("WritePort");
     DeviceConnection& connection = *held;
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "WritePort: the buffer is null");

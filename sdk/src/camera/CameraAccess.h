@@ -74,6 +74,7 @@ public:
     GenApi::INodeMap& TLDeviceNodeMap() { return m_tlDevice; }
     GenApi::INodeMap& TLStreamNodeMap(uint64_t streamIndex);
     GenApi::EAccessMode AccessMode() const;
+    // Raise ORVANE_ERR_DEVICE_LOST once the device is lost.
     void ReadPort(uint64_t address, void* buffer, uint64_t length);
     void WritePort(uint64_t address, const void* buffer, uint64_t length);
     std::string GuiXml() const;
@@ -98,6 +99,8 @@ private:
     void BuildTLStreamNodeMap();
     // The open connection, or ORVANE_ERR_CAMERA_NOT_INITIALIZED.
     std::shared_ptr<DeviceConnection> RequireConnection(const char* function) const;
+    // The same, and ORVANE_ERR_DEVICE_LOST once the device is lost.
+    std::shared_ptr<DeviceConnection> RequireLiveConnection(const char* function) const;
 
     DiscoveredCamera& m_camera;
     mutable std::mutex m_mutex;

@@ -593,6 +593,7 @@ void ArvPortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
         ReadData(*this, static_cast<uint8_t*>(pBuffer), static_cast<uint64_t>(Address), static_cast<uint64_t>(Length));
         return;
     }
+    CheckDevice("Read");
     if (Length == 0) return;
     ARV_DO(arv_gc_port_read(m_port, pBuffer, static_cast<guint64>(Address), static_cast<guint64>(Length), &error_),
            "Read");
@@ -605,6 +606,7 @@ void ArvPortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
     if (m_source != Source::Device)
         ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS,
                       std::string("a ") + (m_source == Source::Chunk ? "chunk" : "event") + " port is read-only");
+    CheckDevice("Write");
     if (Length == 0) return;
     ARV_DO(arv_gc_port_write(m_port, const_cast<void*>(pBuffer), static_cast<guint64>(Address),
                              static_cast<guint64>(Length), &error_),

@@ -83,6 +83,16 @@ public:
     ArvLink& Link() override { return m_link; }
     bool IsAccessModeCacheable() const override { return m_link.accessCacheable; }
     std::string AccessDetail() const override { return PortAbsence(m_link); }
+    // A lost device (ArvNodeMap::DeviceObserver) fails every access at once
+    // and makes every feature NA, cached access modes included; values served
+    // from chunk or event data need no device.
+    void CheckDevice(const char* function) const override {
+        if (!m_link.dataPort) ArvMap().CheckDeviceNotLost(*this, function);
+    }
+    EAccessMode GetAccessMode() const override {
+        if (!m_link.dataPort && ArvMap().DeviceLost()) return NA;
+        return Base::GetAccessMode();
+    }
 
 protected:
     EAccessMode ComputeAccessMode() const override { return ArvAccessMode(m_link); }

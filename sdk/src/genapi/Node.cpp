@@ -261,6 +261,7 @@ void Node::Fail(int line, const char* function, int code, const std::string& mes
 }
 
 void Node::CheckReadable(const char* function) const {
+    CheckDevice(function);
     const EAccessMode mode = GetAccessMode();
     if (mode == RO || mode == RW) return;
     const std::string detail = mode == NA ? AccessDetail() : std::string();
@@ -270,6 +271,7 @@ void Node::CheckReadable(const char* function) const {
 }
 
 void Node::CheckWritable(const char* function) const {
+    CheckDevice(function);
     const EAccessMode mode = GetAccessMode();
     if (mode == WO || mode == RW) return;
     const std::string detail = mode == NA ? AccessDetail() : std::string();

@@ -110,9 +110,14 @@ public:
 
     // Raises an SDK exception naming this node: "<Name>: <message>".
     [[noreturn]] void Fail(int line, const char* function, int code, const std::string& message) const;
-    // Raises ORVANE_ERR_GENICAM_ACCESS unless the node is readable/writable now.
+    // Raises ORVANE_ERR_GENICAM_ACCESS unless the node is readable/writable now
+    // (after CheckDevice).
     void CheckReadable(const char* function) const;
     void CheckWritable(const char* function) const;
+    // Raises when the device behind the node cannot be reached at all (a lost
+    // device: ORVANE_ERR_DEVICE_LOST), before any access is tried. Nodes of
+    // the SDK's own maps have no device: nothing.
+    virtual void CheckDevice(const char* /*function*/) const {}
     // Why the node is not available, when it can tell more than its access
     // mode (e.g. the chunk its value comes from is missing); "" otherwise.
     // Appended to the access errors above.

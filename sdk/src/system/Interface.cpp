@@ -1,5 +1,8 @@
 #include "Orvane/Interface.h"
 
+#include "core/Raise.h"
+#include "system/ActionCommands.h"
+#include "system/DeviceMonitor.h"
 #include "system/InterfaceCore.h"
 
 namespace Orvane {
@@ -18,5 +21,33 @@ GenApi::INodeMap& Interface::GetTLNodeMap() const { return m_core->TLNodeMap(); 
 bool Interface::IsInUse() { return m_core->InUse(); }
 GenICam::gcstring Interface::GetID() const { return m_core->Id(); }
 GenICam::gcstring Interface::GetDisplayName() const { return m_core->DisplayName(); }
+
+namespace {
+
+internal::DeviceMonitor& MonitorOf(const internal::InterfaceCore& core, const char* function) {
+    if (!core.Monitor())
+        Raise(__LINE__, __FILE__, function, ORVANE_ERR_NOT_AVAILABLE,
+              "interface " + core.Id() + " belongs to no system: it has no arrival and removal events");
+    return *core.Monitor();
+}
+
+} // namespace
+
+void Interface::RegisterEventHandler(EventHandler& handler) {
+    MonitorOf(*m_core, "RegisterEventHandler").Register(handler, m_core, "RegisterEventHandler");
+}
+
+void Interface::UnregisterEventHandler(EventHandler& handler) {
+    MonitorOf(*m_core, "UnregisterEventHandler").Unregister(handler, m_core.get(), "UnregisterEventHandler");
+}
+
+void Interface::SendActionCommand(unsigned int deviceKey, unsigned int groupKey, unsigned int groupMask,
+                                  unsigned long long actionTime, bool requestAcknowledgement, unsigned int* resultCount,
+                                  ActionCommandResult* results) {
+    internal::SendActionCommands(
+        {m_core}, false,
+        internal::MakeActionCommand(deviceKey, groupKey, groupMask, actionTime, requestAcknowledgement), resultCount,
+        results, "SendActionCommand");
+}
 
 } // namespace Orvane

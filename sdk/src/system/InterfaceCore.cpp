@@ -2,15 +2,32 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
+#include <limits>
+#include <utility>
 
+#include "camera/CameraAccess.h"
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
+#include "system/ActionCommands.h"
+#include "system/DeviceMonitor.h"
 
 namespace Orvane {
 namespace internal {
 
 using namespace GenApi;
 using namespace GenApi::impl;
+
+namespace {
+
+// An initialised camera whose connection has not reported a loss.
+bool IsOpenAndAlive(DiscoveredCamera& camera) {
+    if (!camera.IsInitialized()) return false;
+    const std::shared_ptr<DeviceConnection> connection = camera.Access().Connection();
+    return connection && !connection->ControlLost();
+}
+
+} // namespace
 
 InterfaceCore::InterfaceCore(std::shared_ptr<Transport> transport)
     : m_transport(std::move(transport)), m_nodeMap("TLInterface") {
@@ -38,16 +55,41 @@ CameraChanges InterfaceCore::Update() {
         }
     }
     for (const CameraPtr& c : m_cameras) {
-        if (std::find(next.begin(), next.end(), c) == next.end()) {
-            c->Core().SetPresent(false);
-            changes.removed.push_back(c);
+        if (std::find(next.begin(), next.end(), c) != next.end()) continue;
+        if (IsOpenAndAlive(c->Core())) {
+            next.push_back(c); // its loss, not one missed answer, takes it away
+            continue;
         }
+        c->Core().SetPresent(false);
+        changes.removed.push_back(c);
     }
     for (const CameraPtr& c : next) c->Core().SetPresent(true);
     m_cameras.swap(next);
     m_discovered = true;
     if (m_deviceSelector >= static_cast<int64_t>(m_cameras.size())) m_deviceSelector = 0;
+    if (m_monitor && changes.Any()) m_monitor->Post(*this, changes);
     return changes;
+}
+
+void InterfaceCore::Forget(const DiscoveredCamera* camera) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto it =
+        std::find_if(m_cameras.begin(), m_cameras.end(), [&](const CameraPtr& c) { return &c->Core() == camera; });
+    if (it == m_cameras.end()) return;
+    CameraChanges changes;
+    changes.removed.push_back(*it);
+    (*it)->Core().SetPresent(false);
+    m_cameras.erase(it);
+    if (m_deviceSelector >= static_cast<int64_t>(m_cameras.size())) m_deviceSelector = 0;
+    if (m_monitor) m_monitor->Post(*this, changes);
+}
+
+std::vector<std::shared_ptr<DiscoveredCamera>> InterfaceCore::OpenCameras() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<std::shared_ptr<DiscoveredCamera>> out;
+    for (const CameraPtr& c : m_cameras)
+        if (c->Core().IsInitialized()) out.push_back(c->SharedCore());
+    return out;
 }
 
 CameraList InterfaceCore::Cameras() {
@@ -78,6 +120,33 @@ void InterfaceCore::Clear() {
     m_deviceSelector = 0;
 }
 
+void InterfaceCore::SendActionCommand(ActionCommand command, std::vector<ActionResult>& results) {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        command.timeoutMs = static_cast<uint32_t>(m_action.timeoutMs);
+    }
+    m_transport->SendActionCommand(command, results);
+}
+
+size_t InterfaceCore::SendConfiguredActionCommand() {
+    ActionCommand command;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        command.deviceKey = static_cast<uint32_t>(m_action.deviceKey);
+        command.groupKey = static_cast<uint32_t>(m_action.groupKey);
+        command.groupMask = static_cast<uint32_t>(m_action.groupMask);
+        command.scheduled = m_action.time != 0;
+        command.actionTime = static_cast<uint64_t>(m_action.time);
+        command.acknowledge = m_action.acknowledge;
+    }
+    std::vector<ActionResult> results;
+    SendActionCommand(command, results);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_action.acknowledgements = results;
+    m_action.selector = 0;
+    return results.size();
+}
+
 DeviceInfo InterfaceCore::SelectedDevice() {
     std::lock_guard<std::mutex> lock(m_mutex);
     if (m_deviceSelector < 0 || m_deviceSelector >= static_cast<int64_t>(m_cameras.size()))
@@ -99,7 +168,7 @@ void InterfaceCore::BuildNodeMap() {
     };
 
     m.AddCategory(MakeInfo("Root", "The interface's transport-layer features."),
-                  {"InterfaceInformation", "DeviceEnumeration"});
+                  {"InterfaceInformation", "DeviceEnumeration", "ActionControl"});
     m.AddCategory(MakeInfo("InterfaceInformation", "Identity of the interface."),
                   {"InterfaceID", "InterfaceDisplayName", "InterfaceType"});
     m.AddString(MakeInfo("InterfaceID", "Unique identifier of the interface."), {[this] { return Id(); }});
@@ -180,6 +249,8 @@ void InterfaceCore::BuildNodeMap() {
         IntegerSpec macSpec{mac, nullptr, nullptr, nullptr, 1, MACAddress, "", deviceAvailable};
         m.AddInteger(MakeInfo("GevDeviceMACAddress", "MAC address of the selected device."), macSpec);
     }
+    BuildActionNodes();
+
     for (const std::string& n : enumeration)
         if (n != "DeviceSelector" && n != "DeviceUpdateList") m.Depends(n, "DeviceSelector");
     for (const std::string& n : enumeration)
@@ -190,6 +261,129 @@ void InterfaceCore::BuildNodeMap() {
         else if (n.rfind("Gev", 0) == 0)
             m.Selects("DeviceSelector", n);
     m.Finish();
+}
+
+void InterfaceCore::BuildActionNodes() {
+    NativeNodeMap& m = m_nodeMap;
+    m.AddCategory(
+        MakeInfo("ActionControl", "Action commands sent on this interface."),
+        {"GevActionDeviceKey", "GevActionGroupKey", "GevActionGroupMask", "GevActionTime", "GevActionAckRequired",
+         "ActionAcknowledgementTimeout", "ActionCommand", "ActionAcknowledgementCount", "ActionAcknowledgementSelector",
+         "ActionAcknowledgementDeviceAddress", "ActionAcknowledgementStatus"});
+    auto setting = [this](int64_t ActionSettings::*field) {
+        return std::make_pair(std::function<int64_t()>([this, field] {
+                                  std::lock_guard<std::mutex> lock(m_mutex);
+                                  return m_action.*field;
+                              }),
+                              std::function<void(int64_t)>([this, field](int64_t v) {
+                                  std::lock_guard<std::mutex> lock(m_mutex);
+                                  m_action.*field = v;
+                              }));
+    };
+    auto key = [&](const char* name, const char* tip, int64_t ActionSettings::*field) {
+        auto access = setting(field);
+        m.AddInteger(MakeInfo(name, tip, Expert), IntegerSpec{access.first, access.second, [] { return int64_t(0); },
+                                                              [] { return int64_t(0xFFFFFFFF); }, 1, HexNumber});
+    };
+    key("GevActionDeviceKey", "Device key of the action commands ActionCommand sends.", &ActionSettings::deviceKey);
+    key("GevActionGroupKey", "Group key of the action commands ActionCommand sends.", &ActionSettings::groupKey);
+    key("GevActionGroupMask", "Group mask of the action commands ActionCommand sends.", &ActionSettings::groupMask);
+    {
+        auto access = setting(&ActionSettings::time);
+        m.AddInteger(MakeInfo("GevActionTime",
+                              "Device time (ns) at which the devices act on the command ActionCommand sends; 0: at "
+                              "once.",
+                              Expert),
+                     IntegerSpec{access.first, access.second, [] { return int64_t(0); },
+                                 [] { return std::numeric_limits<int64_t>::max(); }, 1, PureNumber, "ns"});
+    }
+    m.AddBoolean(MakeInfo("GevActionAckRequired", "Whether ActionCommand asks the devices to acknowledge.", Expert),
+                 {[this] {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      return m_action.acknowledge;
+                  },
+                  [this](bool v) {
+                      std::lock_guard<std::mutex> lock(m_mutex);
+                      m_action.acknowledge = v;
+                  }});
+    {
+        auto access = setting(&ActionSettings::timeoutMs);
+        NodeInfo info = MakeInfo("ActionAcknowledgementTimeout",
+                                 "How long an action command sent on this interface waits for acknowledgements, in "
+                                 "milliseconds (System and Interface SendActionCommand, and ActionCommand).",
+                                 Expert);
+        info.nameSpace = Custom;
+        m.AddInteger(info, IntegerSpec{access.first, access.second, [] { return int64_t(1); },
+                                       [] { return int64_t(10000); }, 1, Linear, "ms"});
+    }
+    m.AddCommand(MakeInfo("ActionCommand",
+                          "Sends an action command on this interface with the GevAction* settings (as "
+                          "Interface::SendActionCommand does).",
+                          Expert),
+                 {[this] { SendConfiguredActionCommand(); }, nullptr, nullptr});
+    auto custom = [](const char* name, const char* tip) {
+        NodeInfo info = MakeInfo(name, tip, Expert);
+        info.nameSpace = Custom;
+        return info;
+    };
+    m.AddInteger(custom("ActionAcknowledgementCount",
+                        "Number of devices that acknowledged the last command ActionCommand sent."),
+                 IntegerSpec{[this] {
+                     std::lock_guard<std::mutex> lock(m_mutex);
+                     return static_cast<int64_t>(m_action.acknowledgements.size());
+                 }});
+    auto acknowledged = [this] {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_action.acknowledgements.empty() ? NA : RO;
+    };
+    m.AddInteger(custom("ActionAcknowledgementSelector",
+                        "Selects the acknowledgement of the last ActionCommand that the ActionAcknowledgement "
+                        "features show."),
+                 IntegerSpec{[this] {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 return m_action.selector;
+                             },
+                             [this](int64_t v) {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 m_action.selector = v;
+                             },
+                             [] { return int64_t(0); },
+                             [this] {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 return std::max<int64_t>(0,
+                                                          static_cast<int64_t>(m_action.acknowledgements.size()) - 1);
+                             }});
+    // The selected acknowledgement (m_mutex held).
+    auto selected = [this]() -> const ActionResult& {
+        if (m_action.selector < 0 || m_action.selector >= static_cast<int64_t>(m_action.acknowledgements.size()))
+            ORV_RAISE(ORVANE_ERR_NOT_AVAILABLE, "interface " + Id() + ": no acknowledgement is selected (" +
+                                                    std::to_string(m_action.acknowledgements.size()) +
+                                                    " came for the last ActionCommand)");
+        return m_action.acknowledgements[static_cast<size_t>(m_action.selector)];
+    };
+    m.AddInteger(custom("ActionAcknowledgementDeviceAddress",
+                        "IPv4 address of the device of the selected acknowledgement (virtual cameras: 0.0.0.N, N "
+                        "their number)."),
+                 IntegerSpec{[this, selected] {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 return static_cast<int64_t>(ActionResultAddress(selected().address));
+                             },
+                             nullptr, nullptr, nullptr, 1, IPV4Address, "", acknowledged});
+    m.AddInteger(custom("ActionAcknowledgementStatus",
+                        "GigE Vision status code of the selected acknowledgement: 0 success, 0x8015 the device's "
+                        "queue of scheduled actions was full, 0x8016 the action came late and was done at once."),
+                 IntegerSpec{[this, selected] {
+                                 std::lock_guard<std::mutex> lock(m_mutex);
+                                 return static_cast<int64_t>(selected().status);
+                             },
+                             nullptr, nullptr, nullptr, 1, HexNumber, "", acknowledged});
+    for (const char* n : {"ActionAcknowledgementCount", "ActionAcknowledgementSelector",
+                          "ActionAcknowledgementDeviceAddress", "ActionAcknowledgementStatus"})
+        m.Depends(n, "ActionCommand");
+    for (const char* n : {"ActionAcknowledgementDeviceAddress", "ActionAcknowledgementStatus"}) {
+        m.Depends(n, "ActionAcknowledgementSelector");
+        m.Selects("ActionAcknowledgementSelector", n);
+    }
 }
 
 } // namespace internal

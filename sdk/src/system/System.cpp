@@ -1,6 +1,7 @@
 #include "Orvane/System.h"
 
 #include "logging/Logger.h"
+#include "system/ActionCommands.h"
 #include "system/SystemCore.h"
 
 namespace Orvane {
@@ -46,5 +47,16 @@ void System::UnregisterLoggingEventHandler(LoggingEventHandler& handler) { Logge
 void System::UnregisterAllLoggingEventHandlers() { Logger::UnregisterAll(); }
 void System::SetLoggingEventPriorityLevel(LogLevel level) { LoggerWrapper::SetPriority(level); }
 LogLevel System::GetLoggingEventPriorityLevel() { return LoggerWrapper::GetPriority(); }
+
+void System::RegisterEventHandler(EventHandler& handler, bool update) { Core().RegisterEventHandler(handler, update); }
+void System::UnregisterEventHandler(EventHandler& handler) { Core().UnregisterEventHandler(handler); }
+
+void System::SendActionCommand(unsigned int deviceKey, unsigned int groupKey, unsigned int groupMask,
+                               unsigned long long actionTime, bool requestAcknowledgement, unsigned int* resultCount,
+                               ActionCommandResult* results) {
+    Core().SendActionCommand(
+        internal::MakeActionCommand(deviceKey, groupKey, groupMask, actionTime, requestAcknowledgement), resultCount,
+        results);
+}
 
 } // namespace Orvane

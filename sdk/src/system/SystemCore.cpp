@@ -7,6 +7,7 @@
 
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
+#include "system/ActionCommands.h"
 #include "transport/Transports.h"
 
 namespace Orvane {
@@ -40,13 +41,19 @@ std::shared_ptr<SystemCore> SystemCore::Acquire() {
 }
 
 void SystemCore::Release(const std::shared_ptr<SystemCore>& core) {
-    std::lock_guard<std::mutex> lock(g_instanceMutex);
-    if (--core->m_references > 0) return;
+    {
+        std::lock_guard<std::mutex> lock(g_instanceMutex);
+        if (--core->m_references > 0) return;
+        if (*g_instance == core) g_instance->reset();
+    }
+    // Outside the instance lock: stopping the device monitor waits for a
+    // running arrival or removal handler, which may itself get the system
+    // (a fresh one then).
     core->Shutdown();
-    if (*g_instance == core) g_instance->reset();
 }
 
-SystemCore::SystemCore() : m_nodeMap("TLSystem") {
+SystemCore::SystemCore()
+    : m_nodeMap("TLSystem"), m_monitor(std::make_shared<DeviceMonitor>([this] { return EnabledInterfaceCores(); })) {
     for (const BuiltInTransport& t : BuiltInTransports())
         m_transports.push_back(TransportSlot{t.kind, t.enabledByDefault, nullptr});
     if (const char* t = std::getenv("ORVANE_TRANSPORTS")) {
@@ -65,6 +72,7 @@ SystemCore::SystemCore() : m_nodeMap("TLSystem") {
 SystemCore::~SystemCore() = default;
 
 void SystemCore::Shutdown() {
+    m_monitor->Close();
     std::lock_guard<std::mutex> lock(m_mutex);
     for (TransportSlot& slot : m_transports)
         if (slot.interface) slot.interface->Core().Clear();
@@ -95,27 +103,60 @@ void SystemCore::EnableTransport(TransportKind kind, bool enable) {
 }
 
 void SystemCore::SetVirtualCameraCount(int count) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_virtualCount = count;
+    InterfacePtr virtualInterface;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_virtualCount = count;
+        if (TransportSlot* slot = Slot(TransportKind::Virtual)) virtualInterface = slot->interface;
+    }
+    // Plugged and unplugged now: the cameras above the count are lost at once.
+    if (virtualInterface) virtualInterface->Core().Update();
+}
+
+const InterfacePtr& SystemCore::InterfaceOfLocked(TransportSlot& slot) {
+    if (!slot.interface) {
+        TransportOptions options;
+        options.virtualCameraCount = [this] {
+            std::lock_guard<std::mutex> l(m_mutex);
+            return m_virtualCount;
+        };
+        auto core = std::make_shared<InterfaceCore>(MakeTransport(slot.kind, options));
+        core->SetMonitor(m_monitor);
+        slot.interface = InterfacePtr(std::make_shared<Interface>(std::move(core)));
+    }
+    return slot.interface;
 }
 
 std::vector<InterfacePtr> SystemCore::EnabledInterfaces() {
     std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<InterfacePtr> out;
-    for (TransportSlot& slot : m_transports) {
-        if (!slot.enabled) continue;
-        if (!slot.interface) {
-            TransportOptions options;
-            options.virtualCameraCount = [this] {
-                std::lock_guard<std::mutex> l(m_mutex);
-                return m_virtualCount;
-            };
-            slot.interface = InterfacePtr(
-                std::make_shared<Interface>(std::make_shared<InterfaceCore>(MakeTransport(slot.kind, options))));
-        }
-        out.push_back(slot.interface);
-    }
+    for (TransportSlot& slot : m_transports)
+        if (slot.enabled) out.push_back(InterfaceOfLocked(slot));
     return out;
+}
+
+// Without copies of the InterfacePtrs (InUse counts them).
+std::vector<std::shared_ptr<InterfaceCore>> SystemCore::EnabledInterfaceCores() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<std::shared_ptr<InterfaceCore>> out;
+    for (TransportSlot& slot : m_transports)
+        if (slot.enabled) out.push_back(InterfaceOfLocked(slot)->Core().shared_from_this());
+    return out;
+}
+
+void SystemCore::RegisterEventHandler(EventHandler& handler, bool update) {
+    // Discovery first: the cameras present now are known, not arrivals.
+    if (update) UpdateCameras(true);
+    m_monitor->Register(handler, nullptr, "RegisterEventHandler");
+}
+
+void SystemCore::UnregisterEventHandler(EventHandler& handler) {
+    m_monitor->Unregister(handler, nullptr, "UnregisterEventHandler");
+}
+
+void SystemCore::SendActionCommand(const ActionCommand& command, unsigned int* resultCount,
+                                   ActionCommandResult* results) {
+    SendActionCommands(EnabledInterfaceCores(), true, command, resultCount, results, "SendActionCommand");
 }
 
 InterfaceList SystemCore::Interfaces(bool update) {

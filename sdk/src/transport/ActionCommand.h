@@ -2,7 +2,7 @@
 // once, or at a scheduled time) and the acknowledgements it collects.
 // Transport::SendActionCommand sends it: GigE Vision as an ACTION_CMD packet
 // on the transport's own socket (Aravis has none), the virtual transport to
-// its open cameras.
+// its open cameras (VirtualActions.h).
 //
 // A device acts when its device key equals deviceKey, its group key equals
 // groupKey and its group mask shares a bit with groupMask (for each of its
@@ -32,11 +32,22 @@ struct ActionCommand {
 
 // One acknowledging device.
 struct ActionResult {
-    std::string address; // the device's address text (IPv4 for GigE Vision, "local" for virtual cameras)
-    // The device's answer: 0 for success, else its status code (GigE Vision:
-    // the status field of its acknowledgement).
+    // The device's address text: dotted IPv4 for GigE Vision; virtual
+    // cameras answer as "0.0.0.N", N their instance number (1-based).
+    std::string address;
+    // The device's answer: 0 for success, else a GigE Vision status code (the
+    // status field of a GigE Vision device's acknowledgement; the virtual
+    // cameras answer with the same codes, below).
     uint32_t status = 0;
 };
+
+// GigE Vision acknowledgement status codes that every transport's devices
+// may answer with.
+constexpr uint32_t kActionStatusSuccess = 0x0000;
+// The device's queue of scheduled actions was full: the action was dropped.
+constexpr uint32_t kActionStatusOverflow = 0x8015;
+// A scheduled action arrived after its time: the device acted at once.
+constexpr uint32_t kActionStatusLate = 0x8016;
 
 } // namespace internal
 } // namespace Orvane

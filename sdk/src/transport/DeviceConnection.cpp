@@ -9,9 +9,11 @@
 namespace Orvane {
 namespace internal {
 
-void DeviceConnection::LossState::Report() {
-    if (lost.exchange(true)) return;
+void DeviceConnection::LossState::Report(const std::string& why) {
     std::lock_guard<std::recursive_mutex> lock(mutex);
+    if (lost.load()) return;
+    reason = why;
+    lost.store(true);
     // A listener may add or remove listeners: run over a copy.
     const std::map<uint64_t, LossListener> current = listeners;
     for (const auto& entry : current) {
@@ -28,7 +30,7 @@ void DeviceConnection::LossState::Report() {
 }
 
 void DeviceConnection::OnControlLost(ArvDevice*, gpointer state) {
-    (*static_cast<std::shared_ptr<LossState>*>(state))->Report();
+    (*static_cast<std::shared_ptr<LossState>*>(state))->Report("it stopped answering its heartbeat");
 }
 
 void DeviceConnection::FreeLossState(gpointer state, GClosure*) {
@@ -41,6 +43,8 @@ public:
     explicit Observer(DeviceConnection& connection) : m_connection(connection) {}
     void AfterWrite(uint64_t address, uint64_t length) override { m_connection.NotifyWrite(address, length); }
     void BeforeRead() override { m_connection.NotifyRead(); }
+    bool DeviceLost() const override { return m_connection.ControlLost(); }
+    std::string DeviceLostMessage() const override { return m_connection.LostMessage(); }
 
 private:
     DeviceConnection& m_connection;
@@ -88,6 +92,14 @@ int64_t DeviceConnection::PacketSize() { return 0; }
 unsigned DeviceConnection::DiscoverMaxPacketSize() { return 0; }
 
 bool DeviceConnection::ControlLost() const { return m_loss->lost.load(); }
+
+std::string DeviceConnection::LostMessage() const {
+    // The reason is written once, before `lost` becomes true, and never again.
+    if (!m_loss->lost.load()) return "";
+    return "camera " + m_info.deviceId + " was lost (" + m_loss->reason + ")";
+}
+
+void DeviceConnection::ReportLoss(const std::string& reason) { m_loss->Report(reason); }
 
 uint64_t DeviceConnection::AddLossListener(LossListener listener) {
     if (!listener) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "AddLossListener: no listener");

@@ -96,8 +96,15 @@ public:
     // Device loss -----------------------------------------------------------
     // True once the connection detected that the device is lost (GigE
     // Vision: Aravis's heartbeat got no answer for its whole retry time and
-    // emitted "control-lost"). Lock-free, any thread.
+    // emitted "control-lost"; a virtual camera: unplugged). Lock-free, any
+    // thread. From then on every feature access through the node map and
+    // every port access raises ORVANE_ERR_DEVICE_LOST at once, without
+    // reaching the device (see LostMessage), and reading a feature's access
+    // mode gives NA.
     bool ControlLost() const;
+    // Why the device is lost, for error messages: "camera <id> was lost
+    // (<reason>)"; empty before the loss. Any thread.
+    std::string LostMessage() const;
     // Called once when the loss is detected, on the thread that detects it
     // (GigE Vision: Aravis's heartbeat thread), with no SDK lock held. A
     // listener must return quickly, must not close or destroy the connection
@@ -144,6 +151,12 @@ public:
 
 protected:
     void SetController(bool controller) { m_controller = controller; }
+    // For transports that detect a loss themselves (a virtual camera
+    // unplugged): marks the device lost with `reason` (words for error
+    // messages, e.g. "unplugged") and runs the loss listeners on this thread,
+    // once; later reports do nothing. Call it with no SDK lock held (the
+    // listeners may take locks of their own).
+    void ReportLoss(const std::string& reason);
 
 private:
     class Observer;
@@ -154,7 +167,8 @@ private:
         std::recursive_mutex mutex; // guards listeners and nextId; held while listeners run
         std::map<uint64_t, LossListener> listeners;
         uint64_t nextId = 1;
-        void Report();
+        std::string reason; // written once, under `mutex`, before `lost` becomes true; read after
+        void Report(const std::string& why);
     };
     static void OnControlLost(ArvDevice* device, gpointer state);
     static void FreeLossState(gpointer state, GClosure* closure);

@@ -78,9 +78,16 @@ public:
 
     // Sends an action command to the devices of this transport and collects
     // the acknowledgements it asks for into `results` (one per answering
-    // device, appended). Not implemented yet by any transport: raises
-    // ORVANE_ERR_NOT_IMPLEMENTED.
+    // device, appended). Default: ORVANE_ERR_NOT_IMPLEMENTED (a transport
+    // without action commands; the system's SendActionCommand passes over
+    // such transports).
     virtual void SendActionCommand(const ActionCommand& command, std::vector<ActionResult>& results);
+
+    // How long the device monitor (arrival and removal events) waits after
+    // one discovery of this transport's interface before the next, in
+    // milliseconds. Default 1000 (a GigE Vision discovery itself takes about
+    // a second more).
+    virtual unsigned RediscoveryIntervalMs() const { return 1000; }
 };
 
 } // namespace internal

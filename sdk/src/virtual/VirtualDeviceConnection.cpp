@@ -3,6 +3,7 @@
 #include "core/Raise.h"
 #include "transport/AravisStreamSource.h"
 #include "virtual/BigEndian.h"
+#include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraRuntime.h"
 #include "virtual/VirtualStreamEngine.h"
 
@@ -10,6 +11,9 @@ namespace Orvane {
 namespace internal {
 
 using GenApi::impl::NodeMapBase;
+
+static_assert(vcam::value::TriggerSource::Action1 == vcam::value::TriggerSource::Action0 + 1,
+              "the signals Action<n> are consecutive");
 
 namespace {
 
@@ -96,6 +100,50 @@ std::unique_ptr<DeviceEventChannel> VirtualDeviceConnection::OpenEventChannel(De
         m_channelOpen->store(false);
         throw;
     }
+}
+
+void VirtualDeviceConnection::Unplug(const std::string& reason) {
+    std::shared_ptr<VirtualStreamEngine> engine;
+    {
+        std::lock_guard<std::mutex> lock(m_engineMutex);
+        engine = m_engine;
+    }
+    if (engine) engine->CloseStream();
+    ReportLoss(reason);
+}
+
+uint32_t VirtualDeviceConnection::MatchActions(uint32_t deviceKey, uint32_t groupKey, uint32_t groupMask) {
+    namespace reg = vcam::reg;
+    if (ControlLost()) return 0;
+    auto read32 = [this](uint32_t address) {
+        uint8_t b[4] = {0, 0, 0, 0};
+        arv_fake_camera_read_memory(m_fake, address, 4, b);
+        return LoadBigEndian32(b);
+    };
+    // The registers change only through the node map, under its lock.
+    NodeMapBase::MapLock lock(NodeMap());
+    if (read32(reg::ActionDeviceKey.address) != deviceKey) return 0;
+    uint32_t actions = 0;
+    for (uint32_t n = 0; n < kActions; ++n)
+        if (read32(reg::ActionGroupKey.At(n)) == groupKey && (read32(reg::ActionGroupMask.At(n)) & groupMask) != 0)
+            actions |= 1u << n;
+    return actions;
+}
+
+void VirtualDeviceConnection::FireActions(uint32_t actions) {
+    if (ControlLost() || actions == 0) return;
+    std::shared_ptr<VirtualStreamEngine> engine;
+    {
+        std::lock_guard<std::mutex> lock(m_engineMutex);
+        engine = m_engine;
+    }
+    if (!engine) return; // never streamed: no trigger can use the signal
+    for (uint32_t n = 0; n < kActions; ++n)
+        if (actions & (1u << n)) engine->Signal(static_cast<uint32_t>(vcam::value::TriggerSource::Action0 + n));
+}
+
+void VirtualDeviceConnection::ReportLateAction() {
+    if (!ControlLost()) m_runtime->EmitEvent(vcam::event::ActionLate, 0);
 }
 
 } // namespace internal

@@ -9,17 +9,29 @@
 // engine raise reach the channel's DeviceEventSink on the raising thread
 // (DeviceEvents.h); one channel at a time.
 //
-// Threads: as DeviceConnection. CreateStreamSource and OpenEventChannel may
-// run on any thread (m_engineMutex guards the engine's creation, m_channelOpen
-// the one open channel).
+// Unplugging (VirtualCameraCount lowered below the camera's number): the
+// transport calls Unplug, which stops the camera's frames and reports the
+// loss (DeviceConnection::ControlLost): every later feature or port access
+// raises ORVANE_ERR_DEVICE_LOST, as for a GigE Vision camera that stopped
+// answering.
+//
+// Action commands (VirtualActions.h): MatchActions tells which of the
+// camera's actions a command addresses, FireActions performs them.
+//
+// Threads: as DeviceConnection. CreateStreamSource, OpenEventChannel, Unplug,
+// MatchActions, FireActions and ReportLateAction may run on any thread with no
+// SDK lock held (m_engineMutex guards the engine's creation, m_channelOpen the
+// one open channel; the node map's lock is taken where registers are read).
 #ifndef ORVANE_VIRTUAL_VIRTUAL_DEVICE_CONNECTION_H
 #define ORVANE_VIRTUAL_VIRTUAL_DEVICE_CONNECTION_H
 
 #include <arv.h>
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 
 #include "transport/DeviceConnection.h"
 
@@ -31,6 +43,9 @@ class VirtualStreamEngine;
 
 class VirtualDeviceConnection : public DeviceConnection {
 public:
+    // Actions of the camera: ActionSelector 0 and 1 (signals Action0, Action1).
+    static constexpr uint32_t kActions = 2;
+
     // Takes over `device` (a fake device made by OpenVirtualDevice), adds the
     // runtime and powers the camera up. Raises when that fails.
     VirtualDeviceConnection(ArvDevice* device, const DeviceInfo& info);
@@ -44,6 +59,23 @@ public:
     std::shared_ptr<StreamSource> CreateStreamSource() override;
     // Raises ORVANE_ERR_RESOURCE_IN_USE while a channel is open.
     std::unique_ptr<DeviceEventChannel> OpenEventChannel(DeviceEventSink& sink) override;
+
+    // The camera is unplugged: no more frames, and the loss is reported with
+    // `reason` (loss listeners run on this thread). Once only.
+    void Unplug(const std::string& reason);
+
+    // The camera's actions (ActionSelector values) that an action command
+    // with these keys addresses: bit n set when ActionDeviceKey equals
+    // deviceKey, ActionGroupKey[n] equals groupKey and ActionGroupMask[n]
+    // shares a bit with groupMask. 0 for none, and for a lost camera.
+    uint32_t MatchActions(uint32_t deviceKey, uint32_t groupKey, uint32_t groupMask);
+    // Performs the actions of `actions` (MatchActions's bits): fires the
+    // signal Action<n> (a frame when a trigger's source is Action<n> and the
+    // camera streams). Nothing for a lost camera.
+    void FireActions(uint32_t actions);
+    // A scheduled action came after its time: the ActionLate event (when its
+    // notification is on).
+    void ReportLateAction();
 
 private:
     class EventChannel;

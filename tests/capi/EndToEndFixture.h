@@ -1,13 +1,12 @@
-// The fixture and recorder of the end-to-end event tests of the C library on
-// virtual cameras (EventsEndToEndTest.cpp, SystemEventsEndToEndTest.cpp).
-#ifndef ORVANE_TESTS_CAPI_EVENTS_END_TO_END_H
-#define ORVANE_TESTS_CAPI_EVENTS_END_TO_END_H
+// The fixture of the C library's end-to-end event tests: calls recorded by
+// callbacks on the SDK's threads, and a system with three virtual cameras
+// that opens them with small, fast frames.
+#ifndef ORVANE_TESTS_CAPI_END_TO_END_FIXTURE_H
+#define ORVANE_TESTS_CAPI_END_TO_END_FIXTURE_H
 
-#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <mutex>
 #include <set>
