@@ -110,9 +110,15 @@ public:
 
     // Raises an SDK exception naming this node: "<Name>: <message>".
     [[noreturn]] void Fail(int line, const char* function, int code, const std::string& message) const;
-    // Raises ORVANE_ERR_GENICAM_ACCESS unless the node is readable/writable now.
+    // Raises ORVANE_ERR_GENICAM_ACCESS unless the node is readable/writable
+    // now; ORVANE_ERR_DEVICE_LOST (CheckDevice) first when the map's device
+    // is lost.
     void CheckReadable(const char* function) const;
     void CheckWritable(const char* function) const;
+    // Raises ORVANE_ERR_DEVICE_LOST when the map's device is lost
+    // (NodeMapBase::DeviceLost); `detail` (e.g. the failed access's error)
+    // is appended in parentheses.
+    void CheckDevice(const char* function, const std::string& detail = std::string()) const;
     // Why the node is not available, when it can tell more than its access
     // mode (e.g. the chunk its value comes from is missing); "" otherwise.
     // Appended to the access errors above.

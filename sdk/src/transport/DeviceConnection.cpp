@@ -53,6 +53,7 @@ DeviceConnection::DeviceConnection(ArvDevice* device, const DeviceInfo& info)
                                                  &DeviceConnection::FreeLossState, GConnectFlags(0));
     try {
         m_nodeMap = std::make_unique<GenApi::impl::ArvNodeMap>(m_device, "Device");
+        m_nodeMap->SetLossFlag(&m_loss->lost); // node accesses fail at once once the device is lost
         m_observer = std::make_unique<Observer>(*this);
         m_nodeMap->SetDeviceObserver(m_observer.get());
     } catch (...) {

@@ -95,7 +95,11 @@ public:
     // Device loss -----------------------------------------------------------
     // True once the connection detected that the device is lost (GigE
     // Vision: Aravis's heartbeat got no answer for its whole retry time and
-    // emitted "control-lost"). Lock-free, any thread.
+    // emitted "control-lost"). Lock-free, any thread. From then on the
+    // device node map's reads and writes fail with ORVANE_ERR_DEVICE_LOST
+    // without reaching the device, and a node access that timed out just
+    // before reports the loss too when it is detected within the transport's
+    // verdict time (SetLossVerdictTime).
     bool ControlLost() const;
     // Called once when the loss is detected, on the thread that detects it
     // (GigE Vision: Aravis's heartbeat thread), with no SDK lock held. A
@@ -140,6 +144,11 @@ public:
 
 protected:
     void SetController(bool controller) { m_controller = controller; }
+    // How long after a device access timed out the transport may still need
+    // to detect the device's loss (GenApi::impl::NodeMapBase::
+    // SetLossVerdictTime): the failing node access waits up to that long so
+    // that it reports ORVANE_ERR_DEVICE_LOST rather than a timeout. Default 0.
+    void SetLossVerdictTime(uint32_t milliseconds) { m_nodeMap->SetLossVerdictTime(milliseconds); }
 
 private:
     class Observer;
