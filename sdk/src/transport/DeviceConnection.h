@@ -118,6 +118,12 @@ public:
     // Opens the device's event channel, delivering every event to `sink`
     // until the returned channel is destroyed (DeviceEvents.h); the sink must
     // outlive the channel. Default: ORVANE_ERR_NOT_IMPLEMENTED.
+    // GigE Vision (gige/GigEVisionEventChannel.h): the channel shares
+    // ownership of the connection (close it at DeInit, or the device stays
+    // open); ORVANE_ERR_ACCESS_DENIED in monitor mode,
+    // ORVANE_ERR_NOT_SUPPORTED for a device without a message channel,
+    // ORVANE_ERR_RESOURCE_IN_USE while another channel of the device is open,
+    // ORVANE_ERR_DEVICE_LOST once the device is lost.
     virtual std::unique_ptr<DeviceEventChannel> OpenEventChannel(DeviceEventSink& sink);
 
     // Behaviours ------------------------------------------------------------
