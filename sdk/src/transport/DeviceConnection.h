@@ -158,8 +158,8 @@ protected:
 
 private:
     class Observer;
-    // The loss flag and listeners, shared with Aravis's signal connection
-    // (which frees its reference when it is disconnected).
+    // The loss flag and listeners, shared with the "control-lost" handler
+    // while it runs.
     struct LossState {
         std::atomic<bool> lost{false};
         std::recursive_mutex mutex; // guards listeners and nextId; held while listeners run
@@ -167,8 +167,15 @@ private:
         uint64_t nextId = 1;
         void Report();
     };
-    static void OnControlLost(ArvDevice* device, gpointer state);
-    static void FreeLossState(gpointer state, GClosure* closure);
+    // The handler finds the loss state of its device in a registry guarded
+    // by a mutex of ours (filled before the handler is connected, emptied
+    // after it is disconnected), not through the signal's user data: GLib's
+    // own signal lock is invisible to ThreadSanitizer, and the heartbeat
+    // thread that emits the signal exists before the connection does.
+    static void OnControlLost(ArvDevice* device, gpointer unused);
+    static void RegisterLossState(ArvDevice* device, const std::shared_ptr<LossState>& state);
+    static void UnregisterLossState(ArvDevice* device);
+    static std::shared_ptr<LossState> FindLossState(ArvDevice* device);
 
     ArvDevice* m_device; // owned reference
     const DeviceInfo m_info;
