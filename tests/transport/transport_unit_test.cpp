@@ -119,7 +119,10 @@ TEST(VirtualTransport, DiscoversTheConfiguredNumberOfCameras) {
     EXPECT_TRUE(transport->Discover().empty());
 }
 
-TEST(ActionCommands, TransportsWithoutThemRaise) {
+// GigE Vision sends them (tests/gige, in a private network namespace: a
+// broadcast here would leave the machine); virtual cameras answer them
+// (tests/events).
+TEST(ActionCommands, TransportsWithoutThemRaiseNotImplemented) {
     ActionCommand command;
     command.deviceKey = 0x12345678;
     command.groupKey = 1;
@@ -127,7 +130,7 @@ TEST(ActionCommands, TransportsWithoutThemRaise) {
     command.acknowledge = true;
     command.timeoutMs = 100;
     std::vector<ActionResult> results;
-    for (const auto& transport : {MakeGigEVisionTransport(), MakeUSB3VisionTransport()}) {
+    for (const auto& transport : {MakeUSB3VisionTransport()}) {
         EXPECT_EQ(CodeOf([&] { transport->SendActionCommand(command, results); }), ORVANE_ERR_NOT_IMPLEMENTED);
         EXPECT_EQ(MessageOf([&] { transport->SendActionCommand(command, results); }),
                   "action commands are not implemented for the " + transport->DisplayName() + " transport");

@@ -685,10 +685,6 @@ void ArvNodeMap::NotifyNodeRead() {
     if (m_observer) m_observer->BeforeRead();
 }
 
-void ArvNodeMap::CheckDeviceNotLost(const Node& node, const char* function) const {
-    if (DeviceLost()) node.Fail(__LINE__, function, ORVANE_ERR_DEVICE_LOST, m_observer->DeviceLostMessage());
-}
-
 } // namespace impl
 } // namespace GenApi
 } // namespace Orvane

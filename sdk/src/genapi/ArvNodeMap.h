@@ -143,12 +143,6 @@ public:
         virtual void AfterWrite(uint64_t address, uint64_t length) = 0;
         // A node marked with WatchReads is about to read the device.
         virtual void BeforeRead() = 0;
-        // Whether the device is lost; then every node operation that may
-        // reach the device raises ORVANE_ERR_DEVICE_LOST with
-        // DeviceLostMessage() instead (nodes reading chunk or event data
-        // still work), and access modes computed from the device are NA.
-        virtual bool DeviceLost() const { return false; }
-        virtual std::string DeviceLostMessage() const { return "the device was lost"; }
     };
     // Sets (or, with null, removes) the observer; the observer must outlive
     // its registration. Takes the map's lock.
@@ -161,10 +155,6 @@ public:
     // For the nodes: observer steps of one node's device access.
     void NotifyNodeWrite(const ArvLink& link);
     void NotifyNodeRead();
-    // Whether the observer reports the device lost.
-    bool DeviceLost() const { return m_observer && m_observer->DeviceLost(); }
-    // Raises ORVANE_ERR_DEVICE_LOST naming `node` when the device is lost.
-    void CheckDeviceNotLost(const Node& node, const char* function) const;
 
 private:
     void Build();

@@ -73,22 +73,27 @@ ERepresentation Representation(ArvGcRepresentation r) {
 
 } // namespace
 
-EAccessMode ArvAccessMode(const ArvLink& link) {
+EAccessMode ArvAccessMode(const ArvLink& link, const NodeMapBase& map) {
+    // A lost device's nodes are NA (evaluating their properties would wait
+    // for the device); chunk and event data need no device.
+    if (!link.dataPort && map.DeviceLost()) return NA;
     GError* error = nullptr;
     ArvGcFeatureNode* f = link.feature;
     // A property that cannot be evaluated makes the feature unusable, not the
-    // caller's operation fail: GenApi reports such a node as NA.
-    const bool implemented = arv_gc_feature_node_is_implemented(f, &error);
-    if (error) {
-        g_error_free(error);
+    // caller's operation fail: GenApi reports such a node as NA. A device
+    // timeout there may be the device's loss, which the caller then reports
+    // (Node::CheckReadable): wait for the transport's verdict.
+    const auto failed = [&map](GError* e) {
+        const bool timeout = e->domain == ARV_DEVICE_ERROR && e->code == ARV_DEVICE_ERROR_TIMEOUT;
+        g_error_free(e);
+        if (timeout) map.AwaitDeviceLoss();
         return NA;
-    }
+    };
+    const bool implemented = arv_gc_feature_node_is_implemented(f, &error);
+    if (error) return failed(error);
     if (!implemented) return NI;
     const bool available = arv_gc_feature_node_is_available(f, &error);
-    if (error) {
-        g_error_free(error);
-        return NA;
-    }
+    if (error) return failed(error);
     if (!available) return NA;
     if (link.dataPort && !link.dataPort->HasData()) return NA;
     EAccessMode mode;
@@ -99,10 +104,7 @@ EAccessMode ArvAccessMode(const ArvLink& link) {
     default: mode = NA; break;
     }
     const bool locked = arv_gc_feature_node_is_locked(f, &error);
-    if (error) {
-        g_error_free(error);
-        return NA;
-    }
+    if (error) return failed(error);
     if (locked) mode = mode == RW ? RO : mode == WO ? NA : mode;
     if (link.valueNode) mode = CombineAccess(mode, link.valueNode->GetAccessMode());
     return mode;
@@ -209,8 +211,13 @@ double ServedFloat(const Node& node, Node* source, bool ignoreCache, const char*
 
 void RaiseArvError(const Node& node, const char* function, GError* error) {
     const int code = CodeOf(error);
+    const bool timeout = error->domain == ARV_DEVICE_ERROR && error->code == ARV_DEVICE_ERROR_TIMEOUT;
     std::string message = error->message ? error->message : "Aravis reported an error";
     g_error_free(error);
+    // A device that stopped answering: the access reports the loss once the
+    // transport has decided on it (it may still be deciding after a timeout).
+    if (timeout) node.Map().AwaitDeviceLoss();
+    node.CheckDevice(function, message);
     node.Fail(__LINE__, function, code, message);
 }
 

@@ -57,10 +57,14 @@ struct ArvLink {
 // The GenApi access mode of an Aravis feature: NI when not implemented, NA
 // when not available or when it reads through a chunk or event port that holds
 // no data, else Aravis's RO/WO/RW (imposed mode included), RW lowered to RO
-// (WO to NA) while locked, limited by the pValue target's mode.
-EAccessMode ArvAccessMode(const ArvLink& link);
+// (WO to NA) while locked, limited by the pValue target's mode. NA when the
+// map's device is lost.
+EAccessMode ArvAccessMode(const ArvLink& link, const NodeMapBase& map);
 
-// Raises the SDK error for an Aravis failure on `node` and frees `error`.
+// Raises the SDK error for an Aravis failure on `node` and frees `error`:
+// ORVANE_ERR_DEVICE_LOST when the map's device is lost (after a device
+// timeout, once the transport decided: NodeMapBase::AwaitDeviceLoss), else
+// the code of the Aravis error.
 [[noreturn]] void RaiseArvError(const Node& node, const char* function, GError* error);
 
 // Lets the node map reach the link of any of its nodes.
@@ -83,19 +87,12 @@ public:
     ArvLink& Link() override { return m_link; }
     bool IsAccessModeCacheable() const override { return m_link.accessCacheable; }
     std::string AccessDetail() const override { return PortAbsence(m_link); }
-    // A lost device (ArvNodeMap::DeviceObserver) fails every access at once
-    // and makes every feature NA, cached access modes included; values served
-    // from chunk or event data need no device.
-    void CheckDevice(const char* function) const override {
-        if (!m_link.dataPort) ArvMap().CheckDeviceNotLost(*this, function);
-    }
-    EAccessMode GetAccessMode() const override {
-        if (!m_link.dataPort && ArvMap().DeviceLost()) return NA;
-        return Base::GetAccessMode();
-    }
+    // Values served from chunk or event data need no device.
+    bool ReachesDevice() const override { return !m_link.dataPort; }
 
 protected:
-    EAccessMode ComputeAccessMode() const override { return ArvAccessMode(m_link); }
+    // A lost device's nodes are NA (their properties would wait for it).
+    EAccessMode ComputeAccessMode() const override { return ArvAccessMode(m_link, this->m_map); }
     // The map the node belongs to (Aravis nodes live in ArvNodeMaps only).
     ArvNodeMap& ArvMap() const;
     // Device observer steps around an access that reaches the device.

@@ -36,6 +36,7 @@ Node::Node(NodeMapBase& map, NodeInfo info) : m_map(map), m_info(std::move(info)
 Node::~Node() = default;
 
 EAccessMode Node::GetAccessMode() const {
+    if (m_map.DeviceLost() && ReachesDevice()) return NA; // a lost device's nodes, cached mode or not
     NodeMapBase::MapLock lock(m_map);
     if (m_cachedAccess != _UndefinedAccesMode) return m_cachedAccess;
     const EAccessMode mode = CombineAccess(ComputeAccessMode(), m_imposedAccess);
@@ -260,10 +261,17 @@ void Node::Fail(int line, const char* function, int code, const std::string& mes
     Raise(line, __FILE__, function, code, m_info.name + ": " + message);
 }
 
+void Node::CheckDevice(const char* function, const std::string& detail) const {
+    if (!m_map.DeviceLost() || !ReachesDevice()) return;
+    Fail(__LINE__, function, ORVANE_ERR_DEVICE_LOST,
+         m_map.DeviceLostMessage() + (detail.empty() ? std::string() : "; the access failed: " + detail));
+}
+
 void Node::CheckReadable(const char* function) const {
     CheckDevice(function);
     const EAccessMode mode = GetAccessMode();
     if (mode == RO || mode == RW) return;
+    CheckDevice(function); // found lost while the mode was evaluated
     const std::string detail = mode == NA ? AccessDetail() : std::string();
     Fail(__LINE__, function, ORVANE_ERR_GENICAM_ACCESS,
          std::string("the node is not readable (access mode ") + AccessModeName(mode) + ")" +
@@ -274,6 +282,7 @@ void Node::CheckWritable(const char* function) const {
     CheckDevice(function);
     const EAccessMode mode = GetAccessMode();
     if (mode == WO || mode == RW) return;
+    CheckDevice(function); // found lost while the mode was evaluated
     const std::string detail = mode == NA ? AccessDetail() : std::string();
     Fail(__LINE__, function, ORVANE_ERR_GENICAM_ACCESS,
          std::string("the node is not writable (access mode ") + AccessModeName(mode) + ")" +

@@ -110,14 +110,18 @@ public:
 
     // Raises an SDK exception naming this node: "<Name>: <message>".
     [[noreturn]] void Fail(int line, const char* function, int code, const std::string& message) const;
-    // Raises ORVANE_ERR_GENICAM_ACCESS unless the node is readable/writable now
-    // (after CheckDevice).
+    // Raises ORVANE_ERR_GENICAM_ACCESS unless the node is readable/writable
+    // now; ORVANE_ERR_DEVICE_LOST (CheckDevice) first when the map's device
+    // is lost.
     void CheckReadable(const char* function) const;
     void CheckWritable(const char* function) const;
-    // Raises when the device behind the node cannot be reached at all (a lost
-    // device: ORVANE_ERR_DEVICE_LOST), before any access is tried. Nodes of
-    // the SDK's own maps have no device: nothing.
-    virtual void CheckDevice(const char* /*function*/) const {}
+    // Raises ORVANE_ERR_DEVICE_LOST when the node reaches the device and the
+    // map's device is lost (NodeMapBase::DeviceLost), with the map's loss
+    // message; `detail` (e.g. the failed access's error) is appended.
+    void CheckDevice(const char* function, const std::string& detail = std::string()) const;
+    // Whether the node's value comes from the device. Nodes served from chunk
+    // or event data do not: they keep working after the device is lost.
+    virtual bool ReachesDevice() const { return true; }
     // Why the node is not available, when it can tell more than its access
     // mode (e.g. the chunk its value comes from is missing); "" otherwise.
     // Appended to the access errors above.

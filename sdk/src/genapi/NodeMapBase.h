@@ -13,6 +13,8 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -90,6 +92,35 @@ public:
     // Whether the calling thread holds the map's lock.
     bool HeldByThisThread() const { return m_owner.load() == std::this_thread::get_id(); }
 
+    // Device loss ----------------------------------------------------------
+    // A device node map learns from its transport that the device is lost
+    // (DeviceConnection points it at its loss flag when it makes the map):
+    // from then on node reads and writes fail at once with
+    // ORVANE_ERR_DEVICE_LOST instead of waiting for the device. `lost` must
+    // outlive the map; null (the default, e.g. transport-layer maps): never
+    // lost. Set it before the map is shared with other threads.
+    // `message` words the loss for errors ("camera <id> was lost (<reason>)");
+    // without it: "the device was lost: it no longer answers".
+    void SetLossFlag(const std::atomic<bool>* lost, std::function<std::string()> message = nullptr) {
+        m_lost = lost;
+        m_lossMessage = std::move(message);
+    }
+    // After a device access timed out: how long the transport may still
+    // need to decide whether the device is lost (GigE Vision: Aravis's
+    // heartbeat). The failing access waits up to that long for the loss flag,
+    // so that it reports the loss rather than a timeout. 0 (the default): no
+    // wait. Any thread.
+    void SetLossVerdictTime(uint32_t milliseconds) { m_verdictMs.store(milliseconds); }
+    // Lock-free, any thread.
+    bool DeviceLost() const { return m_lost && m_lost->load(std::memory_order_acquire); }
+    // The loss in words, for ORVANE_ERR_DEVICE_LOST errors. Any thread.
+    std::string DeviceLostMessage() const {
+        return m_lossMessage ? m_lossMessage() : "the device was lost: it no longer answers";
+    }
+    // Waits (up to the verdict time) until the device is known lost; true
+    // when it is. Runs on the failing access's thread, the map's lock held.
+    bool AwaitDeviceLoss() const;
+
     // RAII holder of the map's lock; runs the queued outside-lock callbacks
     // when the outermost holder on this thread releases it.
     class MapLock {
@@ -136,6 +167,9 @@ private:
     std::vector<InFlight> m_inFlight;
     mutable std::vector<PendingCallback> m_pending; // outside-lock callbacks to run on release
     std::unordered_map<Node*, int64_t> m_pollElapsed;
+    const std::atomic<bool>* m_lost = nullptr; // the transport's loss flag, or null
+    std::function<std::string()> m_lossMessage; // set with m_lost, before the map is shared
+    std::atomic<uint32_t> m_verdictMs{0};
 };
 
 } // namespace impl

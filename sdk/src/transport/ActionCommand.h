@@ -28,6 +28,11 @@ struct ActionCommand {
     bool acknowledge = false;
     // How long to wait for acknowledgements, in milliseconds.
     uint32_t timeoutMs = 0;
+    // Empty: every device of the transport (GigE Vision: a broadcast on each
+    // network interface). Otherwise the address of the one device to send it
+    // to (GigE Vision: its IPv4 address, "a.b.c.d"); transports without
+    // addresses ignore it.
+    std::string unicastAddress;
 };
 
 // One acknowledging device.

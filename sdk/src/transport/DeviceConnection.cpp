@@ -1,6 +1,8 @@
 #include "transport/DeviceConnection.h"
 
 #include <algorithm>
+#include <map>
+#include <mutex>
 
 #include "Orvane/Logging.h"
 #include "core/Raise.h"
@@ -29,12 +31,41 @@ void DeviceConnection::LossState::Report(const std::string& why) {
     }
 }
 
-void DeviceConnection::OnControlLost(ArvDevice*, gpointer state) {
-    (*static_cast<std::shared_ptr<LossState>*>(state))->Report("it stopped answering its heartbeat");
+namespace {
+
+// Never destroyed: Aravis's threads may report a loss while the process exits.
+std::mutex& RegistryMutex() {
+    static std::mutex* mutex = new std::mutex;
+    return *mutex;
 }
 
-void DeviceConnection::FreeLossState(gpointer state, GClosure*) {
-    delete static_cast<std::shared_ptr<LossState>*>(state);
+template <class State>
+std::map<ArvDevice*, std::shared_ptr<State>>& Registry() {
+    static auto* registry = new std::map<ArvDevice*, std::shared_ptr<State>>;
+    return *registry;
+}
+
+} // namespace
+
+void DeviceConnection::RegisterLossState(ArvDevice* device, const std::shared_ptr<LossState>& state) {
+    std::lock_guard<std::mutex> lock(RegistryMutex());
+    Registry<LossState>()[device] = state;
+}
+
+void DeviceConnection::UnregisterLossState(ArvDevice* device) {
+    std::lock_guard<std::mutex> lock(RegistryMutex());
+    Registry<LossState>().erase(device);
+}
+
+std::shared_ptr<DeviceConnection::LossState> DeviceConnection::FindLossState(ArvDevice* device) {
+    std::lock_guard<std::mutex> lock(RegistryMutex());
+    const auto found = Registry<LossState>().find(device);
+    return found == Registry<LossState>().end() ? nullptr : found->second;
+}
+
+void DeviceConnection::OnControlLost(ArvDevice* device, gpointer) {
+    // Shared: the connection may end while its listeners run.
+    if (const std::shared_ptr<LossState> state = FindLossState(device)) state->Report("it stopped answering its heartbeat");
 }
 
 // The node map's device observer: passes its accesses to the behaviours.
@@ -43,8 +74,6 @@ public:
     explicit Observer(DeviceConnection& connection) : m_connection(connection) {}
     void AfterWrite(uint64_t address, uint64_t length) override { m_connection.NotifyWrite(address, length); }
     void BeforeRead() override { m_connection.NotifyRead(); }
-    bool DeviceLost() const override { return m_connection.ControlLost(); }
-    std::string DeviceLostMessage() const override { return m_connection.LostMessage(); }
 
 private:
     DeviceConnection& m_connection;
@@ -52,16 +81,19 @@ private:
 
 DeviceConnection::DeviceConnection(ArvDevice* device, const DeviceInfo& info)
     : m_device(device), m_info(info), m_loss(std::make_shared<LossState>()) {
+    RegisterLossState(m_device, m_loss);
     m_controlLostHandler = g_signal_connect_data(m_device, "control-lost", G_CALLBACK(&DeviceConnection::OnControlLost),
-                                                 new std::shared_ptr<LossState>(m_loss),
-                                                 &DeviceConnection::FreeLossState, GConnectFlags(0));
+                                                 nullptr, nullptr, GConnectFlags(0));
     try {
         m_nodeMap = std::make_unique<GenApi::impl::ArvNodeMap>(m_device, "Device");
+        // Node accesses fail at once once the device is lost.
+        m_nodeMap->SetLossFlag(&m_loss->lost, [this] { return LostMessage(); });
         m_observer = std::make_unique<Observer>(*this);
         m_nodeMap->SetDeviceObserver(m_observer.get());
     } catch (...) {
         m_nodeMap.reset();
         g_signal_handler_disconnect(m_device, m_controlLostHandler);
+        UnregisterLossState(m_device);
         g_object_unref(m_device);
         throw;
     }
@@ -71,9 +103,10 @@ DeviceConnection::~DeviceConnection() {
     m_nodeMap->SetDeviceObserver(nullptr);
     m_behaviours.clear();
     m_nodeMap.reset();
-    // Disconnecting frees the signal's reference on the loss state. A GigE
-    // Vision device gives control back when Aravis finalises it.
+    // A handler running now keeps its own reference on the loss state. A
+    // GigE Vision device gives control back when Aravis finalises it.
     g_signal_handler_disconnect(m_device, m_controlLostHandler);
+    UnregisterLossState(m_device);
     g_object_unref(m_device);
 }
 

@@ -99,8 +99,10 @@ public:
     // emitted "control-lost"; a virtual camera: unplugged). Lock-free, any
     // thread. From then on every feature access through the node map and
     // every port access raises ORVANE_ERR_DEVICE_LOST at once, without
-    // reaching the device (see LostMessage), and reading a feature's access
-    // mode gives NA.
+    // reaching the device (see LostMessage), reading a feature's access mode
+    // gives NA, and a node access that timed out just before reports the loss
+    // too when it is detected within the transport's verdict time
+    // (SetLossVerdictTime).
     bool ControlLost() const;
     // Why the device is lost, for error messages: "camera <id> was lost
     // (<reason>)"; empty before the loss. Any thread.
@@ -122,6 +124,12 @@ public:
     // Opens the device's event channel, delivering every event to `sink`
     // until the returned channel is destroyed (DeviceEvents.h); the sink must
     // outlive the channel. Default: ORVANE_ERR_NOT_IMPLEMENTED.
+    // GigE Vision (gige/GigEVisionEventChannel.h): the channel shares
+    // ownership of the connection (close it at DeInit, or the device stays
+    // open); ORVANE_ERR_ACCESS_DENIED in monitor mode,
+    // ORVANE_ERR_NOT_SUPPORTED for a device without a message channel,
+    // ORVANE_ERR_RESOURCE_IN_USE while another channel of the device is open,
+    // ORVANE_ERR_DEVICE_LOST once the device is lost.
     virtual std::unique_ptr<DeviceEventChannel> OpenEventChannel(DeviceEventSink& sink);
     // The events the device's XML describes (event ID -> name, data nodes),
     // read on first use and kept for the connection's life. Any thread.
@@ -157,11 +165,16 @@ protected:
     // once; later reports do nothing. Call it with no SDK lock held (the
     // listeners may take locks of their own).
     void ReportLoss(const std::string& reason);
+    // How long after a device access timed out the transport may still need
+    // to detect the device's loss (GenApi::impl::NodeMapBase::
+    // SetLossVerdictTime): the failing node access waits up to that long so
+    // that it reports ORVANE_ERR_DEVICE_LOST rather than a timeout. Default 0.
+    void SetLossVerdictTime(uint32_t milliseconds) { m_nodeMap->SetLossVerdictTime(milliseconds); }
 
 private:
     class Observer;
-    // The loss flag and listeners, shared with Aravis's signal connection
-    // (which frees its reference when it is disconnected).
+    // The loss flag and listeners, shared with the "control-lost" handler
+    // while it runs.
     struct LossState {
         std::atomic<bool> lost{false};
         std::recursive_mutex mutex; // guards listeners and nextId; held while listeners run
@@ -170,8 +183,15 @@ private:
         std::string reason; // written once, under `mutex`, before `lost` becomes true; read after
         void Report(const std::string& why);
     };
-    static void OnControlLost(ArvDevice* device, gpointer state);
-    static void FreeLossState(gpointer state, GClosure* closure);
+    // The handler finds the loss state of its device in a registry guarded
+    // by a mutex of ours (filled before the handler is connected, emptied
+    // after it is disconnected), not through the signal's user data: GLib's
+    // own signal lock is invisible to ThreadSanitizer, and the heartbeat
+    // thread that emits the signal exists before the connection does.
+    static void OnControlLost(ArvDevice* device, gpointer unused);
+    static void RegisterLossState(ArvDevice* device, const std::shared_ptr<LossState>& state);
+    static void UnregisterLossState(ArvDevice* device);
+    static std::shared_ptr<LossState> FindLossState(ArvDevice* device);
 
     ArvDevice* m_device; // owned reference
     const DeviceInfo m_info;

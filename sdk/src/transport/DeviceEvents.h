@@ -5,8 +5,9 @@
 // DeviceConnection::OpenEventChannel opens it and delivers every event to a
 // DeviceEventSink until the channel object is destroyed. GigE Vision devices
 // send their events on the GVCP message channel, which the GigE Vision
-// transport serves on a socket of its own (Aravis has none); virtual cameras
-// raise them from their runtime and stream engine (VirtualEventSource).
+// transport serves on a socket of its own (Aravis has none:
+// gige/GigEVisionEventChannel.h); virtual cameras raise them from their
+// runtime and stream engine (VirtualEventSource).
 //
 // The sink is the camera's event dispatcher (camera/DeviceEventDispatcher.h):
 // it copies each event into its own bounded queue and returns; the
@@ -55,10 +56,23 @@ public:
     virtual void OnDeviceEvent(const DeviceEvent& event) = 0;
 };
 
+// Counters of one open event channel, for logs and diagnostics. A
+// transport counts what it can tell; the others stay 0.
+struct DeviceEventChannelStatistics {
+    uint64_t events = 0;       // handed to the sink
+    uint64_t acknowledged = 0; // acknowledgements sent to the device
+    uint64_t duplicates = 0;   // retransmissions acknowledged but not delivered again
+    uint64_t malformed = 0;    // messages dropped as no valid event message
+    uint64_t foreign = 0;      // messages dropped as not coming from the device
+    uint64_t sinkErrors = 0;   // sink calls that threw (the exception is dropped)
+};
+
 // An open event channel; destroying it closes the channel.
 class DeviceEventChannel {
 public:
     virtual ~DeviceEventChannel() = default;
+    // The channel's counters so far; any thread, lock-free. Default: all 0.
+    virtual DeviceEventChannelStatistics Statistics() const { return DeviceEventChannelStatistics(); }
 };
 
 } // namespace internal

@@ -1,6 +1,9 @@
 // The GigE Vision transport over Aravis: discovery on every network adapter,
-// devices opened by IP address, and the connection's network facts (current
-// IP configuration, bootstrap registers, stream packet size).
+// devices opened by IP address, the connection's network facts (current IP
+// configuration, bootstrap registers, stream packet size), and what Aravis
+// lacks, on the SDK's own sockets: the device-event channel
+// (gige/GigEVisionEventChannel.h) and action commands
+// (gige/GvcpActionSender.h).
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -9,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -17,6 +21,10 @@
 #include "transport/AravisTransport.h"
 #include "transport/DeviceConnection.h"
 #include "transport/Transports.h"
+#include "transport/gige/GigEVisionEventChannel.h"
+#include "transport/gige/GvSocket.h"
+#include "transport/gige/GvcpActionSender.h"
+#include "transport/gige/GvcpProtocol.h"
 
 namespace Orvane {
 namespace internal {
@@ -29,8 +37,10 @@ namespace {
 constexpr uint64_t kVersionRegister = 0x0000; // major version << 16 | minor version
 constexpr uint64_t kXmlUrlRegister = 0x0200;  // first URL of the device's description, 512 bytes
 constexpr uint32_t kXmlUrlLength = 512;
+constexpr uint64_t kTickFrequencyHighRegister = 0x093C; // timestamp ticks per second, high 32 bits
+constexpr uint64_t kTickFrequencyLowRegister = 0x0940;  // low 32 bits
 
-int64_t ParseIPv4(const std::string& text) {
+int64_t IPv4Number(const std::string& text) {
     unsigned b[4] = {0, 0, 0, 0};
     if (std::sscanf(text.c_str(), "%u.%u.%u.%u", &b[0], &b[1], &b[2], &b[3]) != 4) return 0;
     return (int64_t(b[0] & 255) << 24) | (int64_t(b[1] & 255) << 16) | (int64_t(b[2] & 255) << 8) | int64_t(b[3] & 255);
@@ -39,7 +49,7 @@ int64_t ParseIPv4(const std::string& text) {
 int64_t ToIPv4(GInetAddress* address) {
     if (!address) return 0;
     char* text = g_inet_address_to_string(address);
-    const int64_t v = ParseIPv4(text ? text : "");
+    const int64_t v = IPv4Number(text ? text : "");
     g_free(text);
     return v;
 }
@@ -70,14 +80,28 @@ int InterfaceMtu(const std::string& address) {
     return mtu;
 }
 
-std::string InterfaceAddressOf(ArvGvDevice* gv) {
-    GSocketAddress* socketAddress = arv_gv_device_get_interface_address(gv);
+std::string AddressText(GSocketAddress* socketAddress) {
     if (!G_IS_INET_SOCKET_ADDRESS(socketAddress)) return "";
     GInetAddress* address = g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(socketAddress));
     char* text = g_inet_address_to_string(address);
     std::string result = text ? text : "";
     g_free(text);
     return result;
+}
+
+std::string InterfaceAddressOf(ArvGvDevice* gv) { return AddressText(arv_gv_device_get_interface_address(gv)); }
+
+// How long after a device access timed out Aravis's heartbeat may still need
+// to declare the device lost: it checks every second and gives up after 5 s
+// of failed reads (two reads of 2.5 s each); 2 s more for a heartbeat read
+// that waited behind another access.
+constexpr uint32_t kLossVerdictMs = 8000;
+
+// The text of an Aravis error, freed.
+std::string TakeMessage(GError* error) {
+    std::string what = error && error->message ? error->message : "no answer";
+    if (error) g_error_free(error);
+    return what;
 }
 
 // The GVSP stream: packet resend and its timeout from the stream settings.
@@ -99,6 +123,49 @@ class GigEVisionConnection : public DeviceConnection {
 public:
     GigEVisionConnection(ArvDevice* device, const DeviceInfo& info) : DeviceConnection(device, info) {
         SetController(arv_gv_device_is_controller(Gv()));
+        // Only a controller's connection has a heartbeat that detects loss.
+        if (IsController()) SetLossVerdictTime(kLossVerdictMs);
+    }
+
+    std::unique_ptr<DeviceEventChannel> OpenEventChannel(DeviceEventSink& sink) override {
+        const std::string camera = "camera " + Info().deviceId;
+        if (!IsController())
+            ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
+                      camera +
+                          " is open in monitor mode (another host controls it): only the controlling "
+                          "application can open its message channel for device events");
+        if (ControlLost()) ORV_RAISE(ORVANE_ERR_DEVICE_LOST, camera + " was lost: its device events cannot be opened");
+        GigEVisionEventChannel::Setup setup;
+        guint32 channels = 0;
+        {
+            NodeMapBase::MapLock mapLock(NodeMap());
+            GError* error = nullptr;
+            if (!arv_device_read_register(Device(), gvcp::kRegNumberOfMessageChannels, &channels, &error)) {
+                const std::string what = TakeMessage(error);
+                ORV_RAISE(ControlLost() ? ORVANE_ERR_DEVICE_LOST : ORVANE_ERR_IO,
+                          camera + ": reading its number of message channels failed: " + what);
+            }
+            if (error) g_error_free(error);
+            guint32 high = 0, low = 0;
+            if (arv_device_read_register(Device(), kTickFrequencyHighRegister, &high, nullptr) &&
+                arv_device_read_register(Device(), kTickFrequencyLowRegister, &low, nullptr))
+                setup.tickFrequency = (uint64_t(high) << 32) | low;
+            ParseIPv4(AddressText(arv_gv_device_get_device_address(Gv())), setup.deviceAddress);
+            ParseIPv4(InterfaceAddressOf(Gv()), setup.hostAddress);
+        }
+        if (channels == 0)
+            ORV_RAISE(ORVANE_ERR_NOT_SUPPORTED, camera + " has no message channel: it cannot send device events");
+        if (setup.deviceAddress == 0) ORV_RAISE(ORVANE_ERR_IO, camera + ": its IPv4 address is unknown");
+        bool open = false;
+        if (!m_eventChannelOpen.compare_exchange_strong(open, true))
+            ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, camera + ": its event channel is open already");
+        setup.openFlag = &m_eventChannelOpen;
+        try {
+            return std::make_unique<GigEVisionEventChannel>(shared_from_this(), sink, setup);
+        } catch (...) {
+            m_eventChannelOpen.store(false);
+            throw;
+        }
     }
 
     std::shared_ptr<StreamSource> CreateStreamSource() override {
@@ -175,6 +242,10 @@ public:
 
 private:
     ArvGvDevice* Gv() const { return ARV_GV_DEVICE(Device()); }
+
+    // A device has one message channel: set while a GigEVisionEventChannel
+    // holds it (the channel clears it when it closes).
+    std::atomic<bool> m_eventChannelOpen{false};
 };
 
 class GigEVisionTransport : public AravisTransport {
@@ -188,6 +259,35 @@ public:
         f.networkFeatures = true;
         f.xmlLocation = TransportFeatures::XmlLocation::DeviceUrl;
         return f;
+    }
+
+    void SendActionCommand(const ActionCommand& command, std::vector<ActionResult>& results) override {
+        GvActionRequest request;
+        request.deviceKey = command.deviceKey;
+        request.groupKey = command.groupKey;
+        request.groupMask = command.groupMask;
+        request.scheduled = command.scheduled;
+        request.actionTime = command.actionTime;
+        request.ackRequired = command.acknowledge;
+        std::vector<GvActionTarget> targets;
+        if (command.unicastAddress.empty()) {
+            targets = GvcpActionSender::BroadcastTargets();
+        } else {
+            uint32_t device = 0;
+            if (!ParseIPv4(command.unicastAddress, device) || device == 0)
+                ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
+                          "an action command's device address must be an IPv4 address (a.b.c.d), not \"" +
+                              command.unicastAddress + "\"");
+            targets.push_back(GvcpActionSender::UnicastTarget(device));
+        }
+        const GvActionResults sent =
+            GvcpActionSender::Send(request, targets, command.acknowledge ? command.timeoutMs : 0);
+        for (const GvActionAck& ack : sent.acks) {
+            ActionResult result;
+            result.address = ack.deviceAddress;
+            result.status = ack.status;
+            results.push_back(std::move(result));
+        }
     }
 
     std::shared_ptr<DeviceConnection> Open(const DeviceInfo& info) const override {

@@ -78,9 +78,16 @@ public:
 
     // Sends an action command to the devices of this transport and collects
     // the acknowledgements it asks for into `results` (one per answering
-    // device, appended). Default: ORVANE_ERR_NOT_IMPLEMENTED (a transport
-    // without action commands; the system's SendActionCommand passes over
-    // such transports).
+    // device, appended) until command.timeoutMs has passed; without
+    // acknowledgements it returns once the command is sent. Default (a
+    // transport without action commands): ORVANE_ERR_NOT_IMPLEMENTED; the
+    // system's SendActionCommand passes over such transports.
+    // GigE Vision: ACTION_CMD broadcast on every IPv4 interface that is up
+    // (or sent to command.unicastAddress); results carry each device's
+    // address ("a.b.c.d") and the status of its ACTION_ACK. Only devices
+    // with a controlling application act (or those configured for
+    // unconditional action). ORVANE_ERR_INVALID_ARGUMENT for a unicast address
+    // that is no IPv4 address; ORVANE_ERR_IO when no interface can send.
     virtual void SendActionCommand(const ActionCommand& command, std::vector<ActionResult>& results);
 
     // How long the device monitor (arrival and removal events) waits after

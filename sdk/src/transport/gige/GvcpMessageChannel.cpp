@@ -63,7 +63,11 @@ void GvcpMessageChannel::Start(uint32_t deviceAddress, RegisterWriter writer, Ev
     }
 
     m_socket = std::move(socket);
-    m_wakeFd = wakeFd;
+    {
+        std::lock_guard<std::mutex> wake(m_wakeMutex);
+        m_wakeFd = wakeFd;
+        m_abandoned = false;
+    }
     m_writer = std::move(writer);
     m_sink = std::move(sink);
     m_deviceAddress = deviceAddress;
@@ -82,25 +86,49 @@ void GvcpMessageChannel::Stop(bool closeOnDevice) {
         ORV_RAISE(ORVANE_ERR_INVALID_STATE, "A message channel cannot be stopped from its own event sink");
     std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_running.load()) return;
-    if (closeOnDevice) {
+    bool abandoned;
+    {
+        std::lock_guard<std::mutex> wake(m_wakeMutex);
+        abandoned = m_abandoned;
+    }
+    if (closeOnDevice && !abandoned) {
         try {
             m_writer(gvcp::kRegMessageChannelPort, 0);
         } catch (...) {
             // The device may be gone: the channel closes on our side anyway.
         }
     }
-    const uint64_t one = 1;
-    if (write(m_wakeFd, &one, sizeof one) < 0) {
-        // An eventfd write fails only when its counter would overflow: it is set already.
-    }
+    Wake();
     m_thread.join();
-    close(m_wakeFd);
-    m_wakeFd = -1;
+    {
+        std::lock_guard<std::mutex> wake(m_wakeMutex);
+        close(m_wakeFd);
+        m_wakeFd = -1;
+    }
     m_socket.Close();
     m_writer = nullptr;
     m_sink = nullptr;
     m_receiverId.store(std::thread::id());
     m_running.store(false);
+}
+
+void GvcpMessageChannel::Abandon() {
+    std::lock_guard<std::mutex> wake(m_wakeMutex);
+    if (m_wakeFd < 0) return;
+    m_abandoned = true;
+    WakeLocked();
+}
+
+void GvcpMessageChannel::Wake() {
+    std::lock_guard<std::mutex> wake(m_wakeMutex);
+    WakeLocked();
+}
+
+void GvcpMessageChannel::WakeLocked() {
+    const uint64_t one = 1;
+    if (write(m_wakeFd, &one, sizeof one) < 0) {
+        // An eventfd write fails only when its counter would overflow: it is set already.
+    }
 }
 
 bool GvcpMessageChannel::IsRunning() const { return m_running.load(); }

@@ -7,9 +7,10 @@
 // Threads and ownership:
 // - The GvcpMessageChannel object owns its socket and its receiver thread.
 //   Start creates both; Stop (or the destructor) ends the thread, joins it
-//   and closes the socket. Start, Stop, IsRunning, HostAddress, HostPort and
-//   GetStatistics may be called from any thread; one mutex serialises Start
-//   and Stop, the others read atomics and never block.
+//   and closes the socket. Start, Stop, Abandon, IsRunning, HostAddress,
+//   HostPort and GetStatistics may be called from any thread; one mutex
+//   serialises Start and Stop, Abandon takes only a short-held mutex of its
+//   own, the others read atomics and never block.
 // - The register writer runs only on the thread calling Start or Stop,
 //   never on the receiver thread. It is expected to go through the
 //   connection that holds the device's control privilege (for Aravis: the
@@ -99,6 +100,14 @@ public:
     // is ignored (the device may be gone). Does nothing when not running.
     void Stop(bool closeOnDevice = true);
 
+    // The device is gone: tells the receiver thread to end (without waiting
+    // for it) and makes the next Stop skip the device write, as Stop(false).
+    // Stop (or the destructor) still joins the thread and closes the socket.
+    // Returns at once; safe from any thread, the sink's included (for a
+    // device loss reported on a thread that must not wait). No effect when
+    // not running; the next Start forgets it.
+    void Abandon();
+
     bool IsRunning() const;
     uint32_t HostAddress() const; // valid while running
     uint16_t HostPort() const;    // valid while running
@@ -109,6 +118,8 @@ private:
     void Handle(const uint8_t* datagram, size_t size, uint32_t sourceAddress, uint16_t sourcePort);
     bool SeenBefore(uint16_t reqId);
     void Deliver(const GvEventMessage& message);
+    void Wake();       // tells the receiver thread to end
+    void WakeLocked(); // the same, m_wakeMutex held
 
     std::mutex m_mutex; // serialises Start and Stop; never taken by the receiver thread
     std::atomic<bool> m_running{false};
@@ -116,7 +127,9 @@ private:
     std::atomic<uint32_t> m_hostAddress{0};
     std::atomic<uint16_t> m_hostPort{0};
     UdpSocket m_socket;
-    int m_wakeFd = -1; // eventfd that tells the receiver thread to end
+    std::mutex m_wakeMutex; // guards m_wakeFd and m_abandoned against Abandon; held briefly, never while joining
+    int m_wakeFd = -1;      // eventfd that tells the receiver thread to end
+    bool m_abandoned = false;
     std::thread m_thread;
     RegisterWriter m_writer;
     EventSink m_sink;
