@@ -1,7 +1,5 @@
 #include "acquisition/StreamRun.h"
 
-#include <pthread.h>
-
 #include <chrono>
 #include <cstring>
 #include <limits>
@@ -12,6 +10,8 @@
 #include "core/Raise.h"
 #include "image/Crc32.h"
 #include "image/PixelFormatInfo.h"
+#include "logging/Log.h"
+#include "logging/ThreadName.h"
 #include "transport/DeviceConnection.h"
 #include "transport/StreamSource.h"
 
@@ -84,7 +84,11 @@ std::shared_ptr<StreamRun> StreamRun::Create(StreamRunConfig config) {
 
 StreamRun::StreamRun(StreamRunConfig config)
     : m_config(std::move(config)), m_stats(m_config.state->statistics), m_losesFrames(m_config.source->LosesFrames()),
-      m_queue(static_cast<size_t>(m_config.bufferCount)) {}
+      m_queue(static_cast<size_t>(m_config.bufferCount)),
+      m_frameReport(kLogCategoryAcquisition, LOG_LEVEL_WARN, "camera " + m_config.cameraName,
+                    {"frames lost", "frames incomplete"}),
+      m_resendReport(kLogCategoryAcquisition, LOG_LEVEL_NOTICE, "camera " + m_config.cameraName,
+                     {"packet resend requests", "packets resent"}) {}
 
 StreamRun::~StreamRun() {
     try {
@@ -175,7 +179,7 @@ void StreamRun::ReturnBuffer(std::shared_ptr<void> storage) {
 }
 
 void StreamRun::DeliveryLoop() {
-    pthread_setname_np(pthread_self(), "orv-deliver");
+    SetThreadName("orv-deliver");
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopDelivery) {
         if (m_popsItself) {
@@ -196,6 +200,8 @@ void StreamRun::DeliveryLoop() {
         // paths) is taken here.
         while (ArvBuffer* stray = m_config.source->Pop(0)) OnBuffer(stray);
         UpdateTransportStatistics();
+        m_frameReport.Update({m_stats.lostFrames.load(std::memory_order_relaxed),
+                              m_stats.incompleteFrames.load(std::memory_order_relaxed)});
         const bool lost = m_config.connection->ControlLost();
         lock.lock();
         if (lost && !m_lost) {
@@ -299,6 +305,7 @@ void StreamRun::UpdateTransportStatistics() {
     Relaxed(m_stats.resendReceivedPackets, c.resentPackets);
     Relaxed(m_stats.resendRequestTimeouts, c.timeouts);
     Relaxed(m_stats.duplicatedPackets, c.duplicatedPackets);
+    m_resendReport.Update({c.resendRequests, c.resentPackets});
 }
 
 ImagePtr StreamRun::Next(uint64_t timeoutMs) {

@@ -50,8 +50,9 @@
 //   - the delivery thread ("orv-deliver"), started by Open and joined by
 //     Close, keeps watch: every 20 ms it copies the transport's counters into
 //     the stream statistics, notices a lost device (waking the callers
-//     waiting in Next) and takes any buffer the source completed without a
-//     callback. Image events plug in here: with handlers registered,
+//     waiting in Next), takes any buffer the source completed without a
+//     callback and logs lost and incomplete frames and packet resends (at
+//     most one record of each a second, CounterReport). Image events plug in here: with handlers registered,
 //     OnBuffer will hand frames to this thread, which calls the handlers
 //     outside every lock, instead of queueing them for GetNextImage;
 //   - m_mutex guards the queue, the count of buffers with the stream, the
@@ -79,6 +80,7 @@
 #include "acquisition/FrameQueue.h"
 #include "camera/StreamSettings.h"
 #include "image/ImageAccess.h"
+#include "logging/CounterReport.h"
 #include "transport/StreamSlot.h"
 
 namespace Orvane {
@@ -172,6 +174,10 @@ private:
     // are frames that never arrived).
     uint64_t m_lastFrameId = 0;
     uint64_t m_gapFrames = 0;
+    // Log records of lost and incomplete frames, and of packet resends (the
+    // delivery thread's, at most one of each a second).
+    CounterReport m_frameReport;
+    CounterReport m_resendReport;
 };
 
 } // namespace internal

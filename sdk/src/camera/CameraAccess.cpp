@@ -6,6 +6,7 @@
 
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
+#include "logging/Log.h"
 
 namespace Orvane {
 namespace internal {
@@ -44,7 +45,7 @@ CameraAccess::~CameraAccess() {
 }
 
 void CameraAccess::Init() {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     if (m_connection) return;
     const DeviceInfo info = m_camera.Info();
     if (!m_camera.IsPresent())
@@ -52,6 +53,15 @@ void CameraAccess::Init() {
                   "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
     m_connection = m_camera.Through().Open(info);
     m_initialized.store(true);
+    const std::string id = info.deviceId;
+    // Runs on the thread that detects the loss (GigE Vision: Aravis's heartbeat thread).
+    m_connection->AddLossListener([id] {
+        ORV_LOG(kLogCategoryCamera, LOG_LEVEL_ERROR, "camera " + id + " was lost: the device no longer answers");
+    });
+    lock.unlock(); // log handlers may call back into the camera
+    ORV_LOG(kLogCategoryCamera, LOG_LEVEL_INFO,
+            "camera " + id + " opened (" + info.modelName + ", serial " + info.serialNumber + ", " + info.protocol +
+                " at " + info.address + ")");
 }
 
 void CameraAccess::DeInit() {
@@ -69,6 +79,7 @@ void CameraAccess::DeInit() {
         m_initialized.store(false);
         closing.swap(m_connection);
     }
+    if (closing) ORV_LOG(kLogCategoryCamera, LOG_LEVEL_INFO, "camera " + closing->Info().deviceId + " closed");
     // The device closes here unless another operation still holds the connection.
 }
 
