@@ -1,10 +1,14 @@
 // Records of camera and acquisition events on a virtual camera: opening,
-// acquisition start and stop, closing, and errors, each with its category,
-// priority, thread name and timestamp; and nothing of it at the default level.
+// acquisition start and stop, closing, loss, and errors, each with its
+// category, priority, thread name and timestamp; and nothing of it at the
+// default level.
 #include <gtest/gtest.h>
+
+#include <arv.h>
 
 #include <regex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "LogCollector.h"
@@ -13,7 +17,10 @@
 #include "Orvane/GenApi/GenApi.h"
 #include "Orvane/System.h"
 #include "SdkError.h"
+#include "camera/CameraAccess.h"
+#include "camera/DiscoveredCamera.h"
 #include "logging/ThreadName.h"
+#include "transport/DeviceConnection.h"
 
 using namespace Orvane;
 using namespace Orvane::GenApi;
@@ -93,6 +100,24 @@ TEST_F(LoggingVirtualTest, TheDefaultLevelKeepsEventsOut) {
     LoggerWrapper::SetPriority(LOG_LEVEL_WARN);
     RunCamera();
     EXPECT_TRUE(scope.collector.Records().empty());
+}
+
+TEST_F(LoggingVirtualTest, ALostCameraIsLoggedOnTheThreadThatDetectsTheLoss) {
+    ScopedCollector scope(LOG_LEVEL_WARN);
+    camera->Init();
+    const std::shared_ptr<internal::DeviceConnection> connection = camera->Core().Access().Connection();
+    ASSERT_TRUE(connection);
+    // What Aravis's heartbeat thread does when the device stops answering.
+    std::thread heartbeat([&] {
+        internal::SetThreadName("heartbeat");
+        g_signal_emit_by_name(connection->Device(), "control-lost");
+    });
+    heartbeat.join();
+    const std::vector<Record> records = scope.collector.Of("Orvane.Camera");
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].message, std::string("camera ") + kCamera + " was lost: the device no longer answers");
+    EXPECT_EQ(records[0].priority, LOG_LEVEL_ERROR);
+    EXPECT_EQ(records[0].threadName, "heartbeat");
 }
 
 TEST_F(LoggingVirtualTest, ErrorsAreLoggedUnderTheAreaThatRaisedThem) {
