@@ -385,6 +385,37 @@ TEST_F(ArvNodeMapTest, ValueCachesFollowTheCachingModeAndInvalidation) {
     cb->Destroy();
 }
 
+TEST_F(ArvNodeMapTest, PollNotifiesOnlyWhenThePolledRegisterChanged) {
+    CIntegerPtr polled(Node("Polled"));
+    Poke(0x1090, 5);
+    std::atomic<int> fired{0}, firedReg{0};
+    auto* cb = new FunctionNodeCallback(polled->GetNode(), [&](INode*) { ++fired; });
+    auto* cbReg = new FunctionNodeCallback(Node("PolledReg"), [&](INode*) { ++firedReg; });
+    const CallbackHandleType h = polled->GetNode()->RegisterCallback(cb);
+    const CallbackHandleType hReg = Node("PolledReg")->RegisterCallback(cbReg);
+    map->Poll(100); // the first poll: nothing seen before
+    EXPECT_EQ(fired.load(), 1);
+    EXPECT_EQ(firedReg.load(), 1);
+    map->Poll(100); // unchanged
+    map->Poll(250);
+    EXPECT_EQ(fired.load(), 1);
+    EXPECT_EQ(firedReg.load(), 1);
+    EXPECT_EQ(polled->GetValue(), 5);
+    Poke(0x1090, 7);
+    map->Poll(40); // not due
+    EXPECT_EQ(fired.load(), 1);
+    map->Poll(60);
+    EXPECT_EQ(fired.load(), 2);
+    EXPECT_EQ(firedReg.load(), 2);
+    EXPECT_EQ(polled->GetValue(), 7);
+    map->Poll(100);
+    EXPECT_EQ(fired.load(), 2);
+    Node("PolledReg")->DeregisterCallback(hReg);
+    polled->GetNode()->DeregisterCallback(h);
+    cbReg->Destroy();
+    cb->Destroy();
+}
+
 TEST_F(ArvNodeMapTest, PortWritesReachFeaturesAndDropCaches) {
     CIntegerPtr width(Node("Width"));
     width->SetValue(640);

@@ -57,8 +57,14 @@ private:
 typedef std::shared_ptr<LoggingEventData> LoggingEventDataPtr;
 
 // Receives log records. OnLogEvent runs synchronously on the thread that
-// logged, with no SDK lock held; it may log or call the SDK itself (records
-// logged from inside a handler are not delivered again to avoid recursion).
+// logged: a caller's thread, or one of the SDK's own threads (the thread
+// name says which: "orv-deliver", ...). Records of the SDK's events (camera
+// opened, closed or lost, acquisition started or stopped, frames lost, ...)
+// are delivered with no SDK lock held. Records of errors are delivered where
+// the error is raised, and that thread may hold SDK locks then (a node map's,
+// a camera's): a handler should keep the record (copy it, queue it) and
+// return, not wait for other threads nor control cameras from there. Records
+// logged from inside a handler are not delivered again (no recursion).
 class ORVANE_API LoggingEventHandler : public virtual EventHandler {
 public:
     LoggingEventHandler();
@@ -67,7 +73,14 @@ public:
 };
 
 // Entry points that write log records: one per priority. The context text
-// becomes the record's NDC.
+// becomes the record's NDC; the category of their records is "Orvane". The
+// SDK's own records name the area that writes them: "Orvane.Camera",
+// "Orvane.Acquisition", "Orvane.GenApi", ... (errors the SDK raises: the area
+// that raised them).
+//
+// Cost: IsEnabled reads two atomics and takes no lock; a record it refuses
+// costs nothing more. A record that passes is delivered synchronously, on the
+// calling thread, to every registered handler.
 class ORVANE_API LoggerWrapper {
 public:
     static void LoggingFatal(const GenICam::gcstring& message, const GenICam::gcstring& context);
@@ -79,8 +92,12 @@ public:
     static void LoggingInfo(const GenICam::gcstring& message, const GenICam::gcstring& context);
     static void LoggingDebug(const GenICam::gcstring& message, const GenICam::gcstring& context);
     static void Log(int priority, const GenICam::gcstring& message, const GenICam::gcstring& context);
+    // Writes a record under a category of the caller's choice.
+    static void LogWithCategory(int priority, const GenICam::gcstring& category, const GenICam::gcstring& message,
+                                const GenICam::gcstring& context);
 
-    // Whether a record of this priority would reach the handlers now.
+    // Whether a record of this priority would reach the handlers now: the
+    // level lets it pass and at least one handler is registered.
     static bool IsEnabled(int priority);
     static void SetPriority(LogLevel level);
     static LogLevel GetPriority();

@@ -3,12 +3,12 @@
 #include <string>
 
 #include "Orvane/GenApi/GenApi.h"
-#include "Orvane/Logging.h"
 #include "acquisition/DeviceChunkDecoder.h"
 #include "acquisition/ImageLeasePool.h"
 #include "acquisition/StreamRun.h"
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
+#include "logging/Log.h"
 #include "transport/DeviceConnection.h"
 #include "transport/StreamSource.h"
 
@@ -52,10 +52,19 @@ void Execute(GenApi::INodeMap& map, const char* name, const std::string& camera)
     command->Execute();
 }
 
+const char* HandlingModeName(BufferHandlingMode mode) {
+    switch (mode) {
+    case BufferHandlingMode::OldestFirst: return "OldestFirst";
+    case BufferHandlingMode::OldestFirstOverwrite: return "OldestFirstOverwrite";
+    case BufferHandlingMode::NewestOnly: return "NewestOnly";
+    case BufferHandlingMode::NewestFirst: return "NewestFirst";
+    }
+    return "?";
+}
+
 void LogFailure(const std::string& camera, const char* what, const std::exception& e) {
-    LoggerWrapper::LoggingWarning(
-        ("camera " + camera + ": " + what + " failed while ending the acquisition: " + e.what()).c_str(),
-        "Acquisition");
+    ORV_LOG(kLogCategoryAcquisition, LOG_LEVEL_WARN,
+            "camera " + camera + ": " + what + " failed while ending the acquisition: " + e.what());
 }
 
 } // namespace
@@ -86,7 +95,7 @@ std::shared_ptr<StreamRun> Acquisition::CurrentRun() const {
 bool Acquisition::IsStreaming() const { return static_cast<bool>(CurrentRun()); }
 
 void Acquisition::Begin() {
-    std::lock_guard<std::mutex> guard(m_beginEnd);
+    std::unique_lock<std::mutex> guard(m_beginEnd);
     const std::string name = m_access.Camera().Info().deviceId;
     if (CurrentRun()) ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, "camera " + name + " is already streaming");
     std::shared_ptr<DeviceConnection> connection = m_access.Connection();
@@ -108,6 +117,7 @@ void Acquisition::Begin() {
     std::shared_ptr<StreamRun> run;
     std::shared_ptr<StreamSource> source;
     bool paramsLocked = false;
+    size_t payloadSize = 0;
     try {
         StreamRunConfig config;
         {
@@ -144,6 +154,7 @@ void Acquisition::Begin() {
         config.cameraName = name;
         config.events = m_access.Events();
         config.owner = this;
+        payloadSize = config.payloadSize;
         run = StreamRun::Create(std::move(config));
         state.statistics.Reset();
         run->Open();
@@ -165,10 +176,17 @@ void Acquisition::Begin() {
         throw;
     }
     state.statistics.grabbing.store(true);
-    std::lock_guard<std::mutex> lock(m_runMutex);
-    m_run = run;
-    m_runSource = source;
-    m_runConnection = connection;
+    {
+        std::lock_guard<std::mutex> lock(m_runMutex);
+        m_run = run;
+        m_runSource = source;
+        m_runConnection = connection;
+    }
+    guard.unlock(); // log handlers may call back into the camera
+    ORV_LOG(kLogCategoryAcquisition, LOG_LEVEL_INFO,
+            "camera " + name + ": acquisition started (" + std::to_string(settings.BufferCount()) + " buffers of " +
+                std::to_string(payloadSize) + " bytes, buffer handling " + HandlingModeName(settings.handlingMode) +
+                ")");
 }
 
 void Acquisition::RefuseOnDeliveryThread(const char* function) const {
@@ -182,20 +200,25 @@ bool Acquisition::OnDeliveryThread() const { return StreamRun::OnDeliveryThread(
 
 void Acquisition::End() {
     RefuseOnDeliveryThread("EndAcquisition");
-    std::lock_guard<std::mutex> guard(m_beginEnd);
+    std::unique_lock<std::mutex> guard(m_beginEnd);
     std::shared_ptr<StreamRun> run = CurrentRun();
     if (!run) ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_access.Camera().Info().deviceId + " is not streaming");
-    EndLocked(run);
+    const std::string record = EndLocked(run);
+    guard.unlock(); // log handlers may call back into the camera
+    ORV_LOG(kLogCategoryAcquisition, LOG_LEVEL_INFO, record);
 }
 
 void Acquisition::Stop() {
     RefuseOnDeliveryThread("DeInit");
-    std::lock_guard<std::mutex> guard(m_beginEnd);
+    std::unique_lock<std::mutex> guard(m_beginEnd);
     std::shared_ptr<StreamRun> run = CurrentRun();
-    if (run) EndLocked(run);
+    if (!run) return;
+    const std::string record = EndLocked(run);
+    guard.unlock();
+    ORV_LOG(kLogCategoryAcquisition, LOG_LEVEL_INFO, record);
 }
 
-void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
+std::string Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
     std::shared_ptr<DeviceConnection> connection;
     std::shared_ptr<StreamSource> source;
     {
@@ -224,8 +247,15 @@ void Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
     }
     StreamState& state = m_access.Stream();
     state.statistics.grabbing.store(false);
-    std::lock_guard<std::mutex> lock(state.mutex);
-    state.locked = false;
+    {
+        std::lock_guard<std::mutex> lock(state.mutex);
+        state.locked = false;
+    }
+    const StreamStatistics& s = state.statistics;
+    return "camera " + name + ": acquisition stopped" + (lost ? " (the camera was lost)" : "") + " (" +
+           std::to_string(s.deliveredFrames.load()) + " images delivered, " + std::to_string(s.lostFrames.load()) +
+           " frames lost, " + std::to_string(s.incompleteFrames.load()) + " incomplete, " +
+           std::to_string(s.droppedFrames.load()) + " dropped by the buffer handling)";
 }
 
 ImagePtr Acquisition::Next(uint64_t timeoutMs, uint64_t streamIndex) {

@@ -46,6 +46,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 
 #include "Orvane/ImageList.h"
 #include "camera/CameraAccess.h"
@@ -88,7 +89,9 @@ private:
     std::shared_ptr<StreamRun> CurrentRun() const;
     // Raises ORVANE_ERR_INVALID_STATE on this camera's delivery thread.
     void RefuseOnDeliveryThread(const char* function) const;
-    void EndLocked(const std::shared_ptr<StreamRun>& run);
+    // Ends the run (m_beginEnd held); returns the text of the log record
+    // saying so, for the caller to write once m_beginEnd is released.
+    std::string EndLocked(const std::shared_ptr<StreamRun>& run);
 
     CameraAccess& m_access;
     std::mutex m_beginEnd; // serialises Begin and End (see the header comment)

@@ -1,7 +1,5 @@
 #include "acquisition/StreamRun.h"
 
-#include <pthread.h>
-
 #include <chrono>
 #include <cstring>
 #include <limits>
@@ -13,6 +11,8 @@
 #include "core/Raise.h"
 #include "image/Crc32.h"
 #include "image/PixelFormatInfo.h"
+#include "logging/Log.h"
+#include "logging/ThreadName.h"
 #include "transport/DeviceConnection.h"
 #include "transport/StreamSource.h"
 
@@ -88,7 +88,11 @@ std::shared_ptr<StreamRun> StreamRun::Create(StreamRunConfig config) {
 
 StreamRun::StreamRun(StreamRunConfig config)
     : m_config(std::move(config)), m_stats(m_config.state->statistics), m_losesFrames(m_config.source->LosesFrames()),
-      m_queue(static_cast<size_t>(m_config.bufferCount)), m_handlerQueue(static_cast<size_t>(m_config.bufferCount)) {}
+      m_queue(static_cast<size_t>(m_config.bufferCount)), m_handlerQueue(static_cast<size_t>(m_config.bufferCount)),
+      m_frameReport(kLogCategoryAcquisition, LOG_LEVEL_WARN, "camera " + m_config.cameraName,
+                    {"frames lost", "frames incomplete"}),
+      m_resendReport(kLogCategoryAcquisition, LOG_LEVEL_NOTICE, "camera " + m_config.cameraName,
+                     {"packet resend requests", "packets resent"}) {}
 
 bool StreamRun::OnDeliveryThread(const void* owner) { return owner && t_deliveryOwner == owner; }
 
@@ -182,7 +186,7 @@ void StreamRun::ReturnBuffer(std::shared_ptr<void> storage) {
 }
 
 void StreamRun::DeliveryLoop() {
-    pthread_setname_np(pthread_self(), "orv-deliver");
+    SetThreadName("orv-deliver");
     t_deliveryOwner = m_config.owner;
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopDelivery) {
@@ -212,6 +216,8 @@ void StreamRun::DeliveryLoop() {
         // paths) is taken here.
         while (ArvBuffer* stray = m_config.source->Pop(0)) OnBuffer(stray);
         UpdateTransportStatistics();
+        m_frameReport.Update({m_stats.lostFrames.load(std::memory_order_relaxed),
+                              m_stats.incompleteFrames.load(std::memory_order_relaxed)});
         const bool lost = m_config.connection->ControlLost();
         lock.lock();
         if (lost && !m_lost) {
@@ -343,6 +349,7 @@ void StreamRun::UpdateTransportStatistics() {
     Relaxed(m_stats.resendReceivedPackets, c.resentPackets);
     Relaxed(m_stats.resendRequestTimeouts, c.timeouts);
     Relaxed(m_stats.duplicatedPackets, c.duplicatedPackets);
+    m_resendReport.Update({c.resendRequests, c.resentPackets});
 }
 
 ImagePtr StreamRun::Next(uint64_t timeoutMs) {

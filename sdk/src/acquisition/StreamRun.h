@@ -60,10 +60,12 @@
 //   - the delivery thread ("orv-deliver"), started by Open and joined by
 //     Close, keeps watch: every 20 ms it copies the transport's counters into
 //     the stream statistics, notices a lost device (waking the callers
-//     waiting in Next) and takes any buffer the source completed without a
-//     callback; with image handlers registered it calls them, frame by frame
-//     (see above). OnDeliveryThread tells code that must not wait for this
-//     thread (EndAcquisition, DeInit) that it runs on it;
+//     waiting in Next), takes any buffer the source completed without a
+//     callback and logs lost and incomplete frames and packet resends (at
+//     most one record of each a second, CounterReport); with image handlers
+//     registered it calls them, frame by frame (see above). OnDeliveryThread
+//     tells code that must not wait for this thread (EndAcquisition, DeInit)
+//     that it runs on it;
 //   - m_mutex guards the queue, the count of buffers with the stream, the
 //     ended and lost flags, whether returns may be pushed to the source, and
 //     the frame ID bookkeeping; it is held for queue operations and source
@@ -89,6 +91,7 @@
 #include "acquisition/FrameQueue.h"
 #include "camera/StreamSettings.h"
 #include "image/ImageAccess.h"
+#include "logging/CounterReport.h"
 #include "transport/StreamSlot.h"
 
 namespace Orvane {
@@ -199,6 +202,10 @@ private:
     // are frames that never arrived).
     uint64_t m_lastFrameId = 0;
     uint64_t m_gapFrames = 0;
+    // Log records of lost and incomplete frames, and of packet resends (the
+    // delivery thread's, at most one of each a second).
+    CounterReport m_frameReport;
+    CounterReport m_resendReport;
 };
 
 } // namespace internal

@@ -7,6 +7,7 @@
 #include "camera/CameraEvents.h"
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
+#include "logging/Log.h"
 
 namespace Orvane {
 namespace internal {
@@ -46,6 +47,7 @@ CameraAccess::~CameraAccess() {
 }
 
 void CameraAccess::Init() {
+    std::string opened;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (m_connection) return;
@@ -55,7 +57,16 @@ void CameraAccess::Init() {
                       "camera " + info.deviceId + " is no longer present (rediscover the cameras)");
         m_connection = m_camera.Through().Open(info);
         m_initialized.store(true);
+        // Runs on the thread that detects the loss (GigE Vision: Aravis's
+        // heartbeat thread); the connection outlives its listeners.
+        DeviceConnection* connection = m_connection.get();
+        m_connection->AddLossListener(
+            [connection] { ORV_LOG(kLogCategoryCamera, LOG_LEVEL_ERROR, connection->LostMessage()); });
+        opened = "camera " + info.deviceId + " opened (" + info.modelName + ", serial " + info.serialNumber + ", " +
+                 info.protocol + " at " + info.address + ")";
     }
+    // Without m_mutex: log handlers may call back into the camera.
+    ORV_LOG(kLogCategoryCamera, LOG_LEVEL_INFO, opened);
     // Without m_mutex (the event thread reads the node map). A transport
     // without device events does not fail Init: the failure is logged.
     m_events->Update(false);
@@ -84,6 +95,7 @@ void CameraAccess::DeInit() {
         m_initialized.store(false);
         closing.swap(m_connection);
     }
+    if (closing) ORV_LOG(kLogCategoryCamera, LOG_LEVEL_INFO, "camera " + closing->Info().deviceId + " closed");
     // The event thread stops and lets the connection go.
     m_events->Update(false);
     // The device closes here unless another operation still holds the connection.

@@ -1,5 +1,7 @@
 // Raising SDK errors: every error the SDK detects itself is logged at error
-// priority and thrown as Orvane::Exception carrying the raising position.
+// priority, under the category of the area that raised it ("Orvane.Camera"
+// for a file under src/camera/, ...; the names logging/Log.h lists), and
+// thrown as Orvane::Exception carrying the raising position.
 #ifndef ORVANE_CORE_RAISE_H
 #define ORVANE_CORE_RAISE_H
 

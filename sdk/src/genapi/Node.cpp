@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <atomic>
 
-#include "Orvane/Logging.h"
 #include "core/Raise.h"
 #include "genapi/NodeMapBase.h"
+#include "logging/LogRateLimiter.h"
 
 namespace Orvane {
 namespace GenApi {
@@ -211,13 +211,18 @@ void Node::AddWriteTarget(Node& target) {
 void Node::InvalidateCache() { m_cachedAccess = _UndefinedAccesMode; }
 
 namespace {
-// A callback's failure is logged and stops nothing: the change it reports has
-// already happened.
+// A callback's failure is logged (one record a second per node at most: a
+// callback failing on every change must not flood the log) and stops
+// nothing: the change it reports has already happened.
 void Invoke(const CNodeCallback& callback, ECallbackType type, const std::string& node) {
     try {
         callback(type);
     } catch (const std::exception& e) {
-        LoggerWrapper::LoggingError(("node callback of " + node + " failed: " + e.what()).c_str(), "");
+        ORV_LOG_RATE_LIMITED(internal::kLogCategoryGenApi, LOG_LEVEL_ERROR, "node-callback:" + node,
+                             "node callback of " + node + " failed: " + e.what());
+    } catch (...) {
+        ORV_LOG_RATE_LIMITED(internal::kLogCategoryGenApi, LOG_LEVEL_ERROR, "node-callback:" + node,
+                             "node callback of " + node + " failed");
     }
 }
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 
 #include "core/Raise.h"
 #include "genapi/Node.h"
@@ -70,18 +71,54 @@ void NodeMapBase::InvalidateNodes() const {
     for (const auto& n : m_nodes) n->InvalidateCache();
 }
 
+namespace {
+
+// A polled node's value, exactly (floats by their bits, registers byte by
+// byte), for comparing two polls; from the cache unless `ignoreCache`. A node
+// that cannot be read gives a text no value has (its access mode), so that
+// becoming readable or unreadable counts as a change.
+std::string PolledValue(Node& node, bool ignoreCache) {
+    const EAccessMode mode = node.GetAccessMode();
+    if (mode != RO && mode != RW) return std::string("\x01") + AccessModeName(mode);
+    try {
+        if (auto* i = dynamic_cast<IInteger*>(&node)) return std::to_string(i->GetValue(false, ignoreCache));
+        if (auto* f = dynamic_cast<IFloat*>(&node)) {
+            const double v = f->GetValue(false, ignoreCache);
+            char bits[32];
+            std::snprintf(bits, sizeof bits, "%a", v);
+            return bits;
+        }
+        if (auto* e = dynamic_cast<IEnumeration*>(&node)) return std::to_string(e->GetIntValue(false, ignoreCache));
+        if (auto* v = dynamic_cast<IValue*>(&node)) return v->ToString(false, ignoreCache).str();
+    } catch (const std::exception&) {
+        return "\x01error"; // the failure was logged where it was raised
+    }
+    return "";
+}
+
+} // namespace
+
 void NodeMapBase::Poll(int64_t ElapsedTime) {
     MapLock lock(*this);
     for (const auto& owned : m_nodes) {
         Node* n = owned.get();
         const int64_t period = n->GetPollingTime();
         if (period < 0) continue;
-        int64_t& elapsed = m_pollElapsed[n];
-        elapsed += ElapsedTime;
-        if (elapsed >= period) {
-            elapsed = 0;
-            NotifyChanged(*n);
+        PollState& state = m_poll[n];
+        state.elapsed += ElapsedTime;
+        if (state.elapsed < period) continue;
+        state.elapsed = 0;
+        // What was seen last: the value cache, else the last poll's value.
+        bool seen = state.known;
+        std::string before = state.value;
+        auto* value = dynamic_cast<IValue*>(n);
+        if (value && value->IsValueCacheValid()) {
+            before = PolledValue(*n, false);
+            seen = true;
         }
+        state.value = PolledValue(*n, true);
+        state.known = true;
+        if (!seen || before != state.value) NotifyChanged(*n);
     }
 }
 

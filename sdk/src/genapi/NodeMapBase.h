@@ -43,6 +43,12 @@ public:
     INode* GetNode(const GenICam::gcstring& Name) const override;
     size_t GetNumNodes() const override;
     void InvalidateNodes() const override;
+    // Adds ElapsedTime to every polled node's time (nodes with a polling time
+    // of 0 or more); each node whose time reaches its polling time is read
+    // past its cache, and only when its value differs from the one seen last
+    // (its value cache, else the last poll's; a first poll with neither
+    // counts as a change) is it notified (NotifyChanged: its dependents'
+    // caches dropped, callbacks fired after the lock is released).
     void Poll(int64_t ElapsedTime) override;
     GenICam::gcstring GetDeviceName() override;
     void Lock() const override;
@@ -166,10 +172,15 @@ private:
     std::condition_variable m_flightDone;
     std::vector<InFlight> m_inFlight;
     mutable std::vector<PendingCallback> m_pending; // outside-lock callbacks to run on release
-    std::unordered_map<Node*, int64_t> m_pollElapsed;
     const std::atomic<bool>* m_lost = nullptr; // the transport's loss flag, or null
     std::function<std::string()> m_lossMessage; // set with m_lost, before the map is shared
     std::atomic<uint32_t> m_verdictMs{0};
+    struct PollState {
+        int64_t elapsed = 0; // time since the node's last poll
+        bool known = false;  // whether `value` holds the last poll's value
+        std::string value;
+    };
+    std::unordered_map<Node*, PollState> m_poll; // polled nodes (polling time >= 0)
 };
 
 } // namespace impl

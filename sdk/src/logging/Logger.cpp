@@ -2,24 +2,35 @@
 // construction. Handlers run synchronously on the logging thread.
 #include "logging/Logger.h"
 
-#include <pthread.h>
 #include <sys/time.h>
 
 #include <atomic>
 #include <cstdio>
 #include <ctime>
+#include <mutex>
 
 #include "core/HandlerRegistry.h"
+#include "logging/ThreadName.h"
 
 namespace Orvane {
 
 namespace {
 
 std::atomic<int> g_level{LOG_LEVEL_ERROR};
+// The number of registered handlers, so that IsEnabled takes no lock.
+std::atomic<size_t> g_handlers{0};
 
 HandlerRegistry<LoggingEventHandler>& Registry() {
     static HandlerRegistry<LoggingEventHandler>* registry = new HandlerRegistry<LoggingEventHandler>();
     return *registry; // never destroyed: logging stays usable during static destruction
+}
+
+// Copies the registry's size into g_handlers after a change. Serialised, so
+// the last copy made follows the last change: the count ends up exact.
+void CountHandlers() {
+    static std::mutex* mutex = new std::mutex();
+    std::lock_guard<std::mutex> lock(*mutex);
+    g_handlers.store(Registry().Size(), std::memory_order_relaxed);
 }
 
 // Set while this thread delivers a record, so that records logged by a
@@ -37,29 +48,40 @@ GenICam::gcstring Timestamp() {
     return text;
 }
 
-GenICam::gcstring ThreadName() {
-    char name[32] = {0};
-    if (pthread_getname_np(pthread_self(), name, sizeof name) != 0) name[0] = 0;
-    return name;
-}
-
 } // namespace
 
-bool Logger::Register(LoggingEventHandler& handler) { return Registry().Add(handler); }
-bool Logger::Unregister(LoggingEventHandler& handler) { return Registry().Remove(handler); }
-void Logger::UnregisterAll() { Registry().RemoveAll(); }
+bool Logger::Register(LoggingEventHandler& handler) {
+    const bool added = Registry().Add(handler);
+    CountHandlers();
+    return added;
+}
+bool Logger::Unregister(LoggingEventHandler& handler) {
+    const bool removed = Registry().Remove(handler);
+    CountHandlers();
+    return removed;
+}
+void Logger::UnregisterAll() {
+    Registry().RemoveAll();
+    CountHandlers();
+}
 size_t Logger::HandlerCount() { return Registry().Size(); }
 
 // LoggerWrapper ------------------------------------------------------------
 
 bool LoggerWrapper::IsEnabled(int priority) {
     const int level = g_level.load(std::memory_order_relaxed);
-    return level != LOG_LEVEL_OFF && priority <= level && !Registry().Empty();
+    return level != LOG_LEVEL_OFF && priority <= level && g_handlers.load(std::memory_order_relaxed) != 0;
 }
 
 void LoggerWrapper::Log(int priority, const GenICam::gcstring& message, const GenICam::gcstring& context) {
+    LogWithCategory(priority, "Orvane", message, context);
+}
+
+void LoggerWrapper::LogWithCategory(int priority, const GenICam::gcstring& category, const GenICam::gcstring& message,
+                                    const GenICam::gcstring& context) {
     if (t_dispatching || !IsEnabled(priority)) return;
-    auto data = std::make_shared<LoggingEventData>("Orvane", priority, Timestamp(), context, ThreadName(), message);
+    auto data = std::make_shared<LoggingEventData>(category, priority, Timestamp(), context,
+                                                   internal::CurrentThreadName(), message);
     t_dispatching = true;
     struct Reset {
         ~Reset() { t_dispatching = false; }

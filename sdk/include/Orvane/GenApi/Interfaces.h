@@ -52,9 +52,18 @@ public:
     virtual void GetChildren(node_vector& Children, ELinkType LinkType = ctReadingChildren) const = 0;
     virtual void GetParents(node_vector& Parents, ELinkType LinkType = ctParentNodes) const = 0;
     // Registers a callback fired after every change of this node or of a node
-    // it depends on. The node does not own the callback; deregister it before
-    // destroying it.
+    // it depends on: a write (of this node, of a node it reads, of a selector
+    // selecting it), InvalidateNode, and Poll when a polled value changed. One
+    // change fires each callback once. The node does not own the callback;
+    // deregister it before destroying it. Every registration is separate,
+    // also of one callback object twice: each has its own handle.
     virtual CallbackHandleType RegisterCallback(CNodeCallback* pCallback) = 0;
+    // Ends a registration (ORVANE_ERR_GENICAM_INVALID_ARGUMENT when this node
+    // has none under the handle). When it returns, the callback is no longer
+    // running on another thread and is not called again, so it may be
+    // destroyed; from inside a callback, deregister only callbacks that
+    // another thread is not running at the same time (two callbacks
+    // deregistering each other from two threads would wait for each other).
     virtual bool DeregisterCallback(CallbackHandleType hCallback) = 0;
     virtual INodeMap* GetNodeMap() const = 0;
     virtual GenICam::gcstring GetEventID() const = 0;
