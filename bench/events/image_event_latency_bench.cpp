@@ -67,7 +67,9 @@ internal::VirtualCameraRuntime& RuntimeOf(const CameraPtr& camera) {
 // Records each frame's latency on the delivery thread (no allocation there:
 // the vector is reserved).
 struct LatencyHandler : ImageEventHandler {
-    explicit LatencyHandler(internal::VirtualCameraRuntime& r) : runtime(r) { latencies.reserve(kWarmUp + kBlockFrames); }
+    explicit LatencyHandler(internal::VirtualCameraRuntime& r) : runtime(r) {
+        latencies.reserve(kWarmUp + kBlockFrames);
+    }
     void OnImageEvent(ImagePtr image) override {
         const uint64_t now = runtime.TimestampNs();
         std::lock_guard<std::mutex> lock(mutex);

@@ -1,7 +1,5 @@
 #include "camera/DeviceEventDispatcher.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -10,6 +8,7 @@
 #include "Orvane/Logging.h"
 #include "core/Raise.h"
 #include "genapi/ArvNodeMap.h"
+#include "logging/ThreadName.h"
 #include "transport/DeviceConnection.h"
 #include "transport/DeviceEventMap.h"
 
@@ -104,7 +103,7 @@ void DeviceEventDispatcher::OnDeviceEvent(const DeviceEvent& event) {
 }
 
 void DeviceEventDispatcher::Run() {
-    pthread_setname_np(pthread_self(), "orv-events");
+    SetThreadName("orv-events");
     t_owner = m_owner;
     std::vector<uint8_t> current;
     std::unique_lock<std::mutex> lock(m_mutex);

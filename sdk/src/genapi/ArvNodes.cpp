@@ -80,13 +80,10 @@ EAccessMode ArvAccessMode(const ArvLink& link, const NodeMapBase& map) {
     GError* error = nullptr;
     ArvGcFeatureNode* f = link.feature;
     // A property that cannot be evaluated makes the feature unusable, not the
-    // caller's operation fail: GenApi reports such a node as NA. A device
-    // timeout there may be the device's loss, which the caller then reports
-    // (Node::CheckReadable): wait for the transport's verdict.
-    const auto failed = [&map](GError* e) {
-        const bool timeout = e->domain == ARV_DEVICE_ERROR && e->code == ARV_DEVICE_ERROR_TIMEOUT;
+    // caller's operation fail: GenApi reports such a node as NA (and the
+    // caller reports a loss found meanwhile: Node::CheckReadable).
+    const auto failed = [](GError* e) {
         g_error_free(e);
-        if (timeout) map.AwaitDeviceLoss();
         return NA;
     };
     const bool implemented = arv_gc_feature_node_is_implemented(f, &error);
@@ -211,12 +208,9 @@ double ServedFloat(const Node& node, Node* source, bool ignoreCache, const char*
 
 void RaiseArvError(const Node& node, const char* function, GError* error) {
     const int code = CodeOf(error);
-    const bool timeout = error->domain == ARV_DEVICE_ERROR && error->code == ARV_DEVICE_ERROR_TIMEOUT;
     std::string message = error->message ? error->message : "Aravis reported an error";
     g_error_free(error);
-    // A device that stopped answering: the access reports the loss once the
-    // transport has decided on it (it may still be deciding after a timeout).
-    if (timeout) node.Map().AwaitDeviceLoss();
+    // A device found lost while the access waited: the loss is the error.
     node.CheckDevice(function, message);
     node.Fail(__LINE__, function, code, message);
 }

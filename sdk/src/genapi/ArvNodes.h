@@ -62,9 +62,9 @@ struct ArvLink {
 EAccessMode ArvAccessMode(const ArvLink& link, const NodeMapBase& map);
 
 // Raises the SDK error for an Aravis failure on `node` and frees `error`:
-// ORVANE_ERR_DEVICE_LOST when the map's device is lost (after a device
-// timeout, once the transport decided: NodeMapBase::AwaitDeviceLoss), else
-// the code of the Aravis error.
+// ORVANE_ERR_DEVICE_LOST when the map's device is known lost by then, else
+// the code of the Aravis error (a device that stopped answering:
+// ORVANE_ERR_GENICAM_TIMEOUT, within the access's own timeout).
 [[noreturn]] void RaiseArvError(const Node& node, const char* function, GError* error);
 
 // Lets the node map reach the link of any of its nodes.

@@ -1,7 +1,6 @@
 #include "genapi/NodeMapBase.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 
 #include "core/Raise.h"
@@ -13,20 +12,6 @@ namespace impl {
 
 NodeMapBase::NodeMapBase(std::string deviceName) : m_deviceName(std::move(deviceName)) {}
 NodeMapBase::~NodeMapBase() = default;
-
-bool NodeMapBase::AwaitDeviceLoss() const {
-    if (DeviceLost()) return true;
-    const uint32_t verdictMs = m_verdictMs.load();
-    if (!m_lost || verdictMs == 0) return false;
-    // The loss flag has no waiters' signal: poll it (the wait follows a
-    // device timeout of seconds, so 20 ms steps cost nothing).
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(verdictMs);
-    while (std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        if (DeviceLost()) return true;
-    }
-    return false;
-}
 
 void NodeMapBase::AddNode(std::unique_ptr<Node> node, bool hidden) {
     MapLock lock(*this);

@@ -111,21 +111,12 @@ public:
         m_lost = lost;
         m_lossMessage = std::move(message);
     }
-    // After a device access timed out: how long the transport may still
-    // need to decide whether the device is lost (GigE Vision: Aravis's
-    // heartbeat). The failing access waits up to that long for the loss flag,
-    // so that it reports the loss rather than a timeout. 0 (the default): no
-    // wait. Any thread.
-    void SetLossVerdictTime(uint32_t milliseconds) { m_verdictMs.store(milliseconds); }
     // Lock-free, any thread.
     bool DeviceLost() const { return m_lost && m_lost->load(std::memory_order_acquire); }
     // The loss in words, for ORVANE_ERR_DEVICE_LOST errors. Any thread.
     std::string DeviceLostMessage() const {
         return m_lossMessage ? m_lossMessage() : "the device was lost: it no longer answers";
     }
-    // Waits (up to the verdict time) until the device is known lost; true
-    // when it is. Runs on the failing access's thread, the map's lock held.
-    bool AwaitDeviceLoss() const;
 
     // RAII holder of the map's lock; runs the queued outside-lock callbacks
     // when the outermost holder on this thread releases it.
@@ -172,9 +163,8 @@ private:
     std::condition_variable m_flightDone;
     std::vector<InFlight> m_inFlight;
     mutable std::vector<PendingCallback> m_pending; // outside-lock callbacks to run on release
-    const std::atomic<bool>* m_lost = nullptr; // the transport's loss flag, or null
-    std::function<std::string()> m_lossMessage; // set with m_lost, before the map is shared
-    std::atomic<uint32_t> m_verdictMs{0};
+    const std::atomic<bool>* m_lost = nullptr;      // the transport's loss flag, or null
+    std::function<std::string()> m_lossMessage;     // set with m_lost, before the map is shared
     struct PollState {
         int64_t elapsed = 0; // time since the node's last poll
         bool known = false;  // whether `value` holds the last poll's value

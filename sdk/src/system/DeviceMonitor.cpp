@@ -1,13 +1,12 @@
 #include "system/DeviceMonitor.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 
 #include "Orvane/Logging.h"
 #include "camera/CameraAccess.h"
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
+#include "logging/ThreadName.h"
 #include "system/InterfaceCore.h"
 #include "transport/DeviceConnection.h"
 
@@ -176,7 +175,7 @@ void DeviceMonitor::CallHandler(const std::shared_ptr<Registration>& r, Call&& c
 }
 
 void DeviceMonitor::Dispatch(uint64_t generation) {
-    pthread_setname_np(pthread_self(), "orv-devmon");
+    SetThreadName("orv-devmon");
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [&] { return m_generation != generation || !m_queue.empty(); });
@@ -222,7 +221,7 @@ void DeviceMonitor::Dispatch(uint64_t generation) {
 }
 
 void DeviceMonitor::Poll(uint64_t generation) {
-    pthread_setname_np(pthread_self(), "orv-discover");
+    SetThreadName("orv-discover");
     std::map<const InterfaceCore*, Clock::time_point> due; // next discovery of each interface
     Watches watches;
     std::unique_lock<std::mutex> lock(m_mutex);

@@ -65,7 +65,8 @@ std::shared_ptr<DeviceConnection::LossState> DeviceConnection::FindLossState(Arv
 
 void DeviceConnection::OnControlLost(ArvDevice* device, gpointer) {
     // Shared: the connection may end while its listeners run.
-    if (const std::shared_ptr<LossState> state = FindLossState(device)) state->Report("it stopped answering its heartbeat");
+    if (const std::shared_ptr<LossState> state = FindLossState(device))
+        state->Report("it stopped answering its heartbeat");
 }
 
 // The node map's device observer: passes its accesses to the behaviours.

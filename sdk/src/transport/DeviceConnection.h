@@ -99,10 +99,9 @@ public:
     // emitted "control-lost"; a virtual camera: unplugged). Lock-free, any
     // thread. From then on every feature access through the node map and
     // every port access raises ORVANE_ERR_DEVICE_LOST at once, without
-    // reaching the device (see LostMessage), reading a feature's access mode
-    // gives NA, and a node access that timed out just before reports the loss
-    // too when it is detected within the transport's verdict time
-    // (SetLossVerdictTime).
+    // reaching the device (see LostMessage), and reading a feature's access
+    // mode gives NA. An access that reaches a device that died but is not yet
+    // known lost fails within its own timeout (ORVANE_ERR_GENICAM_TIMEOUT).
     bool ControlLost() const;
     // Why the device is lost, for error messages: "camera <id> was lost
     // (<reason>)"; empty before the loss. Any thread.
@@ -165,11 +164,6 @@ protected:
     // once; later reports do nothing. Call it with no SDK lock held (the
     // listeners may take locks of their own).
     void ReportLoss(const std::string& reason);
-    // How long after a device access timed out the transport may still need
-    // to detect the device's loss (GenApi::impl::NodeMapBase::
-    // SetLossVerdictTime): the failing node access waits up to that long so
-    // that it reports ORVANE_ERR_DEVICE_LOST rather than a timeout. Default 0.
-    void SetLossVerdictTime(uint32_t milliseconds) { m_nodeMap->SetLossVerdictTime(milliseconds); }
 
 private:
     class Observer;

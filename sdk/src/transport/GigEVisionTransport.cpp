@@ -91,12 +91,6 @@ std::string AddressText(GSocketAddress* socketAddress) {
 
 std::string InterfaceAddressOf(ArvGvDevice* gv) { return AddressText(arv_gv_device_get_interface_address(gv)); }
 
-// How long after a device access timed out Aravis's heartbeat may still need
-// to declare the device lost: it checks every second and gives up after 5 s
-// of failed reads (two reads of 2.5 s each); 2 s more for a heartbeat read
-// that waited behind another access.
-constexpr uint32_t kLossVerdictMs = 8000;
-
 // The text of an Aravis error, freed.
 std::string TakeMessage(GError* error) {
     std::string what = error && error->message ? error->message : "no answer";
@@ -123,8 +117,6 @@ class GigEVisionConnection : public DeviceConnection {
 public:
     GigEVisionConnection(ArvDevice* device, const DeviceInfo& info) : DeviceConnection(device, info) {
         SetController(arv_gv_device_is_controller(Gv()));
-        // Only a controller's connection has a heartbeat that detects loss.
-        if (IsController()) SetLossVerdictTime(kLossVerdictMs);
     }
 
     std::unique_ptr<DeviceEventChannel> OpenEventChannel(DeviceEventSink& sink) override {

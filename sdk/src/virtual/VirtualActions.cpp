@@ -1,10 +1,9 @@
 #include "virtual/VirtualActions.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 
 #include "Orvane/Logging.h"
+#include "logging/ThreadName.h"
 #include "virtual/VirtualCameraRuntime.h"
 #include "virtual/VirtualDeviceConnection.h"
 
@@ -65,7 +64,7 @@ bool VirtualActions::Schedule(const std::shared_ptr<VirtualDeviceConnection>& ca
 }
 
 void VirtualActions::Run() {
-    pthread_setname_np(pthread_self(), "orv-vaction");
+    SetThreadName("orv-vaction");
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stop) {
         if (m_queue.empty()) {

@@ -10,6 +10,7 @@
 #include <exception>
 
 #include "core/Raise.h"
+#include "logging/ThreadName.h"
 #include "transport/gige/GvcpProtocol.h"
 
 namespace Orvane {
@@ -150,6 +151,7 @@ GvcpMessageChannel::Statistics GvcpMessageChannel::GetStatistics() const {
 }
 
 void GvcpMessageChannel::Receive() {
+    SetThreadName("orv-gvcp-msg");
     std::vector<uint8_t> buffer(kReceiveBufferSize);
     pollfd fds[2];
     fds[0].fd = m_socket.Fd();
