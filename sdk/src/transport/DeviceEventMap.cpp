@@ -1,7 +1,6 @@
 #include "transport/DeviceEventMap.h"
 
 #include <libxml/parser.h>
-#include <libxml/tree.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -9,38 +8,21 @@
 #include <limits>
 #include <unordered_set>
 
+#include "genapi/XmlElements.h"
+
 namespace Orvane {
 namespace internal {
 
 namespace {
 
+using GenApi::impl::XmlAttribute;
+using GenApi::impl::XmlIs;
+using GenApi::impl::XmlText;
+
 struct XmlNode {
     std::string name;
     const xmlNode* element;
 };
-
-bool Is(const xmlNode* n, const char* name) {
-    return n->type == XML_ELEMENT_NODE && std::strcmp(reinterpret_cast<const char*>(n->name), name) == 0;
-}
-
-std::string Attribute(const xmlNode* n, const char* name) {
-    xmlChar* v = xmlGetProp(n, reinterpret_cast<const xmlChar*>(name));
-    if (!v) return "";
-    std::string s(reinterpret_cast<const char*>(v));
-    xmlFree(v);
-    return s;
-}
-
-std::string Text(const xmlNode* n) {
-    xmlChar* v = xmlNodeGetContent(n);
-    if (!v) return "";
-    std::string s(reinterpret_cast<const char*>(v));
-    xmlFree(v);
-    const size_t b = s.find_first_not_of(" \t\r\n");
-    if (b == std::string::npos) return "";
-    const size_t e = s.find_last_not_of(" \t\r\n");
-    return s.substr(b, e - b + 1);
-}
 
 bool ParseNumber(const std::string& text, int base, uint64_t& value) {
     if (text.empty() || text[0] == '-' || text[0] == '+') return false;
@@ -63,13 +45,13 @@ bool ParseEventId(std::string text, uint64_t& id) {
 void CollectNodes(const xmlNode* parent, std::vector<XmlNode>& out) {
     for (const xmlNode* c = parent->children; c; c = c->next) {
         if (c->type != XML_ELEMENT_NODE) continue;
-        if (Is(c, "Group")) {
+        if (XmlIs(c, "Group")) {
             CollectNodes(c, out);
             continue;
         }
         // A StructReg has no name of its own: its StructEntry children are the nodes.
-        const std::string name = Attribute(c, "Name");
-        if (!name.empty() || Is(c, "StructReg")) out.push_back({name, c});
+        const std::string name = XmlAttribute(c, "Name");
+        if (!name.empty() || XmlIs(c, "StructReg")) out.push_back({name, c});
     }
 }
 
@@ -107,36 +89,36 @@ DeviceEventMap::DeviceEventMap(const char* xml, size_t size) {
     std::unordered_map<uint64_t, std::string> idFeatures;           // value -> first Event<Name> integer
     for (size_t i = 0; i < nodes.size(); ++i) {
         const xmlNode* e = nodes[i].element;
-        const bool isInteger = Is(e, "Integer");
+        const bool isInteger = XmlIs(e, "Integer");
         for (const xmlNode* c = e->children; c; c = c->next) {
             if (c->type != XML_ELEMENT_NODE) continue;
             const char* tag = reinterpret_cast<const char*>(c->name);
             if (std::strcmp(tag, "pPort") == 0) {
-                std::vector<std::string>& readers = readersOfPort[Text(c)];
+                std::vector<std::string>& readers = readersOfPort[XmlText(c)];
                 if (!nodes[i].name.empty()) readers.push_back(nodes[i].name);
-                if (Is(e, "StructReg"))
+                if (XmlIs(e, "StructReg"))
                     for (const xmlNode* entry = e->children; entry; entry = entry->next)
-                        if (Is(entry, "StructEntry") && !Attribute(entry, "Name").empty())
-                            readers.push_back(Attribute(entry, "Name"));
+                        if (XmlIs(entry, "StructEntry") && !XmlAttribute(entry, "Name").empty())
+                            readers.push_back(XmlAttribute(entry, "Name"));
             } else if (tag[0] == 'p' && !nodes[i].name.empty() && std::strcmp(tag, "pFeature") != 0 &&
                        std::strcmp(tag, "pSelected") != 0) {
                 // pFeature (category members) and pSelected (selector to selected) carry no value.
-                referrers[Text(c)].push_back(i);
+                referrers[XmlText(c)].push_back(i);
             } else if (isInteger && std::strcmp(tag, "Value") == 0 && nodes[i].name.size() > 5 &&
                        nodes[i].name.compare(0, 5, "Event") == 0) {
                 uint64_t value = 0;
-                if (ParseNumber(Text(c), 0, value)) idFeatures.emplace(value, nodes[i].name);
+                if (ParseNumber(XmlText(c), 0, value)) idFeatures.emplace(value, nodes[i].name);
             }
         }
     }
 
     for (const XmlNode& n : nodes) {
-        if (!Is(n.element, "Port")) continue;
+        if (!XmlIs(n.element, "Port")) continue;
         const xmlNode* idElement = nullptr;
         for (const xmlNode* c = n.element->children; c; c = c->next)
-            if (Is(c, "EventID")) idElement = c;
+            if (XmlIs(c, "EventID")) idElement = c;
         uint64_t id = 0;
-        if (!idElement || !ParseEventId(Text(idElement), id)) continue;
+        if (!idElement || !ParseEventId(XmlText(idElement), id)) continue;
 
         DeviceEventInfo info;
         info.id = id;
@@ -169,10 +151,10 @@ DeviceEventMap::DeviceEventMap(const char* xml, size_t size) {
         }
         // Document order; struct entries stand where their StructReg stands.
         for (const XmlNode& m : nodes) {
-            if (Is(m.element, "StructReg")) {
+            if (XmlIs(m.element, "StructReg")) {
                 for (const xmlNode* entry = m.element->children; entry; entry = entry->next)
-                    if (Is(entry, "StructEntry") && inSet.count(Attribute(entry, "Name")))
-                        info.nodes.push_back(Attribute(entry, "Name"));
+                    if (XmlIs(entry, "StructEntry") && inSet.count(XmlAttribute(entry, "Name")))
+                        info.nodes.push_back(XmlAttribute(entry, "Name"));
             } else if (inSet.count(m.name)) {
                 info.nodes.push_back(m.name);
             }
