@@ -51,8 +51,8 @@ TEST_F(OrvctlWatchGigE, AFakeCameraArrivesAndLeaves) {
     EXPECT_EQ(watch.Stop(SIGINT), 0);
     while (watch.ReadLine(line, std::chrono::milliseconds(100))) logs.push_back(line);
     // The device monitor's own log lines (--log info).
-    EXPECT_EQ(logs, (std::vector<std::string>{"log INFO Orvane: camera GigEVision:127.0.0.1 arrived",
-                                              "log INFO Orvane: camera GigEVision:127.0.0.1 was removed"}));
+    EXPECT_EQ(logs, (std::vector<std::string>{"log INFO Orvane.System: camera GigEVision:127.0.0.1 arrived",
+                                              "log INFO Orvane.System: camera GigEVision:127.0.0.1 was removed"}));
 }
 
 } // namespace

@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "Orvane/Exception.h"
-#include "Orvane/Logging.h"
 #include "core/Raise.h"
 #include "genapi/ArvNodeMap.h"
+#include "logging/Log.h"
 #include "logging/ThreadName.h"
 #include "transport/DeviceConnection.h"
 #include "transport/DeviceEventMap.h"
@@ -23,7 +23,7 @@ namespace {
 thread_local const void* t_owner = nullptr;
 
 void LogFailure(const std::string& camera, const char* what, const char* detail) {
-    LoggerWrapper::LoggingError(("camera " + camera + ": " + what + ": " + detail).c_str(), "DeviceEvents");
+    ORV_LOG(kLogCategoryEvents, LOG_LEVEL_ERROR, "camera " + camera + ": " + what + ": " + detail);
 }
 
 } // namespace
@@ -118,11 +118,10 @@ void DeviceEventDispatcher::Run() {
         const uint64_t dropped = m_dropped;
         lock.unlock();
         if (dropped != m_droppedLogged) {
-            LoggerWrapper::LoggingWarning(("camera " + m_cameraName + ": " + std::to_string(dropped - m_droppedLogged) +
-                                           " device events dropped (" + std::to_string(dropped) +
-                                           " in all): the event handlers are slower than the events arrive")
-                                              .c_str(),
-                                          "DeviceEvents");
+            ORV_LOG(kLogCategoryEvents, LOG_LEVEL_WARN,
+                    "camera " + m_cameraName + ": " + std::to_string(dropped - m_droppedLogged) +
+                        " device events dropped (" + std::to_string(dropped) +
+                        " in all): the event handlers are slower than the events arrive");
             m_droppedLogged = dropped;
         }
         Handle(eventId, current);

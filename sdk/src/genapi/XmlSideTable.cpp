@@ -70,7 +70,8 @@ XmlSideTable::XmlSideTable(const char* xml, size_t size) {
         stack.pop_back();
         std::string name = XmlAttribute(element, "Name");
         std::string enclosing = parent;
-        if (!name.empty() && !XmlIs(element, "pVariable") && !XmlIs(element, "Constant") && !XmlIs(element, "Expression")) {
+        if (!name.empty() && !XmlIs(element, "pVariable") && !XmlIs(element, "Constant") &&
+            !XmlIs(element, "Expression")) {
             std::string key = XmlIs(element, "EnumEntry") ? "EnumEntry_" + parent + "_" + name : name;
             XmlNodeExtra& extra = m_nodes[key];
             extra.standardNameSpace = XmlAttribute(element, "NameSpace") == "Standard";

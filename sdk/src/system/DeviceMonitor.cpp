@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "Orvane/Logging.h"
 #include "camera/CameraAccess.h"
 #include "camera/DiscoveredCamera.h"
 #include "core/Raise.h"
+#include "logging/Log.h"
 #include "logging/ThreadName.h"
 #include "system/InterfaceCore.h"
 #include "transport/DeviceConnection.h"
@@ -22,7 +22,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kIdlePoll(200);
 
 void LogHandlerFailure(const char* what, const std::string& detail) {
-    LoggerWrapper::LoggingError((std::string(what) + " handler failed: " + detail).c_str(), "DeviceMonitor");
+    ORV_LOG(kLogCategorySystem, LOG_LEVEL_ERROR, std::string(what) + " handler failed: " + detail);
 }
 
 } // namespace
@@ -187,14 +187,8 @@ void DeviceMonitor::Dispatch(uint64_t generation) {
             // The interface drops the camera and posts its removal.
             const std::shared_ptr<InterfaceCore> where = event.lostInterface.lock();
             const std::shared_ptr<DiscoveredCamera> camera = event.lostCamera.lock();
-            if (where && camera) {
-                if (LoggerWrapper::IsEnabled(LOG_LEVEL_NOTICE)) {
-                    const std::shared_ptr<DeviceConnection> connection = camera->Access().Connection();
-                    if (connection && connection->ControlLost())
-                        LoggerWrapper::LoggingNotice(connection->LostMessage().c_str(), "DeviceMonitor");
-                }
-                where->Forget(camera.get());
-            }
+            // (The camera logged its loss when it was detected.)
+            if (where && camera) where->Forget(camera.get());
             lock.lock();
             continue;
         }
@@ -205,10 +199,8 @@ void DeviceMonitor::Dispatch(uint64_t generation) {
                 (arrival ? r->arrival != nullptr : r->removal != nullptr))
                 targets.push_back(r);
         lock.unlock();
-        if (LoggerWrapper::IsEnabled(LOG_LEVEL_INFO))
-            LoggerWrapper::LoggingInfo(
-                ("camera " + event.camera->GetUniqueID().str() + (arrival ? " arrived" : " was removed")).c_str(),
-                "DeviceMonitor");
+        ORV_LOG(kLogCategorySystem, LOG_LEVEL_INFO,
+                "camera " + event.camera->GetUniqueID().str() + (arrival ? " arrived" : " was removed"));
         for (const auto& r : targets) {
             if (arrival)
                 CallHandler(r, [&] { r->arrival->OnDeviceArrival(event.camera); });
@@ -251,8 +243,8 @@ void DeviceMonitor::Poll(uint64_t generation) {
                 try {
                     core->Update(); // changes reach Post
                 } catch (const std::exception& e) {
-                    LoggerWrapper::LoggingError(
-                        ("rediscovery of interface " + core->Id() + " failed: " + e.what()).c_str(), "DeviceMonitor");
+                    ORV_LOG(kLogCategorySystem, LOG_LEVEL_ERROR,
+                            "rediscovery of interface " + core->Id() + " failed: " + e.what());
                 }
                 const Clock::time_point at = Clock::now() + std::chrono::milliseconds(core->RediscoveryIntervalMs());
                 due[core.get()] = at;

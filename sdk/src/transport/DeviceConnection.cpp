@@ -4,8 +4,8 @@
 #include <map>
 #include <mutex>
 
-#include "Orvane/Logging.h"
 #include "core/Raise.h"
+#include "logging/Log.h"
 #include "transport/AravisStreamSource.h"
 
 namespace Orvane {
@@ -23,10 +23,9 @@ void DeviceConnection::LossState::Report(const std::string& why) {
         try {
             entry.second();
         } catch (const std::exception& e) {
-            LoggerWrapper::LoggingError((std::string("device loss listener failed: ") + e.what()).c_str(),
-                                        "DeviceConnection");
+            ORV_LOG(kLogCategoryTransport, LOG_LEVEL_ERROR, std::string("device loss listener failed: ") + e.what());
         } catch (...) {
-            LoggerWrapper::LoggingError("device loss listener failed", "DeviceConnection");
+            ORV_LOG(kLogCategoryTransport, LOG_LEVEL_ERROR, "device loss listener failed");
         }
     }
 }
@@ -199,8 +198,7 @@ void RunBehaviours(const std::vector<std::shared_ptr<DeviceBehaviour>>& list, Ca
         try {
             call(*b);
         } catch (const std::exception& e) {
-            LoggerWrapper::LoggingError((std::string("device behaviour failed: ") + e.what()).c_str(),
-                                        "DeviceConnection");
+            ORV_LOG(kLogCategoryTransport, LOG_LEVEL_ERROR, std::string("device behaviour failed: ") + e.what());
         }
     }
 }

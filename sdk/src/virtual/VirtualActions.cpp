@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Orvane/Logging.h"
+#include "logging/Log.h"
 #include "logging/ThreadName.h"
 #include "virtual/VirtualCameraRuntime.h"
 #include "virtual/VirtualDeviceConnection.h"
@@ -84,8 +84,7 @@ void VirtualActions::Run() {
             try {
                 camera->FireActions(next.actions);
             } catch (const std::exception& e) {
-                LoggerWrapper::LoggingError((std::string("scheduled action failed: ") + e.what()).c_str(),
-                                            "VirtualActions");
+                ORV_LOG(kLogCategoryVirtual, LOG_LEVEL_ERROR, std::string("scheduled action failed: ") + e.what());
             }
         }
         lock.lock();

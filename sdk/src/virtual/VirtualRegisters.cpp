@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Orvane/Logging.h"
 #include "core/Raise.h"
 #include "genapi/ArvNodeMap.h"
 #include "genapi/Node.h"
+#include "logging/Log.h"
 #include "virtual/BigEndian.h"
 #include "virtual/VirtualCameraRegisters.h"
 
@@ -30,8 +30,7 @@ void VirtualRegisters::ReadBytes(uint32_t address, uint32_t length, uint8_t* out
 
 void VirtualRegisters::WriteBytes(uint32_t address, uint32_t length, const uint8_t* bytes) {
     if (!arv_fake_camera_write_memory(m_fake, address, length, bytes))
-        LoggerWrapper::LoggingWarning("virtual camera: a register write outside the memory was dropped",
-                                      "VirtualCameraRuntime");
+        ORV_LOG(kLogCategoryVirtual, LOG_LEVEL_WARN, "virtual camera: a register write outside the memory was dropped");
 }
 
 uint64_t VirtualRegisters::ReadUInt(uint32_t address, uint32_t length) {

@@ -7,9 +7,9 @@
 #include <string>
 #include <utility>
 
-#include "Orvane/Logging.h"
 #include "genapi/ArvNodeMap.h"
 #include "genapi/Node.h"
+#include "logging/Log.h"
 #include "virtual/BigEndian.h"
 #include "virtual/VirtualCameraRegisters.h"
 #include "virtual/VirtualCameraStorage.h"
@@ -159,13 +159,13 @@ void VirtualUserSets::Load(int64_t set) {
         data = m_storage.userSets[index];
     }
     if (data.empty()) {
-        LoggerWrapper::LoggingWarning("virtual camera: UserSetLoad of a user set that was never saved changes nothing",
-                                      "VirtualCameraRuntime");
+        ORV_LOG(kLogCategoryVirtual, LOG_LEVEL_WARN,
+                "virtual camera: UserSetLoad of a user set that was never saved changes nothing");
         return;
     }
     if (!Write(data, true))
-        LoggerWrapper::LoggingError("virtual camera: the user set's data is damaged; nothing was loaded",
-                                    "VirtualCameraRuntime");
+        ORV_LOG(kLogCategoryVirtual, LOG_LEVEL_ERROR,
+                "virtual camera: the user set's data is damaged; nothing was loaded");
 }
 
 void VirtualUserSets::LoadPowerUpSet() {
@@ -177,8 +177,8 @@ void VirtualUserSets::LoadPowerUpSet() {
         if (set == value::UserSetDefault::UserSet1) data = m_storage.userSets[1];
     }
     if (!data.empty() && !Write(data, false))
-        LoggerWrapper::LoggingWarning("virtual camera: the user set chosen by UserSetDefault could not be loaded",
-                                      "VirtualCameraRuntime");
+        ORV_LOG(kLogCategoryVirtual, LOG_LEVEL_WARN,
+                "virtual camera: the user set chosen by UserSetDefault could not be loaded");
 }
 
 } // namespace internal
