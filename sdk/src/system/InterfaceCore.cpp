@@ -37,9 +37,14 @@ InterfaceCore::InterfaceCore(std::shared_ptr<Transport> transport)
 InterfaceCore::~InterfaceCore() = default;
 
 CameraChanges InterfaceCore::Update() {
+    const uint64_t discovery = ++m_discoveriesStarted;
     std::vector<DeviceInfo> found = m_transport->Discover();
     std::lock_guard<std::mutex> lock(m_mutex);
     CameraChanges changes;
+    // A discovery that started after this one was applied already: this
+    // result is older than the list, and applying it would undo newer changes.
+    if (discovery < m_discoveryApplied) return changes;
+    m_discoveryApplied = discovery;
     std::vector<CameraPtr> next;
     next.reserve(found.size());
     for (const DeviceInfo& info : found) {

@@ -12,12 +12,16 @@
 //
 // Locking: m_mutex guards the camera list, the selector and the action
 // settings. The transport discovers before it is taken; concurrent updates of
-// one interface then apply their results one after the other. Under m_mutex
+// one interface then apply their results one after the other, in the order
+// the discoveries started (a result older than the one applied is dropped,
+// so a slow discovery never undoes a newer change). Under m_mutex
 // the interface takes a camera's CameraAccess lock (its connection) and the
 // monitor's lock, never the reverse.
 #ifndef ORVANE_SYSTEM_INTERFACE_CORE_H
 #define ORVANE_SYSTEM_INTERFACE_CORE_H
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -91,6 +95,8 @@ private:
     std::shared_ptr<Transport> m_transport; // shared with the cameras it found
     std::shared_ptr<DeviceMonitor> m_monitor;
     std::mutex m_mutex;
+    std::atomic<uint64_t> m_discoveriesStarted{0};
+    uint64_t m_discoveryApplied = 0; // the start number of the discovery the list shows, m_mutex
     bool m_discovered = false;
     std::vector<CameraPtr> m_cameras;
     int64_t m_deviceSelector = 0;
