@@ -22,10 +22,13 @@ int orvaneHeaderCheck(void) {
 #ifdef __cplusplus
 /* The two action command functions are declared with C++ linkage and exactly
  * these argument types. */
-orvError (*const orvaneHeaderCheckSystemAction)(void*, unsigned int, unsigned int, unsigned int, unsigned long long,
-                                                bool, unsigned int*,
-                                                _actionCommandResult*) = &orvSystemSendActionCommand;
-orvError (*const orvaneHeaderCheckInterfaceAction)(void*, unsigned int, unsigned int, unsigned int, unsigned long long,
-                                                   bool, unsigned int*,
-                                                   _actionCommandResult*) = &orvInterfaceSendActionCommand;
+#include <type_traits>
+static_assert(std::is_same<decltype(&orvSystemSendActionCommand),
+                           orvError (*)(void*, unsigned int, unsigned int, unsigned int, unsigned long long, bool,
+                                        unsigned int*, _actionCommandResult*)>::value,
+              "orvSystemSendActionCommand");
+static_assert(std::is_same<decltype(&orvInterfaceSendActionCommand),
+                           orvError (*)(void*, unsigned int, unsigned int, unsigned int, unsigned long long, bool,
+                                        unsigned int*, _actionCommandResult*)>::value,
+              "orvInterfaceSendActionCommand");
 #endif
