@@ -122,10 +122,13 @@ orvError orvImageDeepCopy(orvImage source, orvImage destination) {
     });
 }
 
+// Type is a type and function a name: neither can be parenthesised.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define ORV_IMAGE_GETTER(function, Type, expression)                         \
     orvError function(orvImage image, Type* out) {                           \
         return ImageGetter(image, out, [](Image& i) { return expression; }); \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 ORV_IMAGE_GETTER(orvImageGetColorProcessing, orvColorProcessingAlgorithm, i.GetColorProcessing())
 ORV_IMAGE_GETTER(orvImageGetID, uint64_t, i.GetID())

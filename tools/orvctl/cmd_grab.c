@@ -670,7 +670,7 @@ static int setUpEvents(const GrabOptions* o, OrvctlCamera* camera, const quickOr
 static void waitForQuietEvents(EventPrinter* p) {
     const double start = now();
     for (;;) {
-        const struct timespec pause = {0, 10 * 1000 * 1000};
+        const struct timespec pause = {0, 10L * 1000 * 1000};
         double last, t;
         pthread_mutex_lock(&p->mutex);
         last = p->lastAt > start ? p->lastAt : start;

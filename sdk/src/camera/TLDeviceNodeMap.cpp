@@ -81,7 +81,7 @@ void CameraAccess::BuildTLDeviceNodeMap() {
     m.AddString(MakeInfo("DeviceModelName", "Model of the device."), {[info] { return info().modelName; }});
     m.AddString(MakeInfo("DeviceVersion", "Version of the device (read from the device while it is open)."),
                 {[this, info] {
-                    const std::string known = info().deviceVersion;
+                    std::string known = info().deviceVersion;
                     if (!known.empty()) return known;
                     return DeviceFeature(Connection().get(), "DeviceVersion");
                 }});

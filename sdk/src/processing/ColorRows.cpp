@@ -432,6 +432,8 @@ void GrayToMonoRow(const PixelFormatInfo& dst, const uint16_t* gray, size_t n, u
     for (; i < n; ++i) WriteBits(base, bit + i * bits, gray[i] >> drop, bits);
 }
 
+// T is a type: it cannot be parenthesised in a template argument list.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define ORVANE_INSTANTIATE(T)                                                          \
     template void GrayToRgba<T>(const T*, size_t, T*);                                 \
     template void GrayToYuva<T>(const T*, size_t, T*);                                 \
@@ -444,6 +446,7 @@ void GrayToMonoRow(const PixelFormatInfo& dst, const uint16_t* gray, size_t n, u
     template void RgbSamplesToGray<T>(const PixelFormatInfo&, const T*, size_t, T*);   \
     template RowKind YuvSamplesToRow<T>(const PixelFormatInfo&, const T*, size_t, T*); \
     template void ChannelToRgba<T>(const PixelFormatInfo&, const T*, size_t, T*);
+// NOLINTEND(bugprone-macro-parentheses)
 ORVANE_INSTANTIATE(uint8_t)
 ORVANE_INSTANTIATE(uint16_t)
 #undef ORVANE_INSTANTIATE

@@ -128,14 +128,14 @@ void SaveAs(const Image& image, const std::string& fileName, ImageFileFormat fil
 template <class Option>
 void SaveWith(const Image& image, const GenICam::gcstring& fileName, ImageFileFormat file, const Option& option,
               void (*writer)(const std::string&, const PixelBuffer&, const Option&, const codecs::WriteSettings&)) {
-    const std::string name = fileName.str();
+    const std::string& name = fileName.str();
     SaveAs(image, name, file, [&](const PixelBuffer& b) { writer(name, b, option, codecs::WriteSettings()); });
 }
 
 } // namespace
 
 void Image::Save(const GenICam::gcstring& fileName, ImageFileFormat format) const {
-    const std::string name = fileName.str();
+    const std::string& name = fileName.str();
     const ImageFileFormat file = format == FileFormat_FromExt ? codecs::FormatFromFileName(name) : format;
     SaveAs(*this, name, file, [&](const PixelBuffer& b) { codecs::WriteImageFile(name, b, file); });
 }

@@ -261,9 +261,8 @@ void InterfaceCore::BuildNodeMap() {
     for (const std::string& n : enumeration)
         if (n != "DeviceUpdateList") m.Depends(n, "DeviceUpdateList");
     for (const std::string& n : enumeration)
-        if (n.rfind("Device", 0) == 0 && n != "DeviceSelector" && n != "DeviceUpdateList" && n != "DeviceCount")
-            m.Selects("DeviceSelector", n);
-        else if (n.rfind("Gev", 0) == 0)
+        if ((n.rfind("Device", 0) == 0 && n != "DeviceSelector" && n != "DeviceUpdateList" && n != "DeviceCount") ||
+            n.rfind("Gev", 0) == 0)
             m.Selects("DeviceSelector", n);
     m.Finish();
 }

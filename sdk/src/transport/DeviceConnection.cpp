@@ -192,8 +192,8 @@ namespace {
 template <class Call>
 void RunBehaviours(const std::vector<std::shared_ptr<DeviceBehaviour>>& list, Call&& call) {
     if (list.empty()) return;
-    // A behaviour may add or remove behaviours: run over a copy.
-    const std::vector<std::shared_ptr<DeviceBehaviour>> behaviours = list;
+    // A behaviour may add or remove behaviours (changing `list`): run over a copy.
+    const std::vector<std::shared_ptr<DeviceBehaviour>> behaviours(list.begin(), list.end());
     for (const auto& b : behaviours) {
         try {
             call(*b);
