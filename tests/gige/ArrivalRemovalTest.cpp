@@ -89,11 +89,13 @@ TEST_F(GigEArrivalRemoval, AnOpenCameraWhoseDeviceDiesFailsClearlyAndLeaves) {
     const Clock::time_point killed = Clock::now();
     fake->Stop(SIGKILL);
     // The first access reaches the dead device: it fails within the
-    // device's timeout (or at once, if the loss is known by then).
+    // device's timeout (or at once, if the loss is known by then). A GVCP
+    // request times out after 2.5 s; one that waited behind Aravis's
+    // heartbeat request (which times out too) takes up to twice that.
     Clock::time_point start = Clock::now();
     const int first = CodeOf([&] { width->GetValue(false, true); });
     EXPECT_TRUE(first == ORVANE_ERR_GENICAM_TIMEOUT || first == ORVANE_ERR_DEVICE_LOST) << first;
-    EXPECT_LT(MsSince(start), 4000.0);
+    EXPECT_LT(MsSince(start), 5500.0);
 
     // One missed discovery does not take an open camera away; its loss does
     // (Aravis's heartbeat gives up about 5.5 s after the device died).
