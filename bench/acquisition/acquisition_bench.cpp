@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "../common/BenchCamera.h"
 #include "Orvane/Camera.h"
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
@@ -58,25 +59,7 @@ double WallSeconds() {
     return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
 }
 
-struct Camera {
-    Camera() {
-        system = System::GetInstance();
-        camera = system->GetCameras().GetBySerial("VC0001");
-        camera->Init();
-    }
-    ~Camera() {
-        camera->DeInit();
-        camera = nullptr;
-        system->ReleaseInstance();
-    }
-    SystemPtr system;
-    CameraPtr camera;
-};
-
-Camera& TheCamera() {
-    static Camera c;
-    return c;
-}
+using orvbench::TheCamera;
 
 const int64_t kWidths[] = {2048, 640};
 const int64_t kHeights[] = {2048, 480};

@@ -18,6 +18,7 @@
 #include <mutex>
 #include <vector>
 
+#include "../common/BenchCamera.h"
 #include "Orvane/Camera.h"
 #include "Orvane/CameraList.h"
 #include "Orvane/GenApi/GenApi.h"
@@ -39,25 +40,7 @@ constexpr size_t kBlockFrames = 300;
 constexpr size_t kWarmUp = 30;
 constexpr uint32_t kWidth = 64, kHeight = 16;
 
-struct Camera {
-    Camera() {
-        system = System::GetInstance();
-        camera = system->GetCameras().GetBySerial("VC0001");
-        camera->Init();
-    }
-    ~Camera() {
-        camera->DeInit();
-        camera = nullptr;
-        system->ReleaseInstance();
-    }
-    SystemPtr system;
-    CameraPtr camera;
-};
-
-Camera& TheCamera() {
-    static Camera c;
-    return c;
-}
+using orvbench::TheCamera;
 
 // The camera clock (ns) of an initialised virtual camera.
 internal::VirtualCameraRuntime& RuntimeOf(const CameraPtr& camera) {
