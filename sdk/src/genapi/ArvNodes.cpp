@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/Raise.h"
+#include "genapi/TextFormat.h"
 
 namespace Orvane {
 namespace GenApi {
@@ -104,7 +105,28 @@ EAccessMode ArvAccessMode(const ArvLink& link, const NodeMapBase& map) {
     if (error) return failed(error);
     if (locked) mode = mode == RW ? RO : mode == WO ? NA : mode;
     if (link.valueNode) mode = CombineAccess(mode, link.valueNode->GetAccessMode());
+    if (link.indexNode) {
+        // The target selected now: RO makes the node RO, WO makes it WO, and
+        // an index that selects nothing readable leaves it NA.
+        Node* selected = nullptr;
+        try {
+            selected = SelectedTarget(link);
+        } catch (const Exception&) {
+            return NA;
+        }
+        if (selected) mode = CombineAccess(mode, selected->GetAccessMode());
+    }
     return mode;
+}
+
+Node* SelectedTarget(const ArvLink& link) {
+    if (!link.indexNode) return link.valueNode;
+    auto* index = dynamic_cast<IInteger*>(link.indexNode);
+    if (!index) return link.defaultTarget;
+    const int64_t selected = index->GetValue();
+    for (const auto& target : link.indexedTargets)
+        if (target.first == selected) return target.second;
+    return link.defaultTarget;
 }
 
 std::string PortAbsence(const ArvLink& link) {
@@ -206,12 +228,174 @@ double ServedFloat(const Node& node, Node* source, bool ignoreCache, const Sourc
 
 void RaiseArvError(const Node& node, const SourcePosition& at, GError* error) {
     const int code = CodeOf(error);
-    std::string message = error->message ? error->message : "Aravis reported an error";
+    std::string message = error->message ? error->message : "";
+    if (message.empty())
+        message = std::string("the GenICam engine reported error ") + std::to_string(error->code) + " of " +
+                  g_quark_to_string(error->domain) + " without a description";
     g_error_free(error);
     // A device found lost while the access waited: the loss is the error.
     node.CheckDevice(at, message);
     node.Fail(at, code, message);
 }
+
+namespace {
+
+// A node's value target as numbers: its bounds, and its increment for
+// integer targets (0 for floats).
+struct TargetRange {
+    double min, max, inc;
+    bool integer;
+};
+
+bool RangeOf(Node* target, TargetRange& out) {
+    if (auto* i = dynamic_cast<IInteger*>(target)) {
+        out = {static_cast<double>(i->GetMin()), static_cast<double>(i->GetMax()),
+               static_cast<double>(i->GetIncMode() == fixedIncrement ? i->GetInc() : 1), true};
+        return true;
+    }
+    if (auto* f = dynamic_cast<IFloat*>(target)) {
+        out = {f->GetMin(), f->GetMax(), 0.0, false};
+        return true;
+    }
+    return false;
+}
+
+// The FormulaFrom of a Converter or IntConverter, evaluated with its
+// variables, constants and expressions as they are now and TO set freely:
+// the converter's bounds are the formula's values at its target's bounds.
+class ConverterFormula {
+public:
+    ConverterFormula(const Node& node, ArvGcFeatureNode* feature, const ArvNodeMap& map) : m_node(node) {
+        m_evaluator = arv_evaluator_new(nullptr);
+        for (ArvDomNode* c = arv_dom_node_get_first_child(ARV_DOM_NODE(feature)); c;
+             c = arv_dom_node_get_next_sibling(c)) {
+            if (!ARV_IS_GC_PROPERTY_NODE(c)) continue;
+            ArvGcPropertyNode* p = ARV_GC_PROPERTY_NODE(c);
+            const char* name = arv_gc_property_node_get_name(p);
+            switch (arv_gc_property_node_get_node_type(p)) {
+            case ARV_GC_PROPERTY_NODE_TYPE_FORMULA_FROM: m_formula = Text(p); break;
+            case ARV_GC_PROPERTY_NODE_TYPE_EXPRESSION:
+                if (name) arv_evaluator_set_sub_expression(m_evaluator, name, Text(p).c_str());
+                break;
+            case ARV_GC_PROPERTY_NODE_TYPE_CONSTANT:
+                if (name) arv_evaluator_set_constant(m_evaluator, name, Text(p).c_str());
+                break;
+            case ARV_GC_PROPERTY_NODE_TYPE_P_VARIABLE: {
+                Node* variable = map.NodeOf(arv_gc_property_node_get_linked_node(p));
+                if (!name || !variable) break;
+                if (auto* i = dynamic_cast<IInteger*>(variable))
+                    arv_evaluator_set_int64_variable(m_evaluator, name, i->GetValue());
+                else if (auto* f = dynamic_cast<IFloat*>(variable))
+                    arv_evaluator_set_double_variable(m_evaluator, name, f->GetValue());
+                else if (auto* b = dynamic_cast<IBoolean*>(variable))
+                    arv_evaluator_set_int64_variable(m_evaluator, name, b->GetValue() ? 1 : 0);
+                else if (auto* e = dynamic_cast<IEnumeration*>(variable))
+                    arv_evaluator_set_int64_variable(m_evaluator, name, e->GetIntValue());
+                break;
+            }
+            default: break;
+            }
+        }
+        arv_evaluator_set_expression(m_evaluator, m_formula.c_str());
+    }
+    ~ConverterFormula() { g_object_unref(m_evaluator); }
+    ConverterFormula(const ConverterFormula&) = delete;
+    ConverterFormula& operator=(const ConverterFormula&) = delete;
+
+    const std::string& Formula() const { return m_formula; }
+
+    // The formula at TO = `to`; false (with the reason) when it cannot be
+    // evaluated there or gives no finite number.
+    bool At(double to, bool integer, double& out, std::string& why) {
+        if (integer)
+            arv_evaluator_set_int64_variable(m_evaluator, "TO", static_cast<gint64>(to));
+        else
+            arv_evaluator_set_double_variable(m_evaluator, "TO", to);
+        GError* error = nullptr;
+        const double v = arv_evaluator_evaluate_as_double(m_evaluator, &error);
+        if (error) {
+            why = error->message && *error->message ? error->message : "the formula cannot be evaluated";
+            g_error_free(error);
+            return false;
+        }
+        if (!std::isfinite(v)) {
+            why = "the formula gives " + FormatFloatExact(v);
+            return false;
+        }
+        out = v;
+        return true;
+    }
+
+    // The formula at a bound of its target; where it cannot be evaluated
+    // (a division by zero), at the nearest value towards `other` where it
+    // can. Raises ORVANE_ERR_GENICAM_RUN_TIME, naming node and formula, when
+    // there is none.
+    double AtBound(const SourcePosition& at, const TargetRange& range, double bound, double other, const char* which) {
+        double out = 0.0;
+        std::string why;
+        if (At(bound, range.integer, out, why)) return out;
+        const double direction = other >= bound ? 1.0 : -1.0;
+        double step = range.integer ? std::max(range.inc, 1.0) : std::max(std::fabs(bound), 1.0) * 1e-9;
+        std::string ignored;
+        for (int i = 0; i < 64; ++i, step *= 2) {
+            const double to = bound + direction * step;
+            if ((direction > 0 && to > other) || (direction < 0 && to < other)) break;
+            if (At(to, range.integer, out, ignored)) return out;
+        }
+        m_node.Fail(at, ORVANE_ERR_GENICAM_RUN_TIME,
+                    "the formula '" + m_formula + "' cannot be evaluated at its value node's " + which + " (" +
+                        FormatFloatExact(bound) + ") nor near it: " + why);
+    }
+
+private:
+    static std::string Text(ArvGcPropertyNode* p) {
+        GError* error = nullptr;
+        const char* t = arv_gc_property_node_get_string(p, &error);
+        if (error) g_error_free(error);
+        return t ? t : "";
+    }
+
+    const Node& m_node;
+    ArvEvaluator* m_evaluator;
+    std::string m_formula;
+};
+
+// The bounds of a converter: its formula at its target's bounds, swapped when
+// the formula decreases.
+void ConverterBounds(const Node& node, const ArvLink& link, const ArvNodeMap& map, const SourcePosition& at,
+                     double& min, double& max) {
+    TargetRange range{};
+    if (!link.valueNode || !RangeOf(link.valueNode, range))
+        node.Fail(at, ORVANE_ERR_GENICAM_PROPERTY, "the converter has no numeric pValue to take its bounds from");
+    ConverterFormula formula(node, link.feature, map);
+    if (formula.Formula().empty())
+        node.Fail(at, ORVANE_ERR_GENICAM_PROPERTY, "the converter has no FormulaFrom to take its bounds from");
+    const double low = formula.AtBound(at, range, range.min, range.max, "minimum");
+    const double high = formula.AtBound(at, range, range.max, range.min, "maximum");
+    min = std::min(low, high);
+    max = std::max(low, high);
+}
+
+// Verifies `value` (written to `node`) against the value target it is
+// written through now: that target's own range and increment.
+template <class T>
+void CheckThroughTarget(const Node& node, const ArvLink& link, T value, const SourcePosition& at) {
+    if (!link.passThrough) return;
+    Node* target = SelectedTarget(link);
+    if (!target) return;
+    try {
+        if (auto* i = dynamic_cast<IntegerNode*>(target))
+            i->CheckRange(static_cast<int64_t>(std::llround(static_cast<double>(value))), at);
+        else if (auto* f = dynamic_cast<FloatNode*>(target))
+            f->CheckRange(static_cast<double>(value), at);
+    } catch (const Exception& e) {
+        node.Fail(at, e.GetError(), "its value node refuses the value (" + std::string(e.GetErrorMessage()) + ")");
+    }
+}
+
+double Clamp(double v, double lo, double hi) { return v < lo ? lo : v > hi ? hi : v; }
+
+} // namespace
 
 // Integer ------------------------------------------------------------------
 
@@ -261,15 +445,49 @@ T LimitOf(const Node& node, Get&& get, T unlimited, const SourcePosition& at) {
     RaiseArvError(node, at, error);
 }
 
+namespace {
+
+constexpr double kInt64Low = -9223372036854775808.0; // -2^63
+constexpr double kInt64High = 9223372036854775807.0; // rounds to 2^63
+
+int64_t ToInt64(double v) {
+    if (v <= kInt64Low) return std::numeric_limits<int64_t>::min();
+    if (v >= kInt64High) return std::numeric_limits<int64_t>::max();
+    return static_cast<int64_t>(std::llround(v));
+}
+
+} // namespace
+
 int64_t ArvIntegerNode::DoGetMin() {
-    return LimitOf<int64_t>(
+    if (ARV_IS_GC_CONVERTER(m_link.feature)) {
+        double min = 0, max = 0;
+        ConverterBounds(*this, m_link, ArvMap(), ORV_HERE, min, max);
+        return ToInt64(std::ceil(min));
+    }
+    int64_t own = LimitOf<int64_t>(
         *this, [&](GError** e) { return arv_gc_integer_get_min(m_integer, e); }, std::numeric_limits<int64_t>::min(),
         ORV_HERE);
+    TargetRange range{};
+    if (m_link.passThrough && m_link.valueNode && RangeOf(m_link.valueNode, range))
+        own = std::max(own, ToInt64(std::ceil(Clamp(range.min, kInt64Low, kInt64High))));
+    return own;
 }
 int64_t ArvIntegerNode::DoGetMax() {
-    return LimitOf<int64_t>(
+    if (ARV_IS_GC_CONVERTER(m_link.feature)) {
+        double min = 0, max = 0;
+        ConverterBounds(*this, m_link, ArvMap(), ORV_HERE, min, max);
+        return ToInt64(std::floor(max));
+    }
+    int64_t own = LimitOf<int64_t>(
         *this, [&](GError** e) { return arv_gc_integer_get_max(m_integer, e); }, std::numeric_limits<int64_t>::max(),
         ORV_HERE);
+    TargetRange range{};
+    if (m_link.passThrough && m_link.valueNode && RangeOf(m_link.valueNode, range))
+        own = std::min(own, ToInt64(std::floor(Clamp(range.max, kInt64Low, kInt64High))));
+    return own;
+}
+void ArvIntegerNode::CheckThrough(int64_t value, const SourcePosition& at) {
+    CheckThroughTarget(*this, m_link, value, at);
 }
 int64_t ArvIntegerNode::DoGetInc() {
     // No Inc in the document: an increment of 1.
@@ -324,26 +542,41 @@ void ArvFloatNode::DoSetValue(double value) {
 }
 
 double ArvFloatNode::DoGetMin() {
-    return LimitOf<double>(
+    if (ARV_IS_GC_CONVERTER(m_link.feature)) {
+        double min = 0, max = 0;
+        ConverterBounds(*this, m_link, ArvMap(), ORV_HERE, min, max);
+        return min;
+    }
+    double own = LimitOf<double>(
         *this, [&](GError** e) { return arv_gc_float_get_min(m_float, e); }, -std::numeric_limits<double>::max(),
         ORV_HERE);
+    TargetRange range{};
+    if (m_link.passThrough && m_link.valueNode && RangeOf(m_link.valueNode, range)) own = std::max(own, range.min);
+    return own;
 }
 double ArvFloatNode::DoGetMax() {
-    return LimitOf<double>(
+    if (ARV_IS_GC_CONVERTER(m_link.feature)) {
+        double min = 0, max = 0;
+        ConverterBounds(*this, m_link, ArvMap(), ORV_HERE, min, max);
+        return max;
+    }
+    double own = LimitOf<double>(
         *this, [&](GError** e) { return arv_gc_float_get_max(m_float, e); }, std::numeric_limits<double>::max(),
         ORV_HERE);
+    TargetRange range{};
+    if (m_link.passThrough && m_link.valueNode && RangeOf(m_link.valueNode, range)) own = std::min(own, range.max);
+    return own;
 }
-// Without an increment Aravis reports the smallest positive double, or an
-// error for float registers.
-bool ArvFloatNode::DoHasInc() { return DoGetInc() > DBL_MIN; }
+// A float has an increment only when its XML gives one: the increment of an
+// integer register underneath is no increment of the float.
+bool ArvFloatNode::DoHasInc() { return m_hasInc; }
 double ArvFloatNode::DoGetInc() {
-    GError* error = nullptr;
-    const double inc = arv_gc_float_get_inc(m_float, &error);
-    if (error) {
-        g_error_free(error);
-        return 0.0;
-    }
-    return inc;
+    if (!m_hasInc) return 0.0;
+    // Reported as the XML evaluates it, zero or negative included.
+    return ARV_CALL(arv_gc_float_get_inc(m_float, &error_));
+}
+void ArvFloatNode::CheckThrough(double value, const SourcePosition& at) {
+    CheckThroughTarget(*this, m_link, value, at);
 }
 ERepresentation ArvFloatNode::DoGetRepresentation() const {
     return Representation(arv_gc_float_get_representation(m_float));

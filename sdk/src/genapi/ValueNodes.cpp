@@ -25,7 +25,7 @@ std::string ReportedOutOfRange(int64_t value, int64_t min, int64_t max) {
 }
 
 std::string ReportedOutOfRange(double value, double, double) {
-    return "the device reports " + FormatFloat(value, fnAutomatic, 0) + ", outside its range";
+    return "the device reports " + FormatFloatExact(value) + ", outside its range";
 }
 
 // Reads a value's text; `what` names what the text must be.
@@ -54,7 +54,10 @@ template <class T, class Interface, EInterfaceType Type>
 void NumberNode<T, Interface, Type>::SetValue(T Value, bool Verify) {
     Lock lock(this->m_map);
     this->CheckWritable(ORV_HERE);
-    if (Verify) CheckRange(Value, ORV_HERE);
+    if (Verify) {
+        CheckRange(Value, ORV_HERE);
+        CheckThrough(Value, ORV_HERE);
+    }
     DoSetValue(Value);
     this->m_map.NotifyChanged(*this);
 }
@@ -154,7 +157,7 @@ gcstring IntegerNode::GetUnit() const { return DoGetUnit(); }
 
 gcstring FloatNode::ToString(bool Verify, bool IgnoreCache) {
     Lock lock(m_map);
-    return FormatFloat(GetValue(Verify, IgnoreCache), fnAutomatic, DoGetDisplayPrecision());
+    return FormatFloat(GetValue(Verify, IgnoreCache), DoGetDisplayNotation(), DoGetDisplayPrecision());
 }
 
 void FloatNode::CheckRange(double value, const SourcePosition& at) {
@@ -162,20 +165,17 @@ void FloatNode::CheckRange(double value, const SourcePosition& at) {
     const double min = GetMin(), max = GetMax();
     if (value < min)
         Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
-             "value " + FormatFloat(value, fnAutomatic, 0) + " is less than the minimum " +
-                 FormatFloat(min, fnAutomatic, 0));
+             "value " + FormatFloatExact(value) + " is less than the minimum " + FormatFloatExact(min));
     if (value > max)
         Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
-             "value " + FormatFloat(value, fnAutomatic, 0) + " is greater than the maximum " +
-                 FormatFloat(max, fnAutomatic, 0));
+             "value " + FormatFloatExact(value) + " is greater than the maximum " + FormatFloatExact(max));
     if (HasInc()) {
         const double inc = GetInc();
         if (inc > 0) {
             const double steps = (value - min) / inc;
             if (std::fabs(steps - std::round(steps)) > 1e-6)
                 Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
-                     "value " + FormatFloat(value, fnAutomatic, 0) + " does not match the increment " +
-                         FormatFloat(inc, fnAutomatic, 0));
+                     "value " + FormatFloatExact(value) + " does not match the increment " + FormatFloatExact(inc));
         }
     }
 }

@@ -45,6 +45,9 @@ public:
     virtual void CheckRange(T value, const SourcePosition& at) = 0;
 
 protected:
+    // Verifies a value against what the node writes through (its value
+    // target), after the node's own range; raises like CheckRange.
+    virtual void CheckThrough(T, const SourcePosition&) {}
     virtual T DoGetValue(bool ignoreCache) = 0;
     virtual void DoSetValue(T value) = 0;
     virtual T DoGetMin() { return std::numeric_limits<T>::lowest(); }
