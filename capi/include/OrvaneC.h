@@ -379,7 +379,9 @@ ORVANE_C_API orvError orvLogEventHandlerDestroy(orvLogEventHandler handler);
 
 /* Log and device event data --------------------------------------------------- */
 /* Inside a log callback: the record's fields (a null buffer asks for a text's
- * length). Category "Orvane"; priority and its name (ORV_LOG_LEVEL_ERROR,
+ * length). Category ("Orvane" for this library's records and the logging
+ * entry points', "Orvane.<area>" for the SDK's own: "Orvane.Camera",
+ * "Orvane.GenApi", ...); priority and its name (ORV_LOG_LEVEL_ERROR,
  * "ERROR"); local time "YYYY-MM-DD hh:mm:ss.uuuuuu"; the nested diagnostic
  * context; the logging thread's name; the message. */
 ORVANE_C_API orvError orvLogDataGetCategoryName(orvLogEventData data, char* buffer, size_t* length);
