@@ -252,10 +252,12 @@ ORVANE_C_API orvError orvImageProcessorApplyGamma(orvImageProcessor processor, o
                                                   float gamma, bool8_t inverse);
 
 /* Image statistics ------------------------------------------------------- */
-/* Per channel: range of values found, range the pixel format allows, number of
- * distinct values, mean and a 256-bin histogram (owned by the statistics
- * object). Enable channels, run orvImageCalculateStatistics, then read them;
- * a disabled channel gives ORVANE_ERR_NOT_AVAILABLE. */
+/* Per channel: range (the values the channel can take, the extent of its
+ * histogram: 0 .. 2^n - 1 for n-bit values, 0..255 for hue, saturation and
+ * lightness), pixel value range (the smallest and largest value present),
+ * number of distinct values present, mean and a 256-bin histogram (owned by
+ * the statistics object). Enable channels, run orvImageCalculateStatistics,
+ * then read them; a disabled channel gives ORVANE_ERR_NOT_AVAILABLE. */
 ORVANE_C_API orvError orvImageStatisticsCreate(orvImageStatistics* statistics);
 ORVANE_C_API orvError orvImageStatisticsDestroy(orvImageStatistics statistics);
 ORVANE_C_API orvError orvImageStatisticsEnableAll(orvImageStatistics statistics);
@@ -377,7 +379,9 @@ ORVANE_C_API orvError orvLogEventHandlerDestroy(orvLogEventHandler handler);
 
 /* Log and device event data --------------------------------------------------- */
 /* Inside a log callback: the record's fields (a null buffer asks for a text's
- * length). Category "Orvane"; priority and its name (ORV_LOG_LEVEL_ERROR,
+ * length). Category ("Orvane" for this library's records and the logging
+ * entry points', "Orvane.<area>" for the SDK's own: "Orvane.Camera",
+ * "Orvane.GenApi", ...); priority and its name (ORV_LOG_LEVEL_ERROR,
  * "ERROR"); local time "YYYY-MM-DD hh:mm:ss.uuuuuu"; the nested diagnostic
  * context; the logging thread's name; the message. */
 ORVANE_C_API orvError orvLogDataGetCategoryName(orvLogEventData data, char* buffer, size_t* length);
