@@ -56,19 +56,19 @@ ERepresentation Representation(ArvGcRepresentation r) {
 }
 
 // Calls an Aravis getter that reports failure through a GError.
-#define ARV_CALL(expr, function)                            \
-    [&] {                                                   \
-        GError* error_ = nullptr;                           \
-        auto value_ = expr;                                 \
-        if (error_) RaiseArvError(*this, function, error_); \
-        return value_;                                      \
+#define ARV_CALL(expr)                                 \
+    [&, at_ = ORV_HERE] {                              \
+        GError* error_ = nullptr;                      \
+        auto value_ = expr;                            \
+        if (error_) RaiseArvError(*this, at_, error_); \
+        return value_;                                 \
     }()
 
-#define ARV_DO(expr, function)                              \
+#define ARV_DO(expr)                                        \
     do {                                                    \
         GError* error_ = nullptr;                           \
         expr;                                               \
-        if (error_) RaiseArvError(*this, function, error_); \
+        if (error_) RaiseArvError(*this, ORV_HERE, error_); \
     } while (0)
 
 } // namespace
@@ -116,18 +116,17 @@ namespace {
 // Reads the bytes of a register on a chunk or event port: its address and
 // length as Aravis evaluates them (pIndex, pLength), its data from the port.
 uint64_t PortRegisterBytes(const Node& node, const ArvLink& link, uint8_t* out, uint64_t capacity,
-                           const char* function) {
+                           const SourcePosition& at) {
     if (!ARV_IS_GC_REGISTER(link.feature))
-        node.Fail(__LINE__, function, ORVANE_ERR_NOT_SUPPORTED,
-                  "this register kind cannot be read from chunk or event data");
+        node.Fail(at, ORVANE_ERR_NOT_SUPPORTED, "this register kind cannot be read from chunk or event data");
     ArvGcRegister* reg = ARV_GC_REGISTER(link.feature);
     GError* error = nullptr;
     const uint64_t address = arv_gc_register_get_address(reg, &error);
-    if (error) RaiseArvError(node, function, error);
+    if (error) RaiseArvError(node, at, error);
     const uint64_t length = arv_gc_register_get_length(reg, &error);
-    if (error) RaiseArvError(node, function, error);
+    if (error) RaiseArvError(node, at, error);
     if (length == 0 || length > capacity)
-        node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY,
+        node.Fail(at, ORVANE_ERR_GENICAM_PROPERTY,
                   "a register of " + std::to_string(length) + " bytes cannot hold this node's value");
     link.dataPort->ReadData(node, out, address, length);
     return length;
@@ -142,9 +141,9 @@ uint64_t Unsigned(const uint8_t* bytes, uint64_t length, bool bigEndian) {
     return v;
 }
 
-int64_t PortInteger(const Node& node, const ArvLink& link, const char* function) {
+int64_t PortInteger(const Node& node, const ArvLink& link, const SourcePosition& at) {
     uint8_t bytes[8];
-    const uint64_t length = PortRegisterBytes(node, link, bytes, sizeof bytes, function);
+    const uint64_t length = PortRegisterBytes(node, link, bytes, sizeof bytes, at);
     const PortRegisterLayout& l = link.portLayout;
     uint64_t v = Unsigned(bytes, length, l.bigEndian);
     unsigned width = static_cast<unsigned>(length * 8);
@@ -160,7 +159,7 @@ int64_t PortInteger(const Node& node, const ArvLink& link, const char* function)
             high = l.msb;
         }
         if (low < 0 || high < low || high >= static_cast<int>(width))
-            node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY,
+            node.Fail(at, ORVANE_ERR_GENICAM_PROPERTY,
                       "bit field LSB " + std::to_string(l.lsb) + ", MSB " + std::to_string(l.msb) +
                           " does not fit a register of " + std::to_string(length) + " bytes");
         width = static_cast<unsigned>(high - low + 1);
@@ -171,9 +170,9 @@ int64_t PortInteger(const Node& node, const ArvLink& link, const char* function)
     return static_cast<int64_t>(v);
 }
 
-double PortFloat(const Node& node, const ArvLink& link, const char* function) {
+double PortFloat(const Node& node, const ArvLink& link, const SourcePosition& at) {
     uint8_t bytes[8];
-    const uint64_t length = PortRegisterBytes(node, link, bytes, sizeof bytes, function);
+    const uint64_t length = PortRegisterBytes(node, link, bytes, sizeof bytes, at);
     const uint64_t v = Unsigned(bytes, length, link.portLayout.bigEndian);
     if (length == 4) {
         const uint32_t v32 = static_cast<uint32_t>(v);
@@ -186,33 +185,32 @@ double PortFloat(const Node& node, const ArvLink& link, const char* function) {
         std::memcpy(&d, &v, sizeof d);
         return d;
     }
-    node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY,
-              "a float register has 4 or 8 bytes, not " + std::to_string(length));
+    node.Fail(at, ORVANE_ERR_GENICAM_PROPERTY, "a float register has 4 or 8 bytes, not " + std::to_string(length));
 }
 
 // The value of the node a pass-through node reads.
-int64_t ServedInteger(const Node& node, Node* source, bool ignoreCache, const char* function) {
+int64_t ServedInteger(const Node& node, Node* source, bool ignoreCache, const SourcePosition& at) {
     if (auto* i = dynamic_cast<IInteger*>(source)) return i->GetValue(false, ignoreCache);
     if (auto* f = dynamic_cast<IFloat*>(source))
         return static_cast<int64_t>(std::llround(f->GetValue(false, ignoreCache)));
-    node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY, "its pValue is neither an integer nor a float");
+    node.Fail(at, ORVANE_ERR_GENICAM_PROPERTY, "its pValue is neither an integer nor a float");
 }
 
-double ServedFloat(const Node& node, Node* source, bool ignoreCache, const char* function) {
+double ServedFloat(const Node& node, Node* source, bool ignoreCache, const SourcePosition& at) {
     if (auto* f = dynamic_cast<IFloat*>(source)) return f->GetValue(false, ignoreCache);
     if (auto* i = dynamic_cast<IInteger*>(source)) return static_cast<double>(i->GetValue(false, ignoreCache));
-    node.Fail(__LINE__, function, ORVANE_ERR_GENICAM_PROPERTY, "its pValue is neither an integer nor a float");
+    node.Fail(at, ORVANE_ERR_GENICAM_PROPERTY, "its pValue is neither an integer nor a float");
 }
 
 } // namespace
 
-void RaiseArvError(const Node& node, const char* function, GError* error) {
+void RaiseArvError(const Node& node, const SourcePosition& at, GError* error) {
     const int code = CodeOf(error);
     std::string message = error->message ? error->message : "Aravis reported an error";
     g_error_free(error);
     // A device found lost while the access waited: the loss is the error.
-    node.CheckDevice(function, message);
-    node.Fail(__LINE__, function, code, message);
+    node.CheckDevice(at, message);
+    node.Fail(at, code, message);
 }
 
 // Integer ------------------------------------------------------------------
@@ -229,14 +227,14 @@ int64_t ArvIntegerNode::DoGetValue(bool ignoreCache) {
     if (m_valid && !ignoreCache) return m_cache;
     int64_t value;
     if (m_link.portRegister) {
-        value = PortInteger(*this, m_link, "GetValue");
+        value = PortInteger(*this, m_link, ORV_HERE);
     } else if (m_link.servedBy) {
-        value = ServedInteger(*this, m_link.servedBy, ignoreCache, "GetValue");
+        value = ServedInteger(*this, m_link.servedBy, ignoreCache, ORV_HERE);
     } else {
         BeforeDeviceRead();
         GError* error = nullptr;
         value = arv_gc_integer_get_value(m_integer, &error);
-        if (error) RaiseArvError(*this, "GetValue", error);
+        if (error) RaiseArvError(*this, ORV_HERE, error);
     }
     m_cache = value;
     m_valid = m_link.valueCacheable;
@@ -245,14 +243,14 @@ int64_t ArvIntegerNode::DoGetValue(bool ignoreCache) {
 
 void ArvIntegerNode::DoSetValue(int64_t value) {
     m_valid = false;
-    ARV_DO(arv_gc_integer_set_value(m_integer, value, &error_), "SetValue");
+    ARV_DO(arv_gc_integer_set_value(m_integer, value, &error_));
     AfterDeviceWrite();
 }
 
 // Nodes without limits (swiss knives) have the whole range of their type;
 // Aravis reports them as a property that is not defined.
 template <class T, class Get>
-T LimitOf(const Node& node, Get&& get, T unlimited, const char* function) {
+T LimitOf(const Node& node, Get&& get, T unlimited, const SourcePosition& at) {
     GError* error = nullptr;
     const T value = get(&error);
     if (!error) return value;
@@ -260,18 +258,18 @@ T LimitOf(const Node& node, Get&& get, T unlimited, const char* function) {
         g_error_free(error);
         return unlimited;
     }
-    RaiseArvError(node, function, error);
+    RaiseArvError(node, at, error);
 }
 
 int64_t ArvIntegerNode::DoGetMin() {
     return LimitOf<int64_t>(
         *this, [&](GError** e) { return arv_gc_integer_get_min(m_integer, e); }, std::numeric_limits<int64_t>::min(),
-        "GetMin");
+        ORV_HERE);
 }
 int64_t ArvIntegerNode::DoGetMax() {
     return LimitOf<int64_t>(
         *this, [&](GError** e) { return arv_gc_integer_get_max(m_integer, e); }, std::numeric_limits<int64_t>::max(),
-        "GetMax");
+        ORV_HERE);
 }
 int64_t ArvIntegerNode::DoGetInc() {
     // No Inc in the document: an increment of 1.
@@ -305,14 +303,14 @@ double ArvFloatNode::DoGetValue(bool ignoreCache) {
     if (m_valid && !ignoreCache) return m_cache;
     double value;
     if (m_link.portRegister) {
-        value = PortFloat(*this, m_link, "GetValue");
+        value = PortFloat(*this, m_link, ORV_HERE);
     } else if (m_link.servedBy) {
-        value = ServedFloat(*this, m_link.servedBy, ignoreCache, "GetValue");
+        value = ServedFloat(*this, m_link.servedBy, ignoreCache, ORV_HERE);
     } else {
         BeforeDeviceRead();
         GError* error = nullptr;
         value = arv_gc_float_get_value(m_float, &error);
-        if (error) RaiseArvError(*this, "GetValue", error);
+        if (error) RaiseArvError(*this, ORV_HERE, error);
     }
     m_cache = value;
     m_valid = m_link.valueCacheable;
@@ -321,19 +319,19 @@ double ArvFloatNode::DoGetValue(bool ignoreCache) {
 
 void ArvFloatNode::DoSetValue(double value) {
     m_valid = false;
-    ARV_DO(arv_gc_float_set_value(m_float, value, &error_), "SetValue");
+    ARV_DO(arv_gc_float_set_value(m_float, value, &error_));
     AfterDeviceWrite();
 }
 
 double ArvFloatNode::DoGetMin() {
     return LimitOf<double>(
         *this, [&](GError** e) { return arv_gc_float_get_min(m_float, e); }, -std::numeric_limits<double>::max(),
-        "GetMin");
+        ORV_HERE);
 }
 double ArvFloatNode::DoGetMax() {
     return LimitOf<double>(
         *this, [&](GError** e) { return arv_gc_float_get_max(m_float, e); }, std::numeric_limits<double>::max(),
-        "GetMax");
+        ORV_HERE);
 }
 // Without an increment Aravis reports the smallest positive double, or an
 // error for float registers.
@@ -378,16 +376,16 @@ std::string ArvStringNode::DoGetValue(bool ignoreCache) {
     if (m_link.portRegister) {
         GError* error = nullptr;
         const uint64_t length = arv_gc_register_get_length(ARV_GC_REGISTER(m_link.feature), &error);
-        if (error) RaiseArvError(*this, "GetValue", error);
+        if (error) RaiseArvError(*this, ORV_HERE, error);
         std::vector<uint8_t> bytes(static_cast<size_t>(length));
-        if (length > 0) PortRegisterBytes(*this, m_link, bytes.data(), length, "GetValue");
+        if (length > 0) PortRegisterBytes(*this, m_link, bytes.data(), length, ORV_HERE);
         const auto end = std::find(bytes.begin(), bytes.end(), uint8_t(0));
         m_cache.assign(bytes.begin(), end);
     } else {
         BeforeDeviceRead();
         GError* error = nullptr;
         const char* value = arv_gc_string_get_value(m_string, &error);
-        if (error) RaiseArvError(*this, "GetValue", error);
+        if (error) RaiseArvError(*this, ORV_HERE, error);
         m_cache = value ? value : "";
     }
     m_valid = m_link.valueCacheable;
@@ -396,13 +394,11 @@ std::string ArvStringNode::DoGetValue(bool ignoreCache) {
 
 void ArvStringNode::DoSetValue(const std::string& value) {
     m_valid = false;
-    ARV_DO(arv_gc_string_set_value(m_string, value.c_str(), &error_), "SetValue");
+    ARV_DO(arv_gc_string_set_value(m_string, value.c_str(), &error_));
     AfterDeviceWrite();
 }
 
-int64_t ArvStringNode::DoGetMaxLength() {
-    return ARV_CALL(arv_gc_string_get_max_length(m_string, &error_), "GetMaxLength");
-}
+int64_t ArvStringNode::DoGetMaxLength() { return ARV_CALL(arv_gc_string_get_max_length(m_string, &error_)); }
 
 // Boolean ------------------------------------------------------------------
 
@@ -419,7 +415,7 @@ bool ArvBooleanNode::DoGetValue(bool ignoreCache) const {
     BeforeDeviceRead();
     GError* error = nullptr;
     const bool value = arv_gc_boolean_get_value(m_boolean, &error);
-    if (error) RaiseArvError(*this, "GetValue", error);
+    if (error) RaiseArvError(*this, ORV_HERE, error);
     m_cache = value;
     m_valid = m_link.valueCacheable;
     return value;
@@ -427,7 +423,7 @@ bool ArvBooleanNode::DoGetValue(bool ignoreCache) const {
 
 void ArvBooleanNode::DoSetValue(bool value) {
     m_valid = false;
-    ARV_DO(arv_gc_boolean_set_value(m_boolean, value, &error_), "SetValue");
+    ARV_DO(arv_gc_boolean_set_value(m_boolean, value, &error_));
     AfterDeviceWrite();
 }
 
@@ -438,7 +434,7 @@ ArvCommandNode::ArvCommandNode(NodeMapBase& map, NodeInfo info, ArvGcFeatureNode
     : ArvNode(feature, map, std::move(info)), m_command(ARV_GC_COMMAND(feature)), m_commandValue(commandValue) {}
 
 void ArvCommandNode::DoExecute() {
-    ARV_DO(arv_gc_command_execute(m_command, &error_), "Execute");
+    ARV_DO(arv_gc_command_execute(m_command, &error_));
     AfterDeviceWrite();
     // A command may change anything on the device (a user set loaded, a
     // reset): no cached value survives it.
@@ -452,7 +448,7 @@ bool ArvCommandNode::DoIsDone() {
     if (mode != RO && mode != RW) return true;
     const int64_t current = value->GetValue(false, true);
     int64_t commandValue = 1;
-    if (m_commandValue) commandValue = ARV_CALL(arv_gc_property_node_get_int64(m_commandValue, &error_), "IsDone");
+    if (m_commandValue) commandValue = ARV_CALL(arv_gc_property_node_get_int64(m_commandValue, &error_));
     return current != commandValue;
 }
 
@@ -470,12 +466,12 @@ int64_t ArvEnumerationNode::DoGetIntValue(bool ignoreCache) {
     if (m_valid && !ignoreCache) return m_cache;
     int64_t value;
     if (m_link.servedBy) {
-        value = ServedInteger(*this, m_link.servedBy, ignoreCache, "GetIntValue");
+        value = ServedInteger(*this, m_link.servedBy, ignoreCache, ORV_HERE);
     } else {
         BeforeDeviceRead();
         GError* error = nullptr;
         value = arv_gc_enumeration_get_int_value(m_enumeration, &error);
-        if (error) RaiseArvError(*this, "GetIntValue", error);
+        if (error) RaiseArvError(*this, ORV_HERE, error);
     }
     m_cache = value;
     m_valid = m_link.valueCacheable;
@@ -484,7 +480,7 @@ int64_t ArvEnumerationNode::DoGetIntValue(bool ignoreCache) {
 
 void ArvEnumerationNode::DoSetIntValue(int64_t value) {
     m_valid = false;
-    ARV_DO(arv_gc_enumeration_set_int_value(m_enumeration, value, &error_), "SetIntValue");
+    ARV_DO(arv_gc_enumeration_set_int_value(m_enumeration, value, &error_));
     AfterDeviceWrite();
 }
 
@@ -505,7 +501,7 @@ void ArvRegisterNode::DoGet(uint8_t* buffer, int64_t length, bool) {
     if (m_link.portRegister) {
         GError* error = nullptr;
         const uint64_t address = arv_gc_register_get_address(m_register, &error);
-        if (error) RaiseArvError(*this, "Get", error);
+        if (error) RaiseArvError(*this, ORV_HERE, error);
         // The whole register must be in the data, even when fewer bytes are asked for.
         if (full > 0) m_link.dataPort->ReadData(*this, nullptr, address, static_cast<uint64_t>(full));
         m_link.dataPort->ReadData(*this, buffer, address, static_cast<uint64_t>(std::min(length, full)));
@@ -513,36 +509,36 @@ void ArvRegisterNode::DoGet(uint8_t* buffer, int64_t length, bool) {
     }
     BeforeDeviceRead();
     if (length >= full) {
-        ARV_DO(arv_gc_register_get(m_register, buffer, static_cast<guint64>(length), &error_), "Get");
+        ARV_DO(arv_gc_register_get(m_register, buffer, static_cast<guint64>(length), &error_));
         return;
     }
     // Aravis reads whole registers only.
     std::vector<uint8_t> all(static_cast<size_t>(full));
-    ARV_DO(arv_gc_register_get(m_register, all.data(), static_cast<guint64>(full), &error_), "Get");
+    ARV_DO(arv_gc_register_get(m_register, all.data(), static_cast<guint64>(full), &error_));
     std::copy(all.begin(), all.begin() + length, buffer);
 }
 
 void ArvRegisterNode::DoSet(const uint8_t* buffer, int64_t length) {
     const int64_t full = DoGetLength();
     if (length >= full) {
-        ARV_DO(arv_gc_register_set(m_register, buffer, static_cast<guint64>(full), &error_), "Set");
+        ARV_DO(arv_gc_register_set(m_register, buffer, static_cast<guint64>(full), &error_));
         AfterDeviceWrite();
         return;
     }
     // A shorter write replaces the first bytes and keeps the rest.
     std::vector<uint8_t> all(static_cast<size_t>(full));
-    ARV_DO(arv_gc_register_get(m_register, all.data(), static_cast<guint64>(full), &error_), "Set");
+    ARV_DO(arv_gc_register_get(m_register, all.data(), static_cast<guint64>(full), &error_));
     std::copy(buffer, buffer + length, all.begin());
-    ARV_DO(arv_gc_register_set(m_register, all.data(), static_cast<guint64>(full), &error_), "Set");
+    ARV_DO(arv_gc_register_set(m_register, all.data(), static_cast<guint64>(full), &error_));
     AfterDeviceWrite();
 }
 
 int64_t ArvRegisterNode::DoGetLength() {
-    return static_cast<int64_t>(ARV_CALL(arv_gc_register_get_length(m_register, &error_), "GetLength"));
+    return static_cast<int64_t>(ARV_CALL(arv_gc_register_get_length(m_register, &error_)));
 }
 
 int64_t ArvRegisterNode::DoGetAddress() {
-    return static_cast<int64_t>(ARV_CALL(arv_gc_register_get_address(m_register, &error_), "GetAddress"));
+    return static_cast<int64_t>(ARV_CALL(arv_gc_register_get_address(m_register, &error_)));
 }
 
 // Port ---------------------------------------------------------------------
@@ -573,15 +569,14 @@ std::string ArvPortNode::Absence() const {
 
 void ArvPortNode::ReadData(const Node& reader, uint8_t* out, uint64_t address, uint64_t length) const {
     if (!m_hasData)
-        reader.Fail(__LINE__, "Read", ORVANE_ERR_GENICAM_ACCESS,
-                    "the node is not readable (access mode NA): " + Absence());
+        reader.Fail(ORV_HERE, ORVANE_ERR_GENICAM_ACCESS, "the node is not readable (access mode NA): " + Absence());
     if (address > m_size || length > m_size - address) {
         char text[160];
         std::snprintf(text, sizeof text,
                       "reading %llu bytes at offset %llu of %s 0x%llX: the data holds only %zu bytes",
                       static_cast<unsigned long long>(length), static_cast<unsigned long long>(address),
                       m_source == Source::Chunk ? "chunk" : "event", static_cast<unsigned long long>(m_id), m_size);
-        reader.Fail(__LINE__, "Read", ORVANE_ERR_INVALID_BUFFER, text);
+        reader.Fail(ORV_HERE, ORVANE_ERR_INVALID_BUFFER, text);
     }
     if (out && length > 0) std::memcpy(out, m_data + address, static_cast<size_t>(length));
 }
@@ -594,10 +589,9 @@ void ArvPortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
         ReadData(*this, static_cast<uint8_t*>(pBuffer), static_cast<uint64_t>(Address), static_cast<uint64_t>(Length));
         return;
     }
-    CheckDevice("Read");
+    CheckDevice(ORV_HERE);
     if (Length == 0) return;
-    ARV_DO(arv_gc_port_read(m_port, pBuffer, static_cast<guint64>(Address), static_cast<guint64>(Length), &error_),
-           "Read");
+    ARV_DO(arv_gc_port_read(m_port, pBuffer, static_cast<guint64>(Address), static_cast<guint64>(Length), &error_));
 }
 
 void ArvPortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
@@ -607,11 +601,10 @@ void ArvPortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
     if (m_source != Source::Device)
         ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS,
                       std::string("a ") + (m_source == Source::Chunk ? "chunk" : "event") + " port is read-only");
-    CheckDevice("Write");
+    CheckDevice(ORV_HERE);
     if (Length == 0) return;
     ARV_DO(arv_gc_port_write(m_port, const_cast<void*>(pBuffer), static_cast<guint64>(Address),
-                             static_cast<guint64>(Length), &error_),
-           "Write");
+                             static_cast<guint64>(Length), &error_));
     m_map.InvalidateNodes();
     if (ArvNodeMap::DeviceObserver* observer = ArvMap().Observer())
         observer->AfterWrite(static_cast<uint64_t>(Address), static_cast<uint64_t>(Length));

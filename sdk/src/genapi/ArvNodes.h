@@ -65,7 +65,7 @@ EAccessMode ArvAccessMode(const ArvLink& link, const NodeMapBase& map);
 // ORVANE_ERR_DEVICE_LOST when the map's device is known lost by then, else
 // the code of the Aravis error (a device that stopped answering:
 // ORVANE_ERR_GENICAM_TIMEOUT, within the access's own timeout).
-[[noreturn]] void RaiseArvError(const Node& node, const char* function, GError* error);
+[[noreturn]] void RaiseArvError(const Node& node, const SourcePosition& at, GError* error);
 
 // Lets the node map reach the link of any of its nodes.
 class ArvLinked {
