@@ -127,6 +127,20 @@ ORVANE_C_API orvError orvImageListSave(orvImageList list, const char* fileName);
 /* Reads an image list file into a new list handle, which the caller destroys. */
 ORVANE_C_API orvError orvImageListLoad(orvImageList* list, const char* fileName);
 
+/* Node maps from GenICam XML ------------------------------------------------ */
+/* A node map built from a GenICam XML description alone, without a camera:
+ * its registers are zero-initialised memory of its own (CXmlNodeMap). The
+ * handle is a node map handle for every orvNodeMap and node function; the
+ * caller destroys it with orvNodeMapDestroy, which also ends the node handles
+ * taken from it. An unreadable file fails with ORVANE_ERR_IO naming the path,
+ * a malformed description with ORVANE_ERR_GENICAM_INVALID_ARGUMENT and the
+ * message "the GenICam XML of <file> is invalid: line N, in element <E>:
+ * <reason>"; orvErrorGetLast and orvErrorGetLastMessage report both. */
+ORVANE_C_API orvError orvNodeMapCreateFromXmlFile(const char* pFileName, orvNodeMapHandle* phNodeMap);
+ORVANE_C_API orvError orvNodeMapCreateFromXmlText(const char* pXml, orvNodeMapHandle* phNodeMap);
+/* Accepts only handles made by the two functions above (ORVANE_ERR_INVALID_HANDLE otherwise). */
+ORVANE_C_API orvError orvNodeMapDestroy(orvNodeMapHandle hNodeMap);
+
 /* Interfaces ------------------------------------------------------------- */
 ORVANE_C_API orvError orvInterfaceUpdateCameras(orvInterface interfaceHandle, bool8_t* changed);
 ORVANE_C_API orvError orvInterfaceGetCameras(orvInterface interfaceHandle, orvCameraList list);

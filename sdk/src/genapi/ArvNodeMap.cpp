@@ -11,6 +11,7 @@
 #include "core/Raise.h"
 #include "genapi/ArvNodes.h"
 #include "genapi/XmlSideTable.h"
+#include "genapi/XmlValidation.h"
 
 namespace Orvane {
 namespace GenApi {
@@ -103,9 +104,20 @@ ArvNodeMap::ArvNodeMap(ArvDevice* device, std::string deviceName)
     if (!ARV_IS_DEVICE(device)) ORV_RAISE(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "no device to build a node map for");
     g_object_ref(m_device);
     m_gc = arv_device_get_genicam(m_device);
-    if (!m_gc) {
+    // Aravis builds a partial node tree from a truncated document and none
+    // from other malformed ones: the text is checked either way, so that the
+    // error says what is wrong and where.
+    size_t xmlSize = 0;
+    const char* xml = arv_device_get_genicam_xml(m_device, &xmlSize);
+    const bool hasXml = xml && xmlSize > 0;
+    const std::string problem = hasXml ? GenICamXmlProblem(xml, xmlSize) : std::string();
+    if (!problem.empty() || !m_gc) {
         g_object_unref(m_device);
-        ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "the device has no GenICam description");
+        if (!problem.empty())
+            ORV_RAISE(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the GenICam XML of the device is invalid: " + problem);
+        if (!hasXml) ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "the device has no GenICam description");
+        ORV_RAISE(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+                  "the GenICam XML of the device is invalid: Aravis could not build a node tree from it");
     }
     // Aravis's own caches and checks stay off: Orvane verifies, and cached
     // registers go stale behind selectors.
