@@ -90,7 +90,7 @@ void NodeMapBase::Poll(int64_t ElapsedTime) {
         const int64_t period = n->GetPollingTime();
         if (period < 0) continue;
         PollState& state = m_poll[n];
-        state.elapsed += ElapsedTime;
+        state.elapsed += ElapsedTime > 0 ? ElapsedTime : 0;
         if (state.elapsed < period) continue;
         state.elapsed = 0;
         // What was seen last: the value cache, else the last poll's value.
@@ -101,6 +101,8 @@ void NodeMapBase::Poll(int64_t ElapsedTime) {
             before = PolledValue(*n, false);
             seen = true;
         }
+        // Past every cache: the access mode too may have changed on the device.
+        n->InvalidateCache();
         state.value = PolledValue(*n, true);
         state.known = true;
         if (!seen || before != state.value) NotifyChanged(*n);

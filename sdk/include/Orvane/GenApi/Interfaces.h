@@ -268,11 +268,11 @@ public:
     // polling time (GetPollingTime() >= 0, nodes hidden from GetNodes
     // included) adds it to its own count; a node whose count reaches its
     // polling time is due, and its count restarts at 0 (the excess is
-    // dropped). A due node whose access mode is RO or RW is read anew past
-    // the value caches (from the device, or from the chunk or event data
-    // attached for chunk and event features); for other access modes only
-    // the mode is compared, so a node whose NA or WO mode is cached is not
-    // read and does not become readable through Poll. The value read is
+    // dropped). A due node's access mode is evaluated anew; when it is RO or
+    // RW the node is read anew past the value caches (from the device, or
+    // from the chunk or event data attached for chunk and event features);
+    // for other access modes only the mode is compared (a node that became
+    // readable is a change). A negative ElapsedTime counts as 0. The value read is
     // compared with the cached one when the cache is valid, else with the
     // previous poll's; a node's first poll counts as a change, and a read
     // that fails counts as a value (the failure is not raised). On a change
