@@ -1,5 +1,7 @@
 #include "genapi/ArvNodeMap.h"
 
+#include <libxml/tree.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -107,10 +109,14 @@ ArvNodeMap::ArvNodeMap(ArvDevice* device, std::string deviceName)
     // Aravis builds a partial node tree from a truncated document and none
     // from other malformed ones: the text is checked either way, so that the
     // error says what is wrong and where.
+    // One libxml2 parse serves the check and the side table.
     size_t xmlSize = 0;
     const char* xml = arv_device_get_genicam_xml(m_device, &xmlSize);
     const bool hasXml = xml && xmlSize > 0;
-    const std::string problem = hasXml ? GenICamXmlProblem(xml, xmlSize) : std::string();
+    std::string problem;
+    xmlDocPtr doc = hasXml ? ParseGenICamXml(xml, xmlSize, problem) : nullptr;
+    const auto side = std::make_unique<XmlSideTable>(doc);
+    xmlFreeDoc(doc);
     if (!problem.empty() || !m_gc) {
         g_object_unref(m_device);
         if (!problem.empty())
@@ -125,7 +131,7 @@ ArvNodeMap::ArvNodeMap(ArvDevice* device, std::string deviceName)
     arv_gc_set_range_check_policy(m_gc, ARV_RANGE_CHECK_POLICY_DISABLE);
     arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
     try {
-        Build();
+        Build(*side);
     } catch (...) {
         g_object_unref(m_device);
         throw;
@@ -139,11 +145,8 @@ Node* ArvNodeMap::NodeOf(ArvGcNode* node) const {
     return it == m_byArv.end() ? nullptr : it->second;
 }
 
-void ArvNodeMap::Build() {
+void ArvNodeMap::Build(const XmlSideTable& side) {
     MapLock lock(*this);
-    size_t xmlSize = 0;
-    const char* xml = arv_device_get_genicam_xml(m_device, &xmlSize);
-    const XmlSideTable side(xml, xmlSize);
 
     std::vector<Item> items;
     Collect(ARV_DOM_NODE(arv_dom_document_get_document_element(ARV_DOM_DOCUMENT(m_gc))), nullptr, items);

@@ -161,7 +161,7 @@ public:
     void NotifyNodeRead();
 
 private:
-    void Build();
+    void Build(const XmlSideTable& side);
     // The ports serving one ID, in m_chunkPorts or m_eventPorts.
     std::pair<size_t, size_t> PortRange(const std::vector<ArvPortNode*>& ports, uint64_t id) const;
     // Clears every chunk port, notifying those that held data.

@@ -76,10 +76,19 @@ XmlSideTable::XmlSideTable(const char* xml, size_t size) {
     xmlDocPtr doc = xmlReadMemory(xml, static_cast<int>(size), "genicam.xml", nullptr,
                                   XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_HUGE);
     if (!doc) return;
+    Read(doc);
+    xmlFreeDoc(doc);
+}
+
+XmlSideTable::XmlSideTable(const _xmlDoc* doc) {
+    if (doc) Read(doc);
+}
+
+void XmlSideTable::Read(const _xmlDoc* doc) {
     // Depth-first over every element; named elements are nodes, wherever they
     // are nested (entries in enumerations, struct entries, groups).
     std::vector<std::pair<const xmlNode*, std::string>> stack; // element, name of its enclosing node
-    if (const xmlNode* root = xmlDocGetRootElement(doc)) stack.emplace_back(root, "");
+    if (const xmlNode* root = xmlDocGetRootElement(const_cast<xmlDoc*>(doc))) stack.emplace_back(root, "");
     while (!stack.empty()) {
         const xmlNode* element = stack.back().first;
         std::string parent = std::move(stack.back().second);
@@ -111,7 +120,6 @@ XmlSideTable::XmlSideTable(const char* xml, size_t size) {
             if (c->type == XML_ELEMENT_NODE) children.push_back(c);
         for (auto it = children.rbegin(); it != children.rend(); ++it) stack.emplace_back(*it, enclosing);
     }
-    xmlFreeDoc(doc);
 }
 
 const XmlNodeExtra* XmlSideTable::Find(const std::string& name) const {

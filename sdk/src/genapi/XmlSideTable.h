@@ -11,6 +11,8 @@
 #include <unordered_map>
 #include <vector>
 
+struct _xmlDoc;
+
 namespace Orvane {
 namespace GenApi {
 namespace impl {
@@ -50,6 +52,8 @@ public:
     // vendor <Extension> elements is not read: whatever it names, it is no
     // node of the map.
     XmlSideTable(const char* xml, size_t size);
+    // Reads an already parsed document (libxml2's xmlDoc).
+    explicit XmlSideTable(const _xmlDoc* doc);
 
     // The entry of a node by name; enumeration entries are keyed
     // "EnumEntry_<Enumeration>_<Entry>". Null when the XML has no such node.
@@ -57,6 +61,7 @@ public:
     size_t Size() const { return m_nodes.size(); }
 
 private:
+    void Read(const _xmlDoc* doc);
     std::unordered_map<std::string, XmlNodeExtra> m_nodes;
 };
 

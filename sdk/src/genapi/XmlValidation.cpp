@@ -66,6 +66,27 @@ std::string Where(int line, const std::string& element) {
 } // namespace
 
 std::string GenICamXmlProblem(const char* xml, size_t size) {
+    std::string problem;
+    xmlFreeDoc(ParseGenICamXml(xml, size, problem));
+    return problem;
+}
+
+namespace {
+
+std::string Parse(const char* xml, size_t size, std::unique_ptr<xmlDoc, DocDeleter>& doc);
+
+} // namespace
+
+xmlDocPtr ParseGenICamXml(const char* xml, size_t size, std::string& problem) {
+    std::unique_ptr<xmlDoc, DocDeleter> doc;
+    problem = Parse(xml, size, doc);
+    if (!problem.empty()) return nullptr;
+    return doc.release();
+}
+
+namespace {
+
+std::string Parse(const char* xml, size_t size, std::unique_ptr<xmlDoc, DocDeleter>& out) {
     if (!xml || size == 0) return "the document is empty";
     if (size > static_cast<size_t>(INT_MAX)) return "the document is larger than 2 GiB";
     // Only blanks: libxml2 would say "Document is empty" too, at the last line.
@@ -98,8 +119,11 @@ std::string GenICamXmlProblem(const char* xml, size_t size) {
     if (std::strcmp(rootName, "RegisterDescription") != 0)
         return Where(static_cast<int>(root->line), rootName) + ": the root element is <" + rootName +
                ">, not <RegisterDescription>";
+    out = std::move(doc);
     return "";
 }
+
+} // namespace
 
 void CheckGenICamXml(const char* xml, size_t size, const std::string& source) {
     const std::string problem = GenICamXmlProblem(xml, size);

@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <string>
 
+struct _xmlDoc;
+
 namespace Orvane {
 namespace GenApi {
 namespace impl {
@@ -22,6 +24,11 @@ namespace impl {
 // Parses with a private libxml2 context: no global handler or state changes,
 // no network access, nothing printed. Thread-safe.
 std::string GenICamXmlProblem(const char* xml, size_t size);
+
+// Parses a GenICam document as GenICamXmlProblem checks it: the document
+// (free it with xmlFreeDoc) when the check passes, else null with `problem`
+// set. One parse serves both the check and whoever reads the document next.
+_xmlDoc* ParseGenICamXml(const char* xml, size_t size, std::string& problem);
 
 // Raises ORVANE_ERR_GENICAM_INVALID_ARGUMENT, with the message
 //   "the GenICam XML of <source> is invalid: <problem>",
