@@ -5,8 +5,8 @@ that every function the headers export with C linkage is either declared here
 or listed in NOT_BOUND with the reason.
 
 The library is found through $ORVANE_LIBRARY (a path to libOrvane_C.so), else
-next to this package (an installed tree: <prefix>/lib/libOrvane_C.so, or a
-copy inside the package), else by the dynamic loader's search path.
+where `make install` put it (_location.py, written at installation), else
+inside the package, else by the dynamic loader's search path.
 """
 import ctypes
 import os
@@ -325,10 +325,11 @@ def _candidates():
         return [env]
     here = os.path.dirname(os.path.abspath(__file__))
     names = []
-    # An installed tree: <prefix>/lib/python3/dist-packages/orvane or
-    # <prefix>/lib/python3.X/site-packages/orvane next to <prefix>/lib.
-    for up in (os.path.join(here, "..", "..", ".."), os.path.join(here, "..", "..")):
-        names.append(os.path.normpath(os.path.join(up, "libOrvane_C.so")))
+    try:  # an installed package knows where the library was installed
+        from ._location import LIBRARY_DIR
+        names.append(os.path.normpath(os.path.join(here, LIBRARY_DIR, "libOrvane_C.so")))
+    except ImportError:
+        pass
     names.append(os.path.join(here, "libOrvane_C.so"))
     return [n for n in names if os.path.exists(n)] + ["libOrvane_C.so"]
 

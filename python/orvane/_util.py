@@ -2,6 +2,7 @@
 import ctypes
 
 from . import _capi
+from . import _errors
 from ._errors import check
 
 lib = _capi.lib
@@ -12,13 +13,19 @@ def call(name, *args, what=None):
 
 
 def text(name, *args, what=None):
-    """A text result: asks for its length with a null buffer, then reads it."""
+    """A text result through a caller buffer, grown while the library says
+    it is too small (some functions refuse a null buffer as a length query)."""
     function = getattr(lib, name)
-    length = ctypes.c_size_t(0)
-    check(function(*args, None, ctypes.byref(length)), name, what)
-    buf = ctypes.create_string_buffer(max(length.value, 1))
-    check(function(*args, buf, ctypes.byref(length)), name, what)
-    return buf.value.decode("utf-8", "replace")
+    size = 256
+    for _ in range(8):
+        buf = ctypes.create_string_buffer(size)
+        length = ctypes.c_size_t(size)
+        code = function(*args, buf, ctypes.byref(length))
+        if code != _errors.ORVANE_ERR_BUFFER_TOO_SMALL:
+            check(code, name, what)
+            return buf.value.decode("utf-8", "replace")
+        size = max(length.value, size * 4)
+    check(code, name, what)
 
 
 def out(name, ctype, *args, what=None):

@@ -169,8 +169,9 @@ class Image:
         """The pixels as a NumPy array over the image's own buffer: (H, W) for
         mono and Bayer formats (uint8, uint16, ...), (H, W, 3) or (H, W, 4)
         for RGB/BGR(a) and 4:4:4 YUV formats. Packed, subsampled and planar
-        formats give their rows' raw bytes, (H, bytes per row) uint8:
-        unpacked() converts them. In an image callback the array is a copy."""
+        formats give their rows' raw bytes, (H, bytes per row) uint8 (one
+        row of all bytes when rows do not end on a byte boundary): unpacked()
+        unpacks packed mono and Bayer pixels. In an image callback the array is a copy."""
         if self._array is not None:
             return self._array
         h = self._h()
@@ -179,8 +180,12 @@ class Image:
         address = self.address
         layout = _dtype_and_channels(info) if info else None
         if layout is None:
-            row = (width * (info.bits_per_pixel if info else self.bits_per_pixel) + 7) // 8
-            dtype, shape, strides = np.dtype(np.uint8), (height, row), (stride, 1)
+            bits = info.bits_per_pixel if info else self.bits_per_pixel
+            dtype = np.dtype(np.uint8)
+            if (width * bits) % 8 == 0:
+                shape, strides = (height, width * bits // 8), (stride, 1)
+            else:  # rows that do not end on a byte boundary follow each other as one stream
+                shape, strides = ((width * height * bits + 7) // 8,), (1,)
         else:
             dtype, channels = layout
             if channels == 1:
@@ -188,7 +193,7 @@ class Image:
             else:
                 shape = (height, width, channels)
                 strides = (stride, dtype.itemsize * channels, dtype.itemsize)
-        needed = (height - 1) * stride + (shape[1] * strides[1]) if height else 0
+        needed = shape[0] if len(shape) == 1 else ((height - 1) * stride + shape[1] * strides[1] if height else 0)
         if needed > self.buffer_size or not address:
             raise _errors.Error(_errors.ORVANE_ERR_INVALID_BUFFER,
                                 "the image's buffer (%d bytes) is smaller than its %dx%d %s pixels"
@@ -202,16 +207,29 @@ class Image:
         return view
 
     def unpacked(self):
-        """A packed mono or Bayer image converted to its 16-bit form (Mono16,
-        BayerRG16, ...), whose array is uint16; other images as they are."""
+        """The pixels of a packed mono or Bayer image (Mono12p, BayerRG10Packed,
+        ...) as a new (H, W) uint16 array of their raw values; other formats'
+        array as it is."""
         info = PIXEL_FORMATS.get(self.pixel_format_number)
-        if info is None or info.packing == "none":
-            return self
-        if info.family == "mono":
-            return self.convert("Mono16")
-        if info.family == "bayer":
-            return self.convert("Bayer%s16" % info.cfa)
-        return self.convert("RGB16" if info.family == "rgb" else "Mono16")
+        if info is None or info.packing not in ("lsb", "gev") or info.components != 1:
+            return self.array
+        width, height, bits = self.width, self.height, info.bits_per_component
+        raw = self.array
+        if raw.ndim == 2 and raw.shape[1] * 8 == width * info.bits_per_pixel:
+            flat = np.ascontiguousarray(raw).reshape(-1)
+        else:
+            flat = raw.reshape(-1)
+        count = width * height
+        if info.packing == "lsb":
+            stream = np.unpackbits(flat, bitorder="little")[:count * bits].reshape(count, bits)
+            values = stream.astype(np.uint16) @ (np.uint16(1) << np.arange(bits, dtype=np.uint16))
+        else:
+            triples = flat[:(count + 1) // 2 * 3].reshape(-1, 3).astype(np.uint16)
+            shift, mask = bits - 8, (1 << (bits - 8)) - 1
+            values = np.empty(triples.shape[0] * 2, dtype=np.uint16)
+            values[0::2] = (triples[:, 0] << shift) | (triples[:, 1] & mask)
+            values[1::2] = (triples[:, 2] << shift) | ((triples[:, 1] >> 4) & mask)
+        return values[:count].reshape(height, width)
 
     def convert(self, pixel_format, algorithm=None):
         """A new image of this one in another pixel format ("BGR8", "Mono16", ...)."""
