@@ -29,6 +29,7 @@ def camera(system):
         nodes.PixelFormat.value = "Mono8"
         nodes.Width.value = 64
         nodes.Height.value = 48
+        nodes.AcquisitionFrameRate.value = 1000.0
         yield cam
         if cam.is_streaming:
             cam.end_acquisition()
@@ -36,3 +37,4 @@ def camera(system):
         nodes.ChunkModeActive.value = False
         nodes.PixelFormat.value = "Mono8"
         nodes.TriggerMode.value = "Off"
+        nodes.AcquisitionFrameRate.value = 30.0
