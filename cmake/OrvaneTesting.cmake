@@ -17,9 +17,10 @@ endfunction()
 #   gige     GigE Vision peers on loopback, inside a private network namespace
 #   install  the installed tree used by client programs
 #   orvctl   the command-line tool run as a process
+#   python   the Python package (tests/python, pytest)
 #   threads  programs with `threads` in their name (labelled so automatically);
 #            ThreadSanitizer builds run these
-set(ORVANE_TEST_LABEL_NAMES unit virtual capi gige install orvctl threads)
+set(ORVANE_TEST_LABEL_NAMES unit virtual capi gige install orvctl threads python)
 
 # The environment of every test: the virtual transport only (tests that need
 # another transport ask for it themselves, in a private network namespace).
