@@ -65,6 +65,18 @@ ALGORITHMS = {"default": 0, "none": 1, "nearest": 2, "bilinear": 3, "edge-aware"
 
 
 def _dtype_and_channels(info):
+    """Cached per format: computed once, looked up for every image after."""
+    try:
+        return _LAYOUTS[info.name]
+    except KeyError:
+        layout = _LAYOUTS[info.name] = _compute_dtype_and_channels(info)
+        return layout
+
+
+_LAYOUTS = {}
+
+
+def _compute_dtype_and_channels(info):
     """The NumPy element type and channels of a format whose components each
     fill a little-endian 8/16/32-bit container, or None (packed, subsampled,
     planar or compressed layouts)."""
