@@ -169,6 +169,8 @@ void CameraAccess::ReadPort(uint64_t address, void* buffer, uint64_t length) {
     if (length > std::numeric_limits<guint32>::max())
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
                   "ReadPort: " + std::to_string(length) + " bytes is more than one access can carry");
+    const std::string outside = connection.PortRangeError(address, length, false);
+    if (!outside.empty()) ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_camera.Info().deviceId + ": " + outside);
     NodeMapBase::MapLock mapLock(connection.NodeMap());
     connection.NotifyRead(); // values computed on demand (clocks, status) are refreshed first
     GError* error = nullptr;
@@ -187,6 +189,8 @@ void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t leng
     if (length > std::numeric_limits<guint32>::max())
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
                   "WritePort: " + std::to_string(length) + " bytes is more than one access can carry");
+    const std::string outside = connection.PortRangeError(address, length, true);
+    if (!outside.empty()) ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_camera.Info().deviceId + ": " + outside);
     if (!connection.IsController())
         ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
                   "camera " + m_camera.Info().deviceId +

@@ -595,6 +595,11 @@ void ArvPortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
         return;
     }
     CheckDevice("Read");
+    if (ArvNodeMap::DeviceObserver* observer = ArvMap().Observer()) {
+        const std::string why =
+            observer->PortRangeError(static_cast<uint64_t>(Address), static_cast<uint64_t>(Length), false);
+        if (!why.empty()) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, why);
+    }
     if (Length == 0) return;
     ARV_DO(arv_gc_port_read(m_port, pBuffer, static_cast<guint64>(Address), static_cast<guint64>(Length), &error_),
            "Read");
@@ -608,6 +613,11 @@ void ArvPortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
         ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS,
                       std::string("a ") + (m_source == Source::Chunk ? "chunk" : "event") + " port is read-only");
     CheckDevice("Write");
+    if (ArvNodeMap::DeviceObserver* observer = ArvMap().Observer()) {
+        const std::string why =
+            observer->PortRangeError(static_cast<uint64_t>(Address), static_cast<uint64_t>(Length), true);
+        if (!why.empty()) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, why);
+    }
     if (Length == 0) return;
     ARV_DO(arv_gc_port_write(m_port, const_cast<void*>(pBuffer), static_cast<guint64>(Address),
                              static_cast<guint64>(Length), &error_),

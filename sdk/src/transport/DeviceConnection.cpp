@@ -1,6 +1,8 @@
 #include "transport/DeviceConnection.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <limits>
 #include <map>
 #include <mutex>
 
@@ -74,6 +76,9 @@ public:
     explicit Observer(DeviceConnection& connection) : m_connection(connection) {}
     void AfterWrite(uint64_t address, uint64_t length) override { m_connection.NotifyWrite(address, length); }
     void BeforeRead() override { m_connection.NotifyRead(); }
+    std::string PortRangeError(uint64_t address, uint64_t length, bool write) override {
+        return m_connection.PortRangeError(address, length, write);
+    }
 
 private:
     DeviceConnection& m_connection;
@@ -133,6 +138,28 @@ std::string DeviceConnection::LostMessage() const {
 }
 
 void DeviceConnection::ReportLoss(const std::string& reason) { m_loss->Report(reason); }
+
+uint64_t DeviceConnection::LastAddress(bool) const { return std::numeric_limits<uint64_t>::max(); }
+
+std::string DeviceConnection::PortRangeError(uint64_t address, uint64_t length, bool write) const {
+    if (length == 0) return "";
+    const uint64_t last = LastAddress(write);
+    const char* doing = write ? "writing" : "reading";
+    char text[200];
+    if (length > std::numeric_limits<uint32_t>::max()) {
+        std::snprintf(text, sizeof text, "%s %llu bytes is more than one access can carry (at most %llu)", doing,
+                      static_cast<unsigned long long>(length),
+                      static_cast<unsigned long long>(std::numeric_limits<uint32_t>::max()));
+        return text;
+    }
+    // The last byte touched is address + length - 1; compared as
+    // length - 1 > last - address, which cannot wrap once address <= last.
+    if (address <= last && length - 1 <= last - address) return "";
+    std::snprintf(text, sizeof text, "%s %llu bytes at 0x%llx is outside the device's %saddress space (0x0 to 0x%llx)",
+                  doing, static_cast<unsigned long long>(length), static_cast<unsigned long long>(address),
+                  write && last != LastAddress(false) ? "writable " : "", static_cast<unsigned long long>(last));
+    return text;
+}
 
 uint64_t DeviceConnection::AddLossListener(LossListener listener) {
     if (!listener) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "AddLossListener: no listener");

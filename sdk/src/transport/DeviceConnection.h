@@ -93,6 +93,20 @@ public:
     // ORVANE_ERR_IO when the device refuses.
     virtual unsigned DiscoverMaxPacketSize();
 
+    // Port accesses ---------------------------------------------------------
+    // The last byte address a port access may reach: reads (`write` false)
+    // and writes may differ (a virtual camera's description is readable
+    // above its register memory, not writable). Default: the whole 64-bit
+    // space (USB3 Vision). GigE Vision: 32-bit addresses.
+    virtual uint64_t LastAddress(bool write) const;
+    // Whether `length` bytes at `address` lie inside the device's address
+    // space (LastAddress), computed without overflow; "" when they do,
+    // otherwise why not, for error messages: "reading 64 bytes at 0x... is
+    // outside the device's address space (0x0 to 0x...)". A zero length is
+    // always inside. Lengths above 0xFFFFFFFF never are: Aravis carries at
+    // most that much in one access.
+    std::string PortRangeError(uint64_t address, uint64_t length, bool write) const;
+
     // Device loss -----------------------------------------------------------
     // True once the connection detected that the device is lost (GigE
     // Vision: Aravis's heartbeat got no answer for its whole retry time and

@@ -164,6 +164,10 @@ public:
         return std::make_shared<GigEVisionStreamSource>(shared_from_this());
     }
 
+    // GVCP carries 32-bit addresses: above, Aravis would silently cut the
+    // address and reach another register.
+    uint64_t LastAddress(bool) const override { return 0xFFFFFFFFull; }
+
     bool CurrentIpConfiguration(IpConfiguration& out) override {
         NodeMapBase::MapLock mapLock(NodeMap());
         GInetAddress* ip = nullptr;
