@@ -357,9 +357,13 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(forever ? 0 : timeoutMs);
     int failure = ORVANE_ERR_SUCCESS;
     StreamSlot* slot = nullptr;
+    std::shared_ptr<DeviceConnection> connection; // to ask after a timeout
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         while (m_queue.Empty()) {
+            // A loss found by a device access is not left for the delivery
+            // thread's next look (the connection stays until m_ended).
+            if (!m_lost && !m_ended && m_config.connection && m_config.connection->ControlLost()) m_lost = true;
             if (m_ended) {
                 failure = ORVANE_ERR_ABORT;
                 break;
@@ -376,6 +380,8 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
                 break;
             }
         }
+        // Close drops the connection only after ending the waits (m_ended).
+        if (failure == ORVANE_ERR_TIMEOUT && !m_ended) connection = m_config.connection;
         if (!failure) {
             slot = m_config.handlingMode == BufferHandlingMode::NewestFirst ? m_queue.PopBack() : m_queue.PopFront();
             m_stats.outputBuffers.store(static_cast<int64_t>(m_queue.Size() + m_handlerQueue.Size()),
@@ -391,6 +397,9 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
     case ORVANE_ERR_DEVICE_LOST:
         ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + m_config.cameraName + " was lost: no more images will arrive");
     default:
+        // No image: a device that died mid-stream says nothing until asked.
+        if (connection && !connection->CheckAnswering())
+            ORV_RAISE(ORVANE_ERR_DEVICE_LOST, connection->LostMessage() + ": no more images will arrive");
         ORV_RAISE(ORVANE_ERR_TIMEOUT,
                   "camera " + m_config.cameraName + ": no image arrived within " + std::to_string(timeoutMs) + " ms");
     }

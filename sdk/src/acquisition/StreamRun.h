@@ -146,7 +146,10 @@ public:
 
     // The next frame (see the handling modes above). timeoutMs: all ones
     // waits forever. Raises ORVANE_ERR_TIMEOUT, ORVANE_ERR_ABORT (the
-    // acquisition ended meanwhile), ORVANE_ERR_DEVICE_LOST.
+    // acquisition ended meanwhile), ORVANE_ERR_DEVICE_LOST. Before a
+    // timeout the device is asked whether it still answers
+    // (DeviceConnection::CheckAnswering): a device that died mid-stream
+    // raises ORVANE_ERR_DEVICE_LOST instead, after that request's timeout.
     ImagePtr Next(uint64_t timeoutMs);
 
     // ImageBufferOwner: an image hands its buffer back (any thread).

@@ -17,8 +17,8 @@ using GenApi::impl::NodeMapBase;
 
 namespace {
 
-[[noreturn]] void RaisePortError(const std::string& camera, const char* function, const char* what, uint64_t address,
-                                 GError* error) {
+[[noreturn]] void RaisePortError(const DeviceConnection& connection, const std::string& camera, const char* function,
+                                 const char* what, uint64_t address, GError* error) {
     const int code = error && error->domain == ARV_DEVICE_ERROR && error->code == ARV_DEVICE_ERROR_TIMEOUT
                          ? ORVANE_ERR_TIMEOUT
                          : ORVANE_ERR_IO;
@@ -26,6 +26,11 @@ namespace {
     if (error) g_error_free(error);
     char at[32];
     std::snprintf(at, sizeof at, "0x%llx", static_cast<unsigned long long>(address));
+    // A device found lost while the access waited (maybe by this access):
+    // the loss is the error.
+    if (connection.ControlLost())
+        Raise(__LINE__, __FILE__, function, ORVANE_ERR_DEVICE_LOST,
+              connection.LostMessage() + "; " + what + " at " + at + " failed: " + message);
     Raise(__LINE__, __FILE__, function, code, "camera " + camera + ": " + what + " at " + at + " failed: " + message);
 }
 
@@ -176,7 +181,7 @@ void CameraAccess::ReadPort(uint64_t address, void* buffer, uint64_t length) {
     GError* error = nullptr;
     if (!arv_device_read_memory(connection.Device(), address, static_cast<guint32>(length), buffer, &error)) {
         const std::string what = "reading " + std::to_string(length) + " bytes";
-        RaisePortError(m_camera.Info().deviceId, "ReadPort", what.c_str(), address, error);
+        RaisePortError(connection, m_camera.Info().deviceId, "ReadPort", what.c_str(), address, error);
     }
     if (error) g_error_free(error);
 }
@@ -203,7 +208,7 @@ void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t leng
     connection.NodeMap().InvalidateNodes();
     if (!ok) {
         const std::string what = "writing " + std::to_string(length) + " bytes";
-        RaisePortError(m_camera.Info().deviceId, "WritePort", what.c_str(), address, error);
+        RaisePortError(connection, m_camera.Info().deviceId, "WritePort", what.c_str(), address, error);
     }
     if (error) g_error_free(error);
     // The device reacts to the write as to a feature's (a command, a rule).

@@ -9,6 +9,7 @@
 #include "core/Raise.h"
 #include "logging/Log.h"
 #include "transport/AravisStreamSource.h"
+#include "transport/BackgroundRelease.h"
 
 namespace Orvane {
 namespace internal {
@@ -64,6 +65,17 @@ std::shared_ptr<DeviceConnection::LossState> DeviceConnection::FindLossState(Arv
     return found == Registry<LossState>().end() ? nullptr : found->second;
 }
 
+bool DeviceConnection::IsLostDevice(ArvDevice* device) {
+    const std::shared_ptr<LossState> state = FindLossState(device);
+    return state && state->lost.load();
+}
+
+void DeviceConnection::ReportUnanswered(ArvDevice* device, const std::string& reason) {
+    if (const std::shared_ptr<LossState> state = FindLossState(device)) state->Report(reason);
+}
+
+bool DeviceConnection::CheckAnswering() { return !ControlLost(); }
+
 void DeviceConnection::OnControlLost(ArvDevice* device, gpointer) {
     // Shared: the connection may end while its listeners run.
     if (const std::shared_ptr<LossState> state = FindLossState(device))
@@ -109,10 +121,16 @@ DeviceConnection::~DeviceConnection() {
     m_behaviours.clear();
     m_nodeMap.reset();
     // A handler running now keeps its own reference on the loss state. A
-    // GigE Vision device gives control back when Aravis finalises it.
+    // GigE Vision device gives control back when Aravis finalises it; a lost
+    // one would make that wait for requests without answer: it is finalised
+    // in the background.
     g_signal_handler_disconnect(m_device, m_controlLostHandler);
+    const bool lost = m_loss->lost.load();
     UnregisterLossState(m_device);
-    g_object_unref(m_device);
+    if (lost)
+        ReleaseInBackground(m_device);
+    else
+        g_object_unref(m_device);
 }
 
 std::shared_ptr<StreamSource> DeviceConnection::CreateStreamSource() {
