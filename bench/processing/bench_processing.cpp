@@ -111,7 +111,7 @@ void BM_Mono12pToMono16_SimpleLoop(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * int64_t(kWidth) * kHeight * 3 / 2);
 }
 
-// Red, green and blue: range, mean, histogram, distinct values.
+// Red, green and blue: smallest and largest value, mean, histogram, distinct values.
 void BM_StatisticsBGR8_Orvane(benchmark::State& state) {
     const unsigned threads = static_cast<unsigned>(state.range(0));
     const cv::Mat src = RandomMat(kHeight, kWidth, CV_8UC3, 3);

@@ -127,6 +127,20 @@ ORVANE_C_API orvError orvImageListSave(orvImageList list, const char* fileName);
 /* Reads an image list file into a new list handle, which the caller destroys. */
 ORVANE_C_API orvError orvImageListLoad(orvImageList* list, const char* fileName);
 
+/* Node maps from GenICam XML ------------------------------------------------ */
+/* A node map built from a GenICam XML description alone, without a camera:
+ * its registers are zero-initialised memory of its own (CXmlNodeMap). The
+ * handle is a node map handle for every orvNodeMap and node function; the
+ * caller destroys it with orvNodeMapDestroy, which also ends the node handles
+ * taken from it. An unreadable file fails with ORVANE_ERR_IO naming the path,
+ * a malformed description with ORVANE_ERR_GENICAM_INVALID_ARGUMENT and the
+ * message "the GenICam XML of <file> is invalid: line N, in element <E>:
+ * <reason>"; orvErrorGetLast and orvErrorGetLastMessage report both. */
+ORVANE_C_API orvError orvNodeMapCreateFromXmlFile(const char* pFileName, orvNodeMapHandle* phNodeMap);
+ORVANE_C_API orvError orvNodeMapCreateFromXmlText(const char* pXml, orvNodeMapHandle* phNodeMap);
+/* Accepts only handles made by the two functions above (ORVANE_ERR_INVALID_HANDLE otherwise). */
+ORVANE_C_API orvError orvNodeMapDestroy(orvNodeMapHandle hNodeMap);
+
 /* Interfaces ------------------------------------------------------------- */
 ORVANE_C_API orvError orvInterfaceUpdateCameras(orvInterface interfaceHandle, bool8_t* changed);
 ORVANE_C_API orvError orvInterfaceGetCameras(orvInterface interfaceHandle, orvCameraList list);
@@ -252,10 +266,12 @@ ORVANE_C_API orvError orvImageProcessorApplyGamma(orvImageProcessor processor, o
                                                   float gamma, bool8_t inverse);
 
 /* Image statistics ------------------------------------------------------- */
-/* Per channel: range of values found, range the pixel format allows, number of
- * distinct values, mean and a 256-bin histogram (owned by the statistics
- * object). Enable channels, run orvImageCalculateStatistics, then read them;
- * a disabled channel gives ORVANE_ERR_NOT_AVAILABLE. */
+/* Per channel: range (the values the channel can take, the extent of its
+ * histogram: 0 .. 2^n - 1 for n-bit values, 0..255 for hue, saturation and
+ * lightness), pixel value range (the smallest and largest value present),
+ * number of distinct values present, mean and a 256-bin histogram (owned by
+ * the statistics object). Enable channels, run orvImageCalculateStatistics,
+ * then read them; a disabled channel gives ORVANE_ERR_NOT_AVAILABLE. */
 ORVANE_C_API orvError orvImageStatisticsCreate(orvImageStatistics* statistics);
 ORVANE_C_API orvError orvImageStatisticsDestroy(orvImageStatistics statistics);
 ORVANE_C_API orvError orvImageStatisticsEnableAll(orvImageStatistics statistics);
@@ -377,7 +393,9 @@ ORVANE_C_API orvError orvLogEventHandlerDestroy(orvLogEventHandler handler);
 
 /* Log and device event data --------------------------------------------------- */
 /* Inside a log callback: the record's fields (a null buffer asks for a text's
- * length). Category "Orvane"; priority and its name (ORV_LOG_LEVEL_ERROR,
+ * length). Category ("Orvane" for this library's records and the logging
+ * entry points', "Orvane.<area>" for the SDK's own: "Orvane.Camera",
+ * "Orvane.GenApi", ...); priority and its name (ORV_LOG_LEVEL_ERROR,
  * "ERROR"); local time "YYYY-MM-DD hh:mm:ss.uuuuuu"; the nested diagnostic
  * context; the logging thread's name; the message. */
 ORVANE_C_API orvError orvLogDataGetCategoryName(orvLogEventData data, char* buffer, size_t* length);

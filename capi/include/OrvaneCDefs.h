@@ -243,8 +243,9 @@ typedef struct _actionCommandResult {
  * application's; callbacks may run at the same time as each other and as the
  * application's own calls, so what they do with the user data must be
  * thread-safe. A callback may call the library (read the image, the camera's
- * nodes), except what waits for its own thread: unregistering handlers of the
- * same source, and ending the acquisition of or de-initialising its camera.
+ * nodes) and register or unregister handlers, its own included (unregistering
+ * waits only for other threads running the handler), but not what waits for
+ * its own thread: ending the acquisition of or de-initialising its camera.
  *
  * A device event of the camera (registered with
  * orvCameraRegisterDeviceEventHandler), on the camera's event thread: the

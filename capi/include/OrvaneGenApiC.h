@@ -25,7 +25,11 @@ ORVANE_C_API orvError orvNodeMapGetNumNodes(orvNodeMapHandle hNodeMap, size_t* p
 ORVANE_C_API orvError orvNodeMapGetNodeByIndex(orvNodeMapHandle hNodeMap, size_t index, orvNodeHandle* phNode);
 /* Frees a node handle early; the next lookup of the name makes a new one. */
 ORVANE_C_API orvError orvNodeMapReleaseNode(orvNodeMapHandle hNodeMap, orvNodeHandle hNode);
-/* Re-reads polled nodes; elapsedTime: milliseconds since the previous poll. */
+/* INodeMap::Poll (Interfaces.h); elapsedTime: milliseconds since the previous
+ * poll. Readable polled nodes whose polling time has come are read from the
+ * device; when a value changed, that node and the nodes depending on it lose
+ * their cached values and their callbacks fire. Only the polled nodes are
+ * read. */
 ORVANE_C_API orvError orvNodeMapPoll(orvNodeMapHandle hNodeMap, int64_t elapsedTime);
 
 /* Any node --------------------------------------------------------------- */

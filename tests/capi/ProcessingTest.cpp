@@ -152,13 +152,15 @@ TEST_F(ProcessingTest, Statistics) {
     EXPECT_EQ(orvImageStatisticsGetChannelStatus(s, ORV_STATISTICS_CHANNEL_RED, &enabled), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(enabled, 0);
     EXPECT_EQ(orvImageCalculateStatistics(image, s), ORVANE_ERR_SUCCESS);
-    unsigned min = 0, max = 0, count = 0;
+    // The image holds 0, 16 .. 240: the range is what Mono8 can hold, the pixel value range what is present.
+    unsigned min = 1, max = 0, count = 0;
     EXPECT_EQ(orvImageStatisticsGetRange(s, ORV_STATISTICS_CHANNEL_GREY, &min, &max), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(min, 0u);
-    EXPECT_EQ(max, 240u);
+    EXPECT_EQ(max, 255u);
+    min = 1;
     EXPECT_EQ(orvImageStatisticsGetPixelValueRange(s, ORV_STATISTICS_CHANNEL_GREY, &min, &max), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(min, 0u);
-    EXPECT_EQ(max, 255u);
+    EXPECT_EQ(max, 240u);
     EXPECT_EQ(orvImageStatisticsGetNumPixelValues(s, ORV_STATISTICS_CHANNEL_GREY, &count), ORVANE_ERR_SUCCESS);
     EXPECT_EQ(count, 16u);
     float mean = 0;
@@ -180,11 +182,51 @@ TEST_F(ProcessingTest, Statistics) {
               ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(orvImageStatisticsGetAll(s, ORV_STATISTICS_CHANNEL_GREY, &a, &b, &c, &d, &e, &mean, &histogram),
               ORVANE_ERR_SUCCESS);
-    EXPECT_EQ(b, 240u);
+    EXPECT_EQ(a, 0u);
+    EXPECT_EQ(b, 255u);
+    EXPECT_EQ(c, 0u);
+    EXPECT_EQ(d, 240u);
     EXPECT_EQ(e, 16u);
     EXPECT_EQ(orvImageCalculateStatistics(image, nullptr), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(orvImageCalculateStatistics(s, image), ORVANE_ERR_INVALID_HANDLE);
     EXPECT_EQ(orvImageStatisticsDestroy(s), ORVANE_ERR_SUCCESS);
+}
+
+TEST_F(ProcessingTest, StatisticsRangesOfWideAndHslChannels) {
+    // Mono12 in 16-bit containers: 100, 3000, 3000, 4000.
+    uint16_t words[] = {100, 3000, 3000, 4000};
+    orvImage wide = nullptr;
+    ASSERT_EQ(orvImageCreateEx(&wide, 2, 2, 0, 0, Orvane::PixelFormat_Mono12, words), ORVANE_ERR_SUCCESS);
+    orvImageStatistics s = nullptr;
+    ASSERT_EQ(orvImageStatisticsCreate(&s), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(orvImageCalculateStatistics(wide, s), ORVANE_ERR_SUCCESS);
+    unsigned min = 1, max = 0, count = 0;
+    EXPECT_EQ(orvImageStatisticsGetRange(s, ORV_STATISTICS_CHANNEL_GREY, &min, &max), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(min, 0u);
+    EXPECT_EQ(max, 4095u);
+    EXPECT_EQ(orvImageStatisticsGetPixelValueRange(s, ORV_STATISTICS_CHANNEL_GREY, &min, &max), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(min, 100u);
+    EXPECT_EQ(max, 4000u);
+    EXPECT_EQ(orvImageStatisticsGetNumPixelValues(s, ORV_STATISTICS_CHANNEL_GREY, &count), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(count, 3u);
+    // Hue, saturation and lightness are on 0..255 whatever the format.
+    for (orvStatisticsChannel channel :
+         {ORV_STATISTICS_CHANNEL_HUE, ORV_STATISTICS_CHANNEL_SATURATION, ORV_STATISTICS_CHANNEL_LIGHTNESS}) {
+        min = 1;
+        EXPECT_EQ(orvImageStatisticsGetRange(s, channel, &min, &max), ORVANE_ERR_SUCCESS);
+        EXPECT_EQ(min, 0u) << channel;
+        EXPECT_EQ(max, 255u) << channel;
+    }
+    // Lightness of grey is its top 8 bits: 100 >> 4 = 6, 4000 >> 4 = 250.
+    EXPECT_EQ(orvImageStatisticsGetPixelValueRange(s, ORV_STATISTICS_CHANNEL_LIGHTNESS, &min, &max),
+              ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(min, 6u);
+    EXPECT_EQ(max, 250u);
+    EXPECT_EQ(orvImageStatisticsGetPixelValueRange(s, ORV_STATISTICS_CHANNEL_HUE, &min, &max), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(min, 0u);
+    EXPECT_EQ(max, 0u);
+    EXPECT_EQ(orvImageStatisticsDestroy(s), ORVANE_ERR_SUCCESS);
+    EXPECT_EQ(orvImageDestroy(wide), ORVANE_ERR_SUCCESS);
 }
 
 } // namespace

@@ -6,12 +6,15 @@
 
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <future>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "Orvane/BasePtr.h"
 #include "Orvane/GenApi/GenApi.h"
+#include "RaisePosition.h"
 #include "SdkError.h"
 #include "genapi/ArvNodeMap.h"
 
@@ -439,6 +442,41 @@ TEST_F(ArvNodeMapTest, FloatLimitsAndVerification) {
     EXPECT_DOUBLE_EQ(exposure->GetValue(), 2500.25);
     EXPECT_EQ(CodeOf([&] { exposure->SetValue(5.0); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
     EXPECT_DOUBLE_EQ(exposure->GetValue(false, true), 2500.25);
+}
+
+} // namespace
+
+namespace {
+
+// Every failure of a node names the statement that raised it: file, line and
+// function of one and the same statement.
+TEST_F(ArvNodeMapTest, ErrorsNameTheStatementThatRaisedThem) {
+    std::vector<std::function<void()>> failures = {
+        [&] { dynamic_cast<IInteger*>(Node("Width"))->SetValue(-5); },
+        [&] { dynamic_cast<IInteger*>(Node("Width"))->FromString("wide"); },
+        [&] { dynamic_cast<IInteger*>(Node("PayloadSize"))->SetValue(5); },
+        [&] { dynamic_cast<IInteger*>(Node("NotAvailable"))->GetValue(); },
+        [&] { dynamic_cast<IInteger*>(Node("WriteOnly"))->GetValue(); },
+        [&] { dynamic_cast<IFloat*>(Node("Exposure"))->SetValue(-1e300); },
+        [&] { dynamic_cast<IFloat*>(Node("Exposure"))->FromString("x"); },
+        [&] { dynamic_cast<IBoolean*>(Node("Flag"))->FromString("maybe"); },
+        [&] { dynamic_cast<IEnumeration*>(Node("PixelFormat"))->FromString("Nope"); },
+        [&] { dynamic_cast<IEnumeration*>(Node("PixelFormat"))->SetIntValue(987654); },
+        [&] { dynamic_cast<IRegister*>(Node("Blob"))->Get(nullptr, 4); },
+        [&] { dynamic_cast<IRegister*>(Node("Blob"))->FromString("0xZZ"); },
+        [&] { dynamic_cast<ICategory*>(Node("Root"))->FromString("1"); },
+        [&] { dynamic_cast<IPort*>(Node("Device"))->Read(nullptr, 0, 4); },
+        [] { Orvane::BasePtr<std::string>()->size(); },
+    };
+    for (size_t i = 0; i < failures.size(); ++i) {
+        SCOPED_TRACE("failure " + std::to_string(i));
+        try {
+            failures[i]();
+            ADD_FAILURE() << "no exception";
+        } catch (const Orvane::Exception& e) {
+            EXPECT_TRUE(orvtest::RaisedAtItsStatement(e));
+        }
+    }
 }
 
 } // namespace

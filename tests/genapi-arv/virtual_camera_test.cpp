@@ -305,3 +305,33 @@ TEST_F(VirtualCameraTest, TransportLayerStreamNodeMapStoresBufferSettings) {
 }
 
 } // namespace
+
+namespace {
+
+// The virtual camera's floats: no increment inherited from the registers
+// underneath, text as their display notation and precision say, converter
+// bounds from the formula.
+TEST_F(VirtualCameraTest, FloatsFollowTheirDescription) {
+    camera->Init();
+    INodeMap& map = camera->GetNodeMap();
+    CFloatPtr exposure = map.GetNode("ExposureTime");
+    EXPECT_FALSE(exposure->HasInc());
+    EXPECT_EQ(exposure->GetIncMode(), noIncrement);
+    exposure->SetValue(1000.5);
+    exposure->SetValue(100000.0);
+    EXPECT_EQ(exposure->ToString(), "100000");
+
+    CBooleanPtr(map.GetNode("AcquisitionFrameRateEnable"))->SetValue(true);
+    CFloatPtr rate = map.GetNode("AcquisitionFrameRate");
+    rate->SetValue(25.0);
+    EXPECT_EQ(rate->ToString(), "25.000");
+    EXPECT_DOUBLE_EQ(rate->GetMin(), 1.0);
+    EXPECT_DOUBLE_EQ(rate->GetMax(), 1000.0);
+
+    CFloatPtr conv = map.GetNode("AcquisitionFrameRateConv");
+    ASSERT_TRUE(conv.IsValid());
+    EXPECT_DOUBLE_EQ(conv->GetMin(), 1000000.0 / 4294967295.0);
+    EXPECT_DOUBLE_EQ(conv->GetMax(), 1000000.0);
+}
+
+} // namespace

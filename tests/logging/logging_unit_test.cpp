@@ -132,7 +132,7 @@ TEST(Logger, NamedThreadsNameTheirRecords) {
 Record RaisedFrom(ScopedCollector& scope, const char* file) {
     scope.collector.Clear();
     try {
-        Raise(42, file, "Function", ORVANE_ERR_INVALID_ARGUMENT, "what went wrong");
+        Raise(SourcePosition{file, 42, "Function"}, ORVANE_ERR_INVALID_ARGUMENT, "what went wrong");
     } catch (const Exception& e) {
         const std::vector<Record> records = scope.collector.Records();
         EXPECT_EQ(records.size(), 1u);

@@ -322,15 +322,15 @@ TEST(ActionCommandSending, InterfacesWithoutActionCommands) {
     const internal::ActionCommand command = internal::MakeActionCommand(1, 2, 3, 0, true);
     unsigned n = 0;
     // One interface asked for: its refusal.
-    EXPECT_EQ(CodeOf([&] { internal::SendActionCommands({usb}, false, command, &n, nullptr, "SendActionCommand"); }),
+    EXPECT_EQ(CodeOf([&] { internal::SendActionCommands({usb}, false, command, &n, nullptr, ORV_HERE); }),
               ORVANE_ERR_NOT_IMPLEMENTED);
     // The system passes over it, unless no interface sends them at all.
-    internal::SendActionCommands({usb, virtualCameras}, true, command, &n, nullptr, "SendActionCommand");
+    internal::SendActionCommands({usb, virtualCameras}, true, command, &n, nullptr, ORV_HERE);
     EXPECT_EQ(n, 0u);
-    EXPECT_EQ(Failure([&] { internal::SendActionCommands({usb}, true, command, &n, nullptr, "SendActionCommand"); }),
+    EXPECT_EQ(Failure([&] { internal::SendActionCommands({usb}, true, command, &n, nullptr, ORV_HERE); }),
               std::make_pair(int(ORVANE_ERR_NOT_IMPLEMENTED),
                              std::string("none of the enabled interfaces (USB3Vision) sends action commands")));
-    EXPECT_EQ(Failure([&] { internal::SendActionCommands({}, true, command, &n, nullptr, "SendActionCommand"); }),
+    EXPECT_EQ(Failure([&] { internal::SendActionCommands({}, true, command, &n, nullptr, ORV_HERE); }),
               std::make_pair(int(ORVANE_ERR_NOT_AVAILABLE),
                              std::string("no interface is enabled: the action command went nowhere")));
 }

@@ -67,7 +67,8 @@ TEST_F(Fixture, TextRoundTripForEveryKind) {
     }
     CValuePtr(map.GetNode("ExposureTime"))->FromString("12345.678");
     EXPECT_EQ(exposure, 12345.678);
-    EXPECT_EQ(CValuePtr(map.GetNode("ExposureTime"))->ToString(), "12345.678");
+    // No display notation or precision: automatic with 6 significant digits.
+    EXPECT_EQ(CValuePtr(map.GetNode("ExposureTime"))->ToString(), "12345.7");
     CValuePtr(map.GetNode("Mode"))->FromString("SingleFrame");
     EXPECT_EQ(mode, 20);
     EXPECT_EQ(CValuePtr(map.GetNode("Address"))->ToString(), "127.0.0.1");

@@ -102,7 +102,31 @@ typedef struct {
     int features;
     int categories;
     int32_t maxVisibility;
+    int reasons; /* say why a value cannot be read instead of printing "-" */
 } WalkState;
+
+/* The value text of a feature, or in parentheses why it cannot be read. */
+static void valueOrReason(orvNodeHandle node, char* out, size_t size) {
+    size_t length = size;
+    int32_t mode = -1;
+    orvError error;
+    if (orvNodeGetAccessMode(node, &mode) == ORVANE_ERR_SUCCESS) {
+        if (mode == 0) {
+            snprintf(out, size, "(not implemented)");
+            return;
+        }
+        if (mode == 1) {
+            snprintf(out, size, "(not available)");
+            return;
+        }
+        if (mode == 2) {
+            snprintf(out, size, "(write-only)");
+            return;
+        }
+    }
+    error = orvNodeToString(node, out, &length);
+    if (error != ORVANE_ERR_SUCCESS) snprintf(out, size, "(cannot be read: %s)", orvctlErrorName(error));
+}
 
 static void walk(orvNodeHandle category, int depth, WalkState* state) {
     size_t n = 0, i;
@@ -126,11 +150,55 @@ static void walk(orvNodeHandle category, int depth, WalkState* state) {
         ++state->features;
         if (type == NodeTypeCommand)
             snprintf(value, sizeof value, "(command)");
+        else if (state->reasons)
+            valueOrReason(feature, value, sizeof value);
         else
             orvctlNodeText(feature, value, sizeof value);
         printf("%*s%-*s %-11s %-2s  %s\n", 2 * depth, "", depth < 20 ? 44 - 2 * depth : 4, name, typeName(type),
                accessName(feature), value);
     }
+}
+
+/* Parses a visibility word into state->maxVisibility; 0 when unknown. */
+static int parseVisibility(const char* word, WalkState* state) {
+    if (strcmp(word, "beginner") == 0)
+        state->maxVisibility = ORV_VISIBILITY_BEGINNER;
+    else if (strcmp(word, "expert") == 0)
+        state->maxVisibility = ORV_VISIBILITY_EXPERT;
+    else if (strcmp(word, "guru") == 0)
+        state->maxVisibility = ORV_VISIBILITY_GURU;
+    else if (strcmp(word, "all") == 0)
+        state->maxVisibility = ORV_VISIBILITY_INVISIBLE;
+    else {
+        fprintf(stderr, "orvctl features: visibility is beginner, expert, guru or all\n");
+        return 0;
+    }
+    return 1;
+}
+
+/* features --xml FILE [visibility]: the feature tree of a description, no camera. */
+static int featuresOfXml(int argc, char** argv) {
+    WalkState state = {0, 0, ORV_VISIBILITY_GURU, 1};
+    orvNodeMapHandle map = NULL;
+    orvNodeHandle root = NULL;
+    int status = 1;
+    if (argc < 2 || argc > 3) {
+        fprintf(stderr, "usage: orvctl features --xml FILE [beginner|expert|guru|all]\n");
+        return 2;
+    }
+    if (argc == 3 && !parseVisibility(argv[2], &state)) return 2;
+    if (!orvctlCheck(orvNodeMapCreateFromXmlFile(argv[1], &map), "reading the GenICam XML")) return 1;
+    if (orvctlCheck(orvNodeMapGetNode(map, "Root", &root), "finding the Root category")) {
+        if (!root) {
+            fprintf(stderr, "orvctl: the description has no Root category\n");
+        } else {
+            walk(root, 0, &state);
+            printf("\n%d features in %d categories\n", state.features, state.categories);
+            status = 0;
+        }
+    }
+    orvNodeMapDestroy(map);
+    return status;
 }
 
 int orvctlFeatures(orvSystem system, int argc, char** argv) {
@@ -139,26 +207,17 @@ int orvctlFeatures(orvSystem system, int argc, char** argv) {
     char* rest[1];
     orvNodeMapHandle map;
     orvNodeHandle root = NULL;
-    WalkState state = {0, 0, ORV_VISIBILITY_GURU};
-    int n = parseTarget(argc, argv, &serial, &tl, rest, 1);
+    WalkState state = {0, 0, ORV_VISIBILITY_GURU, 0};
+    int n;
+    if (argc >= 1 && strcmp(argv[0], "--xml") == 0) return featuresOfXml(argc, argv);
+    n = parseTarget(argc, argv, &serial, &tl, rest, 1);
     if (n < 0 || n > 1) {
-        fprintf(stderr, "usage: orvctl features SERIAL [--tl device|stream] [beginner|expert|guru|all]\n");
+        fprintf(stderr,
+                "usage: orvctl features SERIAL [--tl device|stream] [beginner|expert|guru|all]\n"
+                "       orvctl features --xml FILE [beginner|expert|guru|all]\n");
         return 2;
     }
-    if (n == 1) {
-        if (strcmp(rest[0], "beginner") == 0)
-            state.maxVisibility = ORV_VISIBILITY_BEGINNER;
-        else if (strcmp(rest[0], "expert") == 0)
-            state.maxVisibility = ORV_VISIBILITY_EXPERT;
-        else if (strcmp(rest[0], "guru") == 0)
-            state.maxVisibility = ORV_VISIBILITY_GURU;
-        else if (strcmp(rest[0], "all") == 0)
-            state.maxVisibility = ORV_VISIBILITY_INVISIBLE;
-        else {
-            fprintf(stderr, "orvctl features: visibility is beginner, expert, guru or all\n");
-            return 2;
-        }
-    }
+    if (n == 1 && !parseVisibility(rest[0], &state)) return 2;
     if (!orvctlOpenCamera(system, serial, &camera)) return 1;
     map = orvctlSelectMap(&camera, tl);
     if (!map || !orvctlCheck(orvNodeMapGetNode(map, "Root", &root), "finding the Root category") || !root) {

@@ -306,8 +306,8 @@ static void printChunks(orvImage image, uint64_t id, ProgressBar* bar) {
     printf("\n");
 }
 
-/* Minimum, maximum and mean of each channel: grey for mono formats, red,
- * green and blue for the others. */
+/* Smallest and largest value present and mean of each channel: grey for mono
+ * formats, red, green and blue for the others. */
 static int printStatistics(orvImage image, orvImageStatistics statistics, uint64_t id, ProgressBar* bar) {
     static const struct {
         orvStatisticsChannel channel;
@@ -330,7 +330,7 @@ static int printStatistics(orvImage image, orvImageStatistics statistics, uint64
     for (i = mono ? 0 : 1; i < (mono ? 1u : 4u); ++i) {
         unsigned int min = 0, max = 0;
         float mean = 0;
-        if (!orvctlCheck(orvImageStatisticsGetRange(statistics, kChannels[i].channel, &min, &max),
+        if (!orvctlCheck(orvImageStatisticsGetPixelValueRange(statistics, kChannels[i].channel, &min, &max),
                          "reading the statistics") ||
             !orvctlCheck(orvImageStatisticsGetMean(statistics, kChannels[i].channel, &mean),
                          "reading the statistics")) {

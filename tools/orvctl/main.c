@@ -9,10 +9,15 @@ static const OrvctlCommand kCommands[] = {
     {"list", "list every interface and its cameras", "orvctl [options] list", orvctlList},
     {"info", "show a camera's identity, transport, access mode and node map sizes", "orvctl [options] info SERIAL",
      orvctlInfo},
-    {"features", "print a camera's feature tree with each feature's type, access mode and value",
-     "orvctl [options] features SERIAL [--tl device|stream] [beginner|expert|guru|all]\n\n"
+    {"features", "print a camera's (or a GenICam XML file's) feature tree with types, access modes and values",
+     "orvctl [options] features SERIAL [--tl device|stream] [beginner|expert|guru|all]\n"
+     "orvctl [options] features --xml FILE [beginner|expert|guru|all]\n\n"
      "Without --tl the camera's own (device) features are shown; the camera is initialised for it.\n"
      "--tl device / --tl stream show the transport layer's device or stream features instead.\n"
+     "--xml FILE shows the features of a GenICam XML description without a camera: its registers read\n"
+     "as zero-filled memory, and a value that cannot be read shows why, in parentheses (not implemented,\n"
+     "not available, write-only, or the error). A malformed description is reported with its line,\n"
+     "element and reason.\n"
      "The last argument limits the visibility shown (default guru: everything but invisible features).",
      orvctlFeatures},
     {"get", "print one feature's value", "orvctl [options] get SERIAL FEATURE [--tl device|stream]", orvctlGet},

@@ -10,7 +10,11 @@
 namespace Orvane {
 
 namespace detail {
-// Raises the SDK's error for a null smart pointer dereferenced.
+// Raise the SDK's error for a null smart pointer dereferenced. The first
+// form reports the dereference at the position given (file, line, function);
+// the second, kept for programs built against earlier headers, reports it
+// inside the SDK.
+[[noreturn]] ORVANE_API void ThrowNullPointer(const char* file, int line, const char* function);
 [[noreturn]] ORVANE_API void ThrowNullPointer(const char* function);
 } // namespace detail
 
@@ -30,11 +34,11 @@ public:
 
     // The object, or a thrown Orvane::Exception (ORVANE_ERR_NOT_AVAILABLE) when null.
     T* operator->() const {
-        if (!m_object) detail::ThrowNullPointer("operator->");
+        if (!m_object) detail::ThrowNullPointer(__FILE__, __LINE__, __func__);
         return m_object.get();
     }
     T& operator*() const {
-        if (!m_object) detail::ThrowNullPointer("operator*");
+        if (!m_object) detail::ThrowNullPointer(__FILE__, __LINE__, __func__);
         return *m_object;
     }
     // The raw object pointer, null when empty; never throws.

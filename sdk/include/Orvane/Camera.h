@@ -32,7 +32,10 @@ public:
     // Transport-specific id the device was discovered under.
     GenICam::gcstring GetDeviceID() const;
     // An id that stays the same for this device across enumerations and
-    // processes: "<transport>:<serial number or address>".
+    // processes: "<transport>:<key>", the key being the serial number for
+    // virtual cameras, the MAC address for GigE Vision (the IP address when
+    // the device reports none) and the serial number for USB3 Vision (the bus
+    // path when the device reports none).
     GenICam::gcstring GetUniqueID() const;
     GenICam::gcstring GetSerialNumber() const;
     GenICam::gcstring GetVendorName() const;
@@ -45,7 +48,8 @@ public:
     // Opens the device for control: builds its GenApi node map. A no-op on an
     // initialised camera. Raises ORVANE_ERR_NOT_AVAILABLE when the device is
     // gone or does not answer, ORVANE_ERR_RESOURCE_IN_USE when another program
-    // holds it. A GigE Vision device controlled by another host opens in
+    // holds it, ORVANE_ERR_GENICAM_PROPERTY when its GenICam description
+    // cannot be read. A GigE Vision device controlled by another host opens in
     // monitor mode (GetAccessMode gives RO).
     void Init();
     // Closes the device; stops a running acquisition and the device event
@@ -111,7 +115,8 @@ public:
     // GigE Vision: finds the largest stream packet size the path carries and
     // sets it (with test packets when the device can send them; otherwise the
     // current size, lowered to what the host interface's MTU carries).
-    // Other transports have no packets: 0. Needs Init.
+    // Other transports have no packets: 0. Needs Init. A failed discovery
+    // raises ORVANE_ERR_IO.
     unsigned int DiscoverMaxPacketSize();
 
     // Events --------------------------------------------------------------------

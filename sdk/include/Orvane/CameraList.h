@@ -27,7 +27,8 @@ public:
     void Clear();
     // Raises ORVANE_ERR_OUT_OF_RANGE for a bad index.
     void RemoveByIndex(size_t index);
-    // Raises ORVANE_ERR_INVALID_ID when no camera has this serial number.
+    // Raise ORVANE_ERR_INVALID_ID when no camera has this serial number /
+    // device id.
     void RemoveBySerial(const std::string& serialNumber);
     void RemoveByDeviceID(const std::string& deviceID);
     void Append(const CameraList& other);

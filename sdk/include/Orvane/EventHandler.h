@@ -1,5 +1,5 @@
 // Orvane::EventHandler: the common base of every handler class the SDK calls
-// back (logging now; images, devices and arrivals share it).
+// back (logging, images, image lists, device events, arrivals and removals).
 #ifndef ORVANE_EVENT_HANDLER_H
 #define ORVANE_EVENT_HANDLER_H
 

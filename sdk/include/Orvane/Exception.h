@@ -14,7 +14,8 @@ typedef int Error;
 
 // Carries the error code, the source position that raised it (line, file,
 // function), a message, the date and time the raising library was built, and
-// a full message composed of all of these.
+// a full message, which what() returns too: "Orvane Exception [<function>,
+// <file>:<line>] <message> (error <code>)" (without the build date and time).
 class ORVANE_API Exception : public std::exception {
 public:
     Exception();

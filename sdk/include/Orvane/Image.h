@@ -70,7 +70,8 @@ public:
 
     ColorProcessingAlgorithm GetColorProcessing() const;
     // The SDK's number for this image: stream images count from 1 per
-    // acquisition; images the caller made have 0.
+    // acquisition; copies (Create(image), DeepCopy) keep their source's
+    // number; other images the caller made have 0.
     uint64_t GetID() const;
     // First byte of the image data (null for an empty image).
     void* GetData() const;

@@ -10,7 +10,7 @@
 //
 // Threads: each call splits the image rows over GetNumDecompressionThreads()
 // threads, started for the call and joined before it returns (small images
-// use one). The default is the number of hardware threads; 0 means the same.
+// use one). The default, 0, means the number of hardware threads.
 // A processor holds only its settings: it may be used by several threads at
 // once as long as none changes the settings meanwhile.
 #ifndef ORVANE_IMAGE_PROCESSOR_H

@@ -3,12 +3,18 @@
 //
 // Channels: grey, red, green, blue, hue, saturation and lightness. For each
 // enabled channel an image gives
-// - its range: the smallest and largest value present;
-// - its pixel value range: the values the channel can take (0 .. 2^n - 1 for
-//   an n-bit format, 0..255 for hue, saturation and lightness);
-// - its number of pixel values: how many distinct values are present;
+// - its range (GetRange): the values the channel can take, the extent of its
+//   histogram: 0 .. 2^n - 1 for values of n bits (0..255 for 8-bit data,
+//   0..4095 for 12-bit data, packed or in 16-bit containers, 0..65535 for
+//   16-bit data), 0..255 for hue, saturation and lightness. It depends on the
+//   pixel format only; the minimum is always 0;
+// - its pixel value range (GetPixelValueRange): the smallest and largest
+//   value present in the image;
+// - its number of pixel values (GetNumPixelValues): how many distinct values
+//   are present;
 // - its mean;
 // - its histogram: 256 bins; for n-bit values bin = value >> (n - 8) (n > 8).
+// Formats of fewer than 8 bits per component are read as 8-bit values.
 // Grey of a colour image is its luma (0.299 R + 0.587 G + 0.114 B); red, green
 // and blue of a grey image are its grey value. Hue (256 = a full turn; 0 red,
 // 85 green, 171 blue), saturation and lightness follow the HSL model on the
@@ -64,13 +70,19 @@ public:
     void GetChannelStatus(StatisticsChannel channel, bool* pEnabled) const;
     void SetChannelStatus(StatisticsChannel channel, bool enable);
 
+    // The values the channel can take: *pMin = 0, *pMax = 2^n - 1 for n-bit
+    // values (255 for hue, saturation and lightness).
     void GetRange(StatisticsChannel channel, unsigned int* pMin, unsigned int* pMax) const;
+    // The smallest and largest value present in the last image calculated.
     void GetPixelValueRange(StatisticsChannel channel, unsigned int* pMin, unsigned int* pMax) const;
+    // The number of distinct values present in the last image calculated.
     void GetNumPixelValues(StatisticsChannel channel, unsigned int* pNumValues) const;
     void GetMean(StatisticsChannel channel, float* pMean) const;
     // *ppHistogram points to 256 counts owned by this object, valid until the
     // next calculation into it or its destruction.
     void GetHistogram(StatisticsChannel channel, int** ppHistogram) const;
+    // All of the above at once: range, pixel value range, number of pixel
+    // values, mean and histogram.
     void GetAll(StatisticsChannel channel, unsigned int* pRangeMin, unsigned int* pRangeMax,
                 unsigned int* pPixelValueMin, unsigned int* pPixelValueMax, unsigned int* pNumPixelValues,
                 float* pPixelValueMean, int** ppHistogram) const;

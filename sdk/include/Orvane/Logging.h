@@ -13,7 +13,8 @@
 namespace Orvane {
 
 // Priorities: a smaller number is more severe. A record reaches the handlers
-// when its priority is at most the process-wide level; LOG_LEVEL_OFF stops all.
+// when its priority is at most the process-wide level (LOG_LEVEL_ERROR until
+// set otherwise); LOG_LEVEL_OFF stops all.
 enum LogLevel {
     LOG_LEVEL_OFF = -1,
     LOG_LEVEL_FATAL = 0,

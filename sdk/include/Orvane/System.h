@@ -55,7 +55,8 @@ public:
     // holds one reference until ReleaseInstance or its last copy goes away; the
     // cameras and interfaces are torn down when the last reference is released.
     static SystemPtr GetInstance();
-    // Drops this object's reference (once; later calls do nothing).
+    // Drops this object's reference (once; later calls do nothing). Every
+    // other call on this object then raises ORVANE_ERR_NOT_AVAILABLE.
     void ReleaseInstance();
     virtual ~System();
     System(const System&) = delete;
@@ -75,7 +76,7 @@ public:
     LibraryVersion GetLibraryVersion();
     GenApi::INodeMap& GetTLNodeMap() const;
 
-    // Logging handlers run on the logging thread (see Logging.h).
+    // Logging handlers run on the thread that logs (see Logging.h).
     void RegisterLoggingEventHandler(LoggingEventHandler& handler);
     void UnregisterLoggingEventHandler(LoggingEventHandler& handler);
     void UnregisterAllLoggingEventHandlers();

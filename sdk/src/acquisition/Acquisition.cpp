@@ -189,17 +189,17 @@ void Acquisition::Begin() {
                 ")");
 }
 
-void Acquisition::RefuseOnDeliveryThread(const char* function) const {
+void Acquisition::RefuseOnDeliveryThread(const SourcePosition& at, const char* operation) const {
     if (StreamRun::OnDeliveryThread(this))
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_INVALID_STATE,
-              "camera " + m_access.Camera().Info().deviceId + ": " + function +
+        Raise(at, ORVANE_ERR_INVALID_STATE,
+              "camera " + m_access.Camera().Info().deviceId + ": " + operation +
                   " cannot run on the camera's delivery thread (in an image event handler): it waits for that thread");
 }
 
 bool Acquisition::OnDeliveryThread() const { return StreamRun::OnDeliveryThread(this); }
 
 void Acquisition::End() {
-    RefuseOnDeliveryThread("EndAcquisition");
+    RefuseOnDeliveryThread(ORV_HERE, "EndAcquisition");
     std::unique_lock<std::mutex> guard(m_beginEnd);
     std::shared_ptr<StreamRun> run = CurrentRun();
     if (!run) ORV_RAISE(ORVANE_ERR_NOT_STREAMING, "camera " + m_access.Camera().Info().deviceId + " is not streaming");
@@ -209,7 +209,7 @@ void Acquisition::End() {
 }
 
 void Acquisition::Stop() {
-    RefuseOnDeliveryThread("DeInit");
+    RefuseOnDeliveryThread(ORV_HERE, "DeInit");
     std::unique_lock<std::mutex> guard(m_beginEnd);
     std::shared_ptr<StreamRun> run = CurrentRun();
     if (!run) return;

@@ -88,7 +88,7 @@ public:
 private:
     std::shared_ptr<StreamRun> CurrentRun() const;
     // Raises ORVANE_ERR_INVALID_STATE on this camera's delivery thread.
-    void RefuseOnDeliveryThread(const char* function) const;
+    void RefuseOnDeliveryThread(const SourcePosition& at, const char* operation) const;
     // Ends the run (m_beginEnd held); returns the text of the log record
     // saying so, for the caller to write once m_beginEnd is released.
     std::string EndLocked(const std::shared_ptr<StreamRun>& run);

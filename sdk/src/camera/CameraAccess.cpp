@@ -17,21 +17,20 @@ using GenApi::impl::NodeMapBase;
 
 namespace {
 
-[[noreturn]] void RaisePortError(const DeviceConnection& connection, const std::string& camera, const char* function,
+[[noreturn]] void RaisePortError(const DeviceConnection& connection, const std::string& camera, const SourcePosition& at,
                                  const char* what, uint64_t address, GError* error) {
     const int code = error && error->domain == ARV_DEVICE_ERROR && error->code == ARV_DEVICE_ERROR_TIMEOUT
                          ? ORVANE_ERR_TIMEOUT
                          : ORVANE_ERR_IO;
     std::string message = error && error->message ? error->message : "the device refused the access";
     if (error) g_error_free(error);
-    char at[32];
-    std::snprintf(at, sizeof at, "0x%llx", static_cast<unsigned long long>(address));
+    char where[32];
+    std::snprintf(where, sizeof where, "0x%llx", static_cast<unsigned long long>(address));
     // A device found lost while the access waited (maybe by this access):
     // the loss is the error.
     if (connection.ControlLost())
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_DEVICE_LOST,
-              connection.LostMessage() + "; " + what + " at " + at + " failed: " + message);
-    Raise(__LINE__, __FILE__, function, code, "camera " + camera + ": " + what + " at " + at + " failed: " + message);
+        Raise(at, ORVANE_ERR_DEVICE_LOST, connection.LostMessage() + "; " + what + " at " + where + " failed: " + message);
+    Raise(at, code, "camera " + camera + ": " + what + " at " + where + " failed: " + message);
 }
 
 } // namespace
@@ -134,22 +133,21 @@ AcquisitionHooks& CameraAccess::Acquisition(
     return *m_acquisition;
 }
 
-std::shared_ptr<DeviceConnection> CameraAccess::RequireConnection(const char* function) const {
+std::shared_ptr<DeviceConnection> CameraAccess::RequireConnection(const SourcePosition& at) const {
     std::shared_ptr<DeviceConnection> connection = Connection();
     if (!connection)
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_CAMERA_NOT_INITIALIZED,
+        Raise(at, ORVANE_ERR_CAMERA_NOT_INITIALIZED,
               "camera " + m_camera.Info().deviceId + " is not initialized (call Init first)");
     return connection;
 }
 
-std::shared_ptr<DeviceConnection> CameraAccess::RequireLiveConnection(const char* function) const {
-    std::shared_ptr<DeviceConnection> connection = RequireConnection(function);
-    if (connection->ControlLost())
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_DEVICE_LOST, connection->LostMessage());
+std::shared_ptr<DeviceConnection> CameraAccess::RequireLiveConnection(const SourcePosition& at) const {
+    std::shared_ptr<DeviceConnection> connection = RequireConnection(at);
+    if (connection->ControlLost()) Raise(at, ORVANE_ERR_DEVICE_LOST, connection->LostMessage());
     return connection;
 }
 
-INodeMap& CameraAccess::NodeMap() { return RequireConnection("GetNodeMap")->NodeMap(); }
+INodeMap& CameraAccess::NodeMap() { return RequireConnection(ORV_HERE)->NodeMap(); }
 
 INodeMap& CameraAccess::TLStreamNodeMap(uint64_t streamIndex) {
     if (streamIndex != 0)
@@ -167,7 +165,7 @@ EAccessMode CameraAccess::AccessMode() const {
 }
 
 void CameraAccess::ReadPort(uint64_t address, void* buffer, uint64_t length) {
-    const std::shared_ptr<DeviceConnection> held = RequireLiveConnection("ReadPort");
+    const std::shared_ptr<DeviceConnection> held = RequireLiveConnection(ORV_HERE);
     DeviceConnection& connection = *held;
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "ReadPort: the buffer is null");
@@ -181,13 +179,13 @@ void CameraAccess::ReadPort(uint64_t address, void* buffer, uint64_t length) {
     GError* error = nullptr;
     if (!arv_device_read_memory(connection.Device(), address, static_cast<guint32>(length), buffer, &error)) {
         const std::string what = "reading " + std::to_string(length) + " bytes";
-        RaisePortError(connection, m_camera.Info().deviceId, "ReadPort", what.c_str(), address, error);
+        RaisePortError(connection, m_camera.Info().deviceId, ORV_HERE, what.c_str(), address, error);
     }
     if (error) g_error_free(error);
 }
 
 void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t length) {
-    const std::shared_ptr<DeviceConnection> held = RequireLiveConnection("WritePort");
+    const std::shared_ptr<DeviceConnection> held = RequireLiveConnection(ORV_HERE);
     DeviceConnection& connection = *held;
     if (length == 0) return;
     if (!buffer) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "WritePort: the buffer is null");
@@ -208,7 +206,7 @@ void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t leng
     connection.NodeMap().InvalidateNodes();
     if (!ok) {
         const std::string what = "writing " + std::to_string(length) + " bytes";
-        RaisePortError(connection, m_camera.Info().deviceId, "WritePort", what.c_str(), address, error);
+        RaisePortError(connection, m_camera.Info().deviceId, ORV_HERE, what.c_str(), address, error);
     }
     if (error) g_error_free(error);
     // The device reacts to the write as to a feature's (a command, a rule).
@@ -216,7 +214,7 @@ void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t leng
 }
 
 std::string CameraAccess::GuiXml() const {
-    const std::shared_ptr<DeviceConnection> held = RequireConnection("GetGuiXml");
+    const std::shared_ptr<DeviceConnection> held = RequireConnection(ORV_HERE);
     DeviceConnection& connection = *held;
     NodeMapBase::MapLock mapLock(connection.NodeMap());
     size_t size = 0;
@@ -224,9 +222,7 @@ std::string CameraAccess::GuiXml() const {
     return xml ? std::string(xml, size) : std::string();
 }
 
-unsigned CameraAccess::DiscoverMaxPacketSize() {
-    return RequireConnection("DiscoverMaxPacketSize")->DiscoverMaxPacketSize();
-}
+unsigned CameraAccess::DiscoverMaxPacketSize() { return RequireConnection(ORV_HERE)->DiscoverMaxPacketSize(); }
 
 } // namespace internal
 } // namespace Orvane

@@ -35,6 +35,7 @@
 
 #include "Orvane/GenApi/Interfaces.h"
 #include "camera/StreamSettings.h"
+#include "core/Raise.h"
 #include "genapi/NativeNodeMap.h"
 #include "transport/DeviceConnection.h"
 
@@ -100,9 +101,9 @@ private:
     void BuildTLDeviceNodeMap();
     void BuildTLStreamNodeMap();
     // The open connection, or ORVANE_ERR_CAMERA_NOT_INITIALIZED.
-    std::shared_ptr<DeviceConnection> RequireConnection(const char* function) const;
+    std::shared_ptr<DeviceConnection> RequireConnection(const SourcePosition& at) const;
     // The same, and ORVANE_ERR_DEVICE_LOST once the device is lost.
-    std::shared_ptr<DeviceConnection> RequireLiveConnection(const char* function) const;
+    std::shared_ptr<DeviceConnection> RequireLiveConnection(const SourcePosition& at) const;
 
     DiscoveredCamera& m_camera;
     mutable std::mutex m_mutex;

@@ -45,9 +45,12 @@ int Exception::GetLineNumber() const { return m_line; }
 Error Exception::GetError() const { return m_code; }
 
 namespace detail {
-void ThrowNullPointer(const char* function) {
-    Raise(__LINE__, __FILE__, function, ORVANE_ERR_NOT_AVAILABLE,
+void ThrowNullPointer(const char* file, int line, const char* function) {
+    Raise(SourcePosition{file, line, function}, ORVANE_ERR_NOT_AVAILABLE,
           "Null pointer dereferenced: the object is not available");
+}
+void ThrowNullPointer(const char*) {
+    Raise(ORV_HERE, ORVANE_ERR_NOT_AVAILABLE, "Null pointer dereferenced: the object is not available");
 }
 } // namespace detail
 

@@ -45,10 +45,10 @@ const char* CategoryOf(const char* file) {
 
 } // namespace
 
-void Raise(int line, const char* file, const char* function, Error code, const std::string& message) {
-    Exception e(line, file, function, message.c_str(), code);
+void Raise(const SourcePosition& at, Error code, const std::string& message) {
+    Exception e(at.line, at.file, at.function, message.c_str(), code);
     if (LoggerWrapper::IsEnabled(LOG_LEVEL_ERROR))
-        LoggerWrapper::LogWithCategory(LOG_LEVEL_ERROR, CategoryOf(file), e.GetFullErrorMessage(), "");
+        LoggerWrapper::LogWithCategory(LOG_LEVEL_ERROR, CategoryOf(at.file), e.GetFullErrorMessage(), "");
     throw e;
 }
 

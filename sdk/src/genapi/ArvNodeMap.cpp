@@ -4,12 +4,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <vector>
 
 #include "core/Raise.h"
 #include "genapi/ArvNodes.h"
 #include "genapi/XmlSideTable.h"
+#include "genapi/XmlValidation.h"
 
 namespace Orvane {
 namespace GenApi {
@@ -28,14 +30,17 @@ struct Built {
     Node* node = nullptr;
     ArvDomNode* element = nullptr;
     ArvDomNode* structReg = nullptr;
-    std::vector<Node*> reads;        // nodes read to compute this one or its limits and access
-    std::vector<Node*> valueReads;   // nodes read to compute its value (not pMin, pMax, pInc, pIs*)
-    std::vector<Node*> accessInputs; // pIsImplemented, pIsAvailable, pIsLocked targets
-    std::vector<Node*> valueTargets; // pValue, pValueIndexed, pValueDefault targets
-    std::vector<Node*> features;     // a category's pFeature targets
-    Node* value = nullptr;           // the pValue target
-    ArvPortNode* port = nullptr;     // the chunk or event port of a register (pPort), else null
-    int explicitCaching = -1;        // the XML's Cachable
+    std::vector<Node*> reads;                       // nodes read to compute this one or its limits and access
+    std::vector<Node*> valueReads;                  // nodes read to compute its value (not pMin, pMax, pInc, pIs*)
+    std::vector<Node*> accessInputs;                // pIsImplemented, pIsAvailable, pIsLocked targets
+    std::vector<Node*> valueTargets;                // pValue, pValueIndexed, pValueDefault targets
+    std::vector<Node*> features;                    // a category's pFeature targets
+    Node* value = nullptr;                          // the pValue target
+    Node* index = nullptr;                          // the pIndex target
+    std::vector<std::pair<int64_t, Node*>> indexed; // pValueIndexed targets with their index
+    Node* valueDefault = nullptr;                   // the pValueDefault target
+    ArvPortNode* port = nullptr;                    // the chunk or event port of a register (pPort), else null
+    int explicitCaching = -1;                       // the XML's Cachable
     enum Kind { Leaf, Computed, Never } kind = Computed;
 };
 
@@ -99,9 +104,20 @@ ArvNodeMap::ArvNodeMap(ArvDevice* device, std::string deviceName)
     if (!ARV_IS_DEVICE(device)) ORV_RAISE(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "no device to build a node map for");
     g_object_ref(m_device);
     m_gc = arv_device_get_genicam(m_device);
-    if (!m_gc) {
+    // Aravis builds a partial node tree from a truncated document and none
+    // from other malformed ones: the text is checked either way, so that the
+    // error says what is wrong and where.
+    size_t xmlSize = 0;
+    const char* xml = arv_device_get_genicam_xml(m_device, &xmlSize);
+    const bool hasXml = xml && xmlSize > 0;
+    const std::string problem = hasXml ? GenICamXmlProblem(xml, xmlSize) : std::string();
+    if (!problem.empty() || !m_gc) {
         g_object_unref(m_device);
-        ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "the device has no GenICam description");
+        if (!problem.empty())
+            ORV_RAISE(ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the GenICam XML of the device is invalid: " + problem);
+        if (!hasXml) ORV_RAISE(ORVANE_ERR_GENICAM_PROPERTY, "the device has no GenICam description");
+        ORV_RAISE(ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+                  "the GenICam XML of the device is invalid: Aravis could not build a node tree from it");
     }
     // Aravis's own caches and checks stay off: Orvane verifies, and cached
     // registers go stale behind selectors.
@@ -272,6 +288,10 @@ void ArvNodeMap::Build() {
                 }
                 if (t == ARV_GC_PROPERTY_NODE_TYPE_P_VALUE_INDEXED || t == ARV_GC_PROPERTY_NODE_TYPE_P_VALUE_DEFAULT)
                     b.valueTargets.push_back(target);
+                if (t == ARV_GC_PROPERTY_NODE_TYPE_P_VALUE_INDEXED && ARV_IS_GC_VALUE_INDEXED_NODE(p))
+                    b.indexed.emplace_back(arv_gc_value_indexed_node_get_index(ARV_GC_VALUE_INDEXED_NODE(p)), target);
+                if (t == ARV_GC_PROPERTY_NODE_TYPE_P_VALUE_DEFAULT) b.valueDefault = target;
+                if (t == ARV_GC_PROPERTY_NODE_TYPE_P_INDEX && !b.index) b.index = target;
                 break;
             }
         }
@@ -293,8 +313,20 @@ void ArvNodeMap::Build() {
         if (auto* category = dynamic_cast<ArvCategoryNode*>(b.node))
             for (Node* f : b.features)
                 if (NodeFromBase(f)) category->AddFeature(*f);
-        if (b.value)
-            if (auto* linked = dynamic_cast<ArvLinked*>(b.node)) linked->Link().valueNode = b.value;
+        if (auto* linked = dynamic_cast<ArvLinked*>(b.node)) {
+            ArvLink& link = linked->Link();
+            link.valueNode = b.value;
+            link.passThrough = ARV_IS_GC_INTEGER_NODE(b.element) || ARV_IS_GC_FLOAT_NODE(b.element);
+            if (b.index && (!b.indexed.empty() || b.valueDefault)) {
+                link.indexNode = b.index;
+                link.indexedTargets = b.indexed;
+                link.defaultTarget = b.valueDefault;
+            }
+        }
+        if (auto* f = dynamic_cast<ArvFloatNode*>(b.node)) {
+            const XmlNodeExtra* extra = side.Find(b.node->Info().name);
+            f->SetHasIncrement(extra && extra->hasInc);
+        }
     }
     // Entries of one StructReg share its register: a write of one changes the others.
     for (auto& s : structs)
@@ -313,14 +345,51 @@ void ArvNodeMap::Build() {
         // (and their addresses are offsets in its data, not device addresses).
         if (b.kind != Built::Leaf || b.port) continue;
         ArvDomNode* reg = b.structReg ? b.structReg : b.element;
-        if (!ARV_IS_GC_REGISTER(reg) || !b.reads.empty()) continue; // addresses computed from other nodes vary
+        if (!ARV_IS_GC_REGISTER(reg)) continue;
         GError* error = nullptr;
-        const guint64 address = arv_gc_register_get_address(ARV_GC_REGISTER(reg), &error);
+        const guint64 length = arv_gc_register_get_length(ARV_GC_REGISTER(reg), &error);
         if (error) {
             g_error_free(error);
             continue;
         }
-        const guint64 length = arv_gc_register_get_length(ARV_GC_REGISTER(reg), &error);
+        const XmlNodeExtra* extra = side.Find(b.node->Info().name);
+        if (extra && (extra->computedAddress || !extra->indexNodes.empty())) {
+            // An address computed from other nodes: every address the index
+            // can reach may be this register's (GenICam: Address + Index *
+            // Offset, Offset defaulting to the length), from the index
+            // node's bounds (an enumeration's: its entries' values). A pAddress
+            // or pOffset may lead anywhere, and so does an index without
+            // bounds: those are taken at their base address only, so that one
+            // such register does not tie every register of the device
+            // together.
+            Span span{extra->fixedAddress, extra->fixedAddress + std::max<guint64>(length, 1), b.node};
+            if (!extra->computedAddress && extra->indexNodes.size() == 1) {
+                Node* selector = FindNode(extra->indexNodes[0]);
+                const int64_t offset = extra->indexOffsets[0] >= 0 ? extra->indexOffsets[0] : int64_t(length);
+                try {
+                    int64_t lo = 0, hi = -1;
+                    if (auto* integer = dynamic_cast<IInteger*>(selector)) {
+                        lo = integer->GetMin();
+                        hi = integer->GetMax();
+                    } else if (auto* enumeration = dynamic_cast<EnumerationNode*>(selector)) {
+                        bool any = false;
+                        for (EnumEntryNode* e : enumeration->Entries()) {
+                            lo = any ? std::min(lo, e->GetValue()) : e->GetValue();
+                            hi = any ? std::max(hi, e->GetValue()) : e->GetValue();
+                            any = true;
+                        }
+                    }
+                    const double first = double(extra->fixedAddress) + double(lo) * double(offset);
+                    const double last = double(extra->fixedAddress) + double(hi) * double(offset) + double(length);
+                    if (lo <= hi && first >= 0 && last - first < 1e9) span = {uint64_t(first), uint64_t(last), b.node};
+                } catch (const Exception&) {
+                    // bounds that cannot be read now: the base address only
+                }
+            }
+            spans.push_back(span);
+            continue;
+        }
+        const guint64 address = arv_gc_register_get_address(ARV_GC_REGISTER(reg), &error);
         if (error) {
             g_error_free(error);
             continue;
@@ -330,6 +399,7 @@ void ArvNodeMap::Build() {
     std::sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) { return a.begin < b.begin; });
     for (size_t i = 0; i < spans.size(); ++i)
         for (size_t j = i + 1; j < spans.size() && spans[j].begin < spans[i].end; ++j) {
+            if (spans[i].node == spans[j].node) continue;
             spans[i].node->AddDependency(*spans[j].node, ctInvalidatingChildren);
             spans[j].node->AddDependency(*spans[i].node, ctInvalidatingChildren);
         }
@@ -507,7 +577,8 @@ void ArvNodeMap::Build() {
     for (size_t i = 0; i < built.size(); ++i) {
         auto* linked = dynamic_cast<ArvLinked*>(built[i].node);
         if (!linked) continue;
-        linked->Link().accessCacheable = accessOk(i);
+        // The access mode of a node with selected targets follows the index.
+        linked->Link().accessCacheable = accessOk(i) && !linked->Link().indexNode;
         linked->Link().valueCacheable = built[i].kind != Built::Never && mode[i] != NoCache;
     }
     InvalidateDependencyGraph();

@@ -75,7 +75,11 @@ struct ArvLink;
 class ArvNodeMap : public NodeMapBase {
 public:
     // Builds the map of `device`'s GenICam document. Raises
-    // ORVANE_ERR_GENICAM_PROPERTY when the device has no document.
+    // ORVANE_ERR_GENICAM_PROPERTY when the device has no document, and
+    // ORVANE_ERR_GENICAM_INVALID_ARGUMENT ("the GenICam XML of the device is
+    // invalid: line N, in element <E>: <reason>", see XmlValidation.h) when
+    // its XML text is not a well-formed description or Aravis could not
+    // build a node tree from it.
     ArvNodeMap(ArvDevice* device, std::string deviceName);
     ~ArvNodeMap() override;
 

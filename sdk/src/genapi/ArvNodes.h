@@ -49,6 +49,13 @@ struct ArvLink {
     PortRegisterLayout portLayout;
     Node* servedBy = nullptr; // a pass-through node (Integer, Float, Enumeration) whose pValue is
                               // served by the map: its value is read from this node
+    // Selected value targets (pIndex with pValueIndexed / pValueDefault): the
+    // target the index selects now limits the node's access mode, and a
+    // verified write is checked against it.
+    Node* indexNode = nullptr;
+    std::vector<std::pair<int64_t, Node*>> indexedTargets;
+    Node* defaultTarget = nullptr;
+    bool passThrough = false; // an Integer or Float element whose value is its target's (bounds narrowed by it)
     // The device observer (ArvNodeMap::SetDeviceObserver).
     std::vector<ArvGcRegister*> writeRegisters; // the registers a write of this node reaches
     bool watchReads = false;                    // reads past the cache call the observer's BeforeRead first
@@ -61,11 +68,16 @@ struct ArvLink {
 // map's device is lost.
 EAccessMode ArvAccessMode(const ArvLink& link, const NodeMapBase& map);
 
+// The value target a node reaches now: its pValue, or the pValueIndexed
+// target its pIndex selects (pValueDefault when none matches); null when it
+// has none or the index cannot be read.
+Node* SelectedTarget(const ArvLink& link);
+
 // Raises the SDK error for an Aravis failure on `node` and frees `error`:
 // ORVANE_ERR_DEVICE_LOST when the map's device is known lost by then, else
 // the code of the Aravis error (a device that stopped answering:
 // ORVANE_ERR_GENICAM_TIMEOUT, within the access's own timeout).
-[[noreturn]] void RaiseArvError(const Node& node, const char* function, GError* error);
+[[noreturn]] void RaiseArvError(const Node& node, const SourcePosition& at, GError* error);
 
 // Lets the node map reach the link of any of its nodes.
 class ArvLinked {
@@ -115,6 +127,7 @@ protected:
     int64_t DoGetInc() override;
     ERepresentation DoGetRepresentation() override;
     std::string DoGetUnit() const override;
+    void CheckThrough(int64_t value, const SourcePosition& at) override;
 
 private:
     ArvGcInteger* m_integer;
@@ -139,9 +152,16 @@ protected:
     std::string DoGetUnit() const override;
     EDisplayNotation DoGetDisplayNotation() const override;
     int64_t DoGetDisplayPrecision() const override;
+    void CheckThrough(double value, const SourcePosition& at) override;
+
+public:
+    // Whether the XML gives the node an increment (<Inc>, <pInc>); set once
+    // while the map is built.
+    void SetHasIncrement(bool has) { m_hasInc = has; }
 
 private:
     ArvGcFloat* m_float;
+    bool m_hasInc = false;
     double m_cache = 0.0;
     bool m_valid = false;
 };

@@ -262,34 +262,34 @@ void Node::FireCallback(CallbackHandleType handle) {
     Invoke(*cb, cb->GetCallbackType(), m_info.name);
 }
 
-void Node::Fail(int line, const char* function, int code, const std::string& message) const {
-    Raise(line, __FILE__, function, code, m_info.name + ": " + message);
+void Node::Fail(const SourcePosition& at, int code, const std::string& message) const {
+    Raise(at, code, m_info.name + ": " + message);
 }
 
-void Node::CheckDevice(const char* function, const std::string& detail) const {
+void Node::CheckDevice(const SourcePosition& at, const std::string& detail) const {
     if (!m_map.DeviceLost() || !ReachesDevice()) return;
-    Fail(__LINE__, function, ORVANE_ERR_DEVICE_LOST,
+    Fail(at, ORVANE_ERR_DEVICE_LOST,
          m_map.DeviceLostMessage() + (detail.empty() ? std::string() : "; the access failed: " + detail));
 }
 
-void Node::CheckReadable(const char* function) const {
-    CheckDevice(function);
+void Node::CheckReadable(const SourcePosition& at) const {
+    CheckDevice(at);
     const EAccessMode mode = GetAccessMode();
     if (mode == RO || mode == RW) return;
-    CheckDevice(function); // found lost while the mode was evaluated
+    CheckDevice(at); // found lost while the mode was evaluated
     const std::string detail = mode == NA ? AccessDetail() : std::string();
-    Fail(__LINE__, function, ORVANE_ERR_GENICAM_ACCESS,
+    Fail(at, ORVANE_ERR_GENICAM_ACCESS,
          std::string("the node is not readable (access mode ") + AccessModeName(mode) + ")" +
              (detail.empty() ? "" : ": " + detail));
 }
 
-void Node::CheckWritable(const char* function) const {
-    CheckDevice(function);
+void Node::CheckWritable(const SourcePosition& at) const {
+    CheckDevice(at);
     const EAccessMode mode = GetAccessMode();
     if (mode == WO || mode == RW) return;
-    CheckDevice(function); // found lost while the mode was evaluated
+    CheckDevice(at); // found lost while the mode was evaluated
     const std::string detail = mode == NA ? AccessDetail() : std::string();
-    Fail(__LINE__, function, ORVANE_ERR_GENICAM_ACCESS,
+    Fail(at, ORVANE_ERR_GENICAM_ACCESS,
          std::string("the node is not writable (access mode ") + AccessModeName(mode) + ")" +
              (detail.empty() ? "" : ": " + detail));
 }

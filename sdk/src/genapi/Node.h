@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Orvane/GenApi/GenApi.h"
+#include "core/Raise.h"
 
 namespace Orvane {
 namespace GenApi {
@@ -109,16 +110,16 @@ public:
     NodeInfo& MutableInfo() { return m_info; }
 
     // Raises an SDK exception naming this node: "<Name>: <message>".
-    [[noreturn]] void Fail(int line, const char* function, int code, const std::string& message) const;
+    [[noreturn]] void Fail(const SourcePosition& at, int code, const std::string& message) const;
     // Raises ORVANE_ERR_GENICAM_ACCESS unless the node is readable/writable
     // now; ORVANE_ERR_DEVICE_LOST (CheckDevice) first when the map's device
     // is lost.
-    void CheckReadable(const char* function) const;
-    void CheckWritable(const char* function) const;
+    void CheckReadable(const SourcePosition& at) const;
+    void CheckWritable(const SourcePosition& at) const;
     // Raises ORVANE_ERR_DEVICE_LOST when the node reaches the device and the
     // map's device is lost (NodeMapBase::DeviceLost), with the map's loss
     // message; `detail` (e.g. the failed access's error) is appended.
-    void CheckDevice(const char* function, const std::string& detail = std::string()) const;
+    void CheckDevice(const SourcePosition& at, const std::string& detail = std::string()) const;
     // Whether the node's value comes from the device. Nodes served from chunk
     // or event data do not: they keep working after the device is lost.
     virtual bool ReachesDevice() const { return true; }
@@ -156,6 +157,6 @@ private:
 } // namespace GenApi
 } // namespace Orvane
 
-#define ORV_NODE_FAIL(code, message) Fail(__LINE__, __func__, (code), (message))
+#define ORV_NODE_FAIL(code, message) Fail(ORV_HERE, (code), (message))
 
 #endif

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cinttypes>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -84,26 +85,39 @@ bool ParseInteger(const std::string& raw, int64_t& value) {
 }
 
 std::string FormatFloat(double value, EDisplayNotation notation, int64_t precision) {
+    if (std::isnan(value)) return "nan";
+    if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
+    // Fixed notation of a huge value needs up to 309 digits before the point.
+    char text[400];
+    const int digits = precision < 0 ? 6 : precision > 60 ? 60 : static_cast<int>(precision);
+    std::chars_format format = std::chars_format::general;
+    if (notation == fnFixed) format = std::chars_format::fixed;
+    if (notation == fnScientific) format = std::chars_format::scientific;
+    // %g treats a precision of 0 as 1.
+    const int p = format == std::chars_format::general && digits == 0 ? 1 : digits;
+    auto r = std::to_chars(text, text + sizeof text - 1, value, format, p);
+    if (r.ec != std::errc()) return FormatFloatExact(value);
+    *r.ptr = 0;
+    return text;
+}
+
+std::string FormatFloatExact(double value) {
+    if (std::isnan(value)) return "nan";
+    if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
     char text[64];
-    const int digits = precision >= 0 && precision < 30 ? static_cast<int>(precision) : 6;
-    switch (notation) {
-    case fnFixed: std::snprintf(text, sizeof text, "%.*f", digits, value); return text;
-    case fnScientific: std::snprintf(text, sizeof text, "%.*e", digits, value); return text;
-    default: {
-        auto r = std::to_chars(text, text + sizeof text - 1, value);
-        *r.ptr = 0;
-        return text;
-    }
-    }
+    auto r = std::to_chars(text, text + sizeof text - 1, value);
+    *r.ptr = 0;
+    return text;
 }
 
 bool ParseFloat(const std::string& raw, double& value) {
-    const std::string text = Trim(raw);
-    if (text.empty()) return false;
-    char* end = nullptr;
-    errno = 0;
-    const double v = std::strtod(text.c_str(), &end);
-    if (end == text.c_str() || *end || errno == ERANGE) return false;
+    std::string text = Trim(raw);
+    if (!text.empty() && text[0] == '+') text.erase(0, 1);
+    if (text.empty() || text[0] == '+' || text[0] == ' ') return false;
+    double v = 0.0;
+    const char* end = text.data() + text.size();
+    const auto r = std::from_chars(text.data(), end, v, std::chars_format::general);
+    if (r.ec != std::errc() || r.ptr != end) return false;
     value = v;
     return true;
 }

@@ -25,7 +25,7 @@ std::string ReportedOutOfRange(int64_t value, int64_t min, int64_t max) {
 }
 
 std::string ReportedOutOfRange(double value, double, double) {
-    return "the device reports " + FormatFloat(value, fnAutomatic, 0) + ", outside its range";
+    return "the device reports " + FormatFloatExact(value) + ", outside its range";
 }
 
 // Reads a value's text; `what` names what the text must be.
@@ -46,15 +46,18 @@ void NumberNode<T, Interface, Type>::FromString(const gcstring& ValueStr, bool V
     T value = 0;
     const char* what = "";
     if (!ParseNumber(ValueStr.str(), value, what))
-        this->Fail(__LINE__, __func__, ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not " + what);
+        this->Fail(ORV_HERE, ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "'" + ValueStr.str() + "' is not " + what);
     SetValue(value, Verify);
 }
 
 template <class T, class Interface, EInterfaceType Type>
 void NumberNode<T, Interface, Type>::SetValue(T Value, bool Verify) {
     Lock lock(this->m_map);
-    this->CheckWritable(__func__);
-    if (Verify) CheckRange(Value, __func__);
+    this->CheckWritable(ORV_HERE);
+    if (Verify) {
+        CheckRange(Value, ORV_HERE);
+        CheckThrough(Value, ORV_HERE);
+    }
     DoSetValue(Value);
     this->m_map.NotifyChanged(*this);
 }
@@ -62,12 +65,12 @@ void NumberNode<T, Interface, Type>::SetValue(T Value, bool Verify) {
 template <class T, class Interface, EInterfaceType Type>
 T NumberNode<T, Interface, Type>::GetValue(bool Verify, bool IgnoreCache) {
     Lock lock(this->m_map);
-    this->CheckReadable(__func__);
+    this->CheckReadable(ORV_HERE);
     const T value = DoGetValue(IgnoreCache);
     if (Verify) {
         const T min = GetMin(), max = GetMax();
         if (value < min || value > max)
-            this->Fail(__LINE__, __func__, ORVANE_ERR_GENICAM_OUT_OF_RANGE, ReportedOutOfRange(value, min, max));
+            this->Fail(ORV_HERE, ORVANE_ERR_GENICAM_OUT_OF_RANGE, ReportedOutOfRange(value, min, max));
     }
     return value;
 }
@@ -108,24 +111,24 @@ gcstring IntegerNode::ToString(bool Verify, bool IgnoreCache) {
     return FormatInteger(GetValue(Verify, IgnoreCache), DoGetRepresentation());
 }
 
-void IntegerNode::CheckRange(int64_t value, const char* function) {
+void IntegerNode::CheckRange(int64_t value, const SourcePosition& at) {
     const int64_t min = GetMin(), max = GetMax();
     if (value < min)
-        Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+        Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
              "value " + std::to_string(value) + " is less than the minimum " + std::to_string(min));
     if (value > max)
-        Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+        Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
              "value " + std::to_string(value) + " is greater than the maximum " + std::to_string(max));
     if (GetIncMode() == fixedIncrement) {
         const int64_t inc = GetInc();
         if (inc > 1 && (static_cast<uint64_t>(value) - static_cast<uint64_t>(min)) % static_cast<uint64_t>(inc) != 0)
-            Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+            Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
                  "value " + std::to_string(value) + " does not match the increment " + std::to_string(inc) +
                      " from the minimum " + std::to_string(min));
     } else if (GetIncMode() == listIncrement) {
         const std::vector<int64_t> valid = DoGetValidValues();
         if (std::find(valid.begin(), valid.end(), value) == valid.end())
-            Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+            Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
                  "value " + std::to_string(value) + " is not in the list of valid values");
     }
 }
@@ -154,28 +157,25 @@ gcstring IntegerNode::GetUnit() const { return DoGetUnit(); }
 
 gcstring FloatNode::ToString(bool Verify, bool IgnoreCache) {
     Lock lock(m_map);
-    return FormatFloat(GetValue(Verify, IgnoreCache), fnAutomatic, DoGetDisplayPrecision());
+    return FormatFloat(GetValue(Verify, IgnoreCache), DoGetDisplayNotation(), DoGetDisplayPrecision());
 }
 
-void FloatNode::CheckRange(double value, const char* function) {
-    if (std::isnan(value)) Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE, "value is not a number");
+void FloatNode::CheckRange(double value, const SourcePosition& at) {
+    if (std::isnan(value)) Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE, "value is not a number");
     const double min = GetMin(), max = GetMax();
     if (value < min)
-        Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
-             "value " + FormatFloat(value, fnAutomatic, 0) + " is less than the minimum " +
-                 FormatFloat(min, fnAutomatic, 0));
+        Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+             "value " + FormatFloatExact(value) + " is less than the minimum " + FormatFloatExact(min));
     if (value > max)
-        Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
-             "value " + FormatFloat(value, fnAutomatic, 0) + " is greater than the maximum " +
-                 FormatFloat(max, fnAutomatic, 0));
+        Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+             "value " + FormatFloatExact(value) + " is greater than the maximum " + FormatFloatExact(max));
     if (HasInc()) {
         const double inc = GetInc();
         if (inc > 0) {
             const double steps = (value - min) / inc;
             if (std::fabs(steps - std::round(steps)) > 1e-6)
-                Fail(__LINE__, function, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
-                     "value " + FormatFloat(value, fnAutomatic, 0) + " does not match the increment " +
-                         FormatFloat(inc, fnAutomatic, 0));
+                Fail(at, ORVANE_ERR_GENICAM_OUT_OF_RANGE,
+                     "value " + FormatFloatExact(value) + " does not match the increment " + FormatFloatExact(inc));
         }
     }
 }
@@ -201,7 +201,7 @@ void StringNode::FromString(const gcstring& ValueStr, bool Verify) { SetValue(Va
 
 void StringNode::SetValue(const gcstring& Value, bool Verify) {
     Lock lock(m_map);
-    CheckWritable(__func__);
+    CheckWritable(ORV_HERE);
     if (Verify) {
         const int64_t max = GetMaxLength();
         if (static_cast<int64_t>(Value.size()) > max)
@@ -215,7 +215,7 @@ void StringNode::SetValue(const gcstring& Value, bool Verify) {
 
 gcstring StringNode::GetValue(bool, bool IgnoreCache) {
     Lock lock(m_map);
-    CheckReadable(__func__);
+    CheckReadable(ORV_HERE);
     return DoGetValue(IgnoreCache);
 }
 
@@ -240,14 +240,14 @@ void BooleanNode::FromString(const gcstring& ValueStr, bool Verify) {
 
 void BooleanNode::SetValue(bool Value, bool) {
     Lock lock(m_map);
-    CheckWritable(__func__);
+    CheckWritable(ORV_HERE);
     DoSetValue(Value);
     m_map.NotifyChanged(*this);
 }
 
 bool BooleanNode::GetValue(bool, bool IgnoreCache) const {
     Lock lock(m_map);
-    CheckReadable(__func__);
+    CheckReadable(ORV_HERE);
     return DoGetValue(IgnoreCache);
 }
 
@@ -265,7 +265,7 @@ void CommandNode::FromString(const gcstring& ValueStr, bool Verify) {
 
 void CommandNode::Execute(bool) {
     Lock lock(m_map);
-    CheckWritable(__func__);
+    CheckWritable(ORV_HERE);
     DoExecute();
     m_map.NotifyChanged(*this);
 }
@@ -312,7 +312,7 @@ void EnumerationNode::GetEntries(NodeList_t& Entries) {
 
 void EnumerationNode::SetIntValue(int64_t Value, bool Verify) {
     Lock lock(m_map);
-    CheckWritable(__func__);
+    CheckWritable(ORV_HERE);
     if (Verify) {
         EnumEntryNode* entry = nullptr;
         for (EnumEntryNode* e : m_entries)
@@ -329,7 +329,7 @@ void EnumerationNode::SetIntValue(int64_t Value, bool Verify) {
 
 int64_t EnumerationNode::GetIntValue(bool Verify, bool IgnoreCache) {
     Lock lock(m_map);
-    CheckReadable(__func__);
+    CheckReadable(ORV_HERE);
     const int64_t value = DoGetIntValue(IgnoreCache);
     if (Verify && !GetEntry(value))
         ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE,
@@ -424,26 +424,26 @@ void RegisterNode::FromString(const gcstring& ValueStr, bool Verify) {
     Set(bytes.data(), static_cast<int64_t>(bytes.size()), Verify);
 }
 
-void RegisterNode::CheckBuffer(const uint8_t* buffer, int64_t Length, bool Verify, const char* function) {
-    if (!buffer) Fail(__LINE__, function, ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the buffer is null");
+void RegisterNode::CheckBuffer(const uint8_t* buffer, int64_t Length, bool Verify, const SourcePosition& at) {
+    if (!buffer) Fail(at, ORVANE_ERR_GENICAM_INVALID_ARGUMENT, "the buffer is null");
     const int64_t length = GetLength();
     if (Length <= 0 || Length > length || (Verify && Length != length))
-        Fail(__LINE__, function, ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
+        Fail(at, ORVANE_ERR_GENICAM_INVALID_ARGUMENT,
              "length " + std::to_string(Length) + " does not fit the register's " + std::to_string(length) + " bytes");
 }
 
 void RegisterNode::Set(const uint8_t* pBuffer, int64_t Length, bool Verify) {
     Lock lock(m_map);
-    CheckWritable(__func__);
-    CheckBuffer(pBuffer, Length, Verify, __func__);
+    CheckWritable(ORV_HERE);
+    CheckBuffer(pBuffer, Length, Verify, ORV_HERE);
     DoSet(pBuffer, Length);
     m_map.NotifyChanged(*this);
 }
 
 void RegisterNode::Get(uint8_t* pBuffer, int64_t Length, bool Verify, bool IgnoreCache) {
     Lock lock(m_map);
-    CheckReadable(__func__);
-    CheckBuffer(pBuffer, Length, Verify, __func__);
+    CheckReadable(ORV_HERE);
+    CheckBuffer(pBuffer, Length, Verify, ORV_HERE);
     DoGet(pBuffer, Length, IgnoreCache);
 }
 

@@ -42,9 +42,12 @@ public:
 
     // Raises ORVANE_ERR_GENICAM_OUT_OF_RANGE unless the value respects
     // minimum, maximum and increment.
-    virtual void CheckRange(T value, const char* function) = 0;
+    virtual void CheckRange(T value, const SourcePosition& at) = 0;
 
 protected:
+    // Verifies a value against what the node writes through (its value
+    // target), after the node's own range; raises like CheckRange.
+    virtual void CheckThrough(T, const SourcePosition&) {}
     virtual T DoGetValue(bool ignoreCache) = 0;
     virtual void DoSetValue(T value) = 0;
     virtual T DoGetMin() { return std::numeric_limits<T>::lowest(); }
@@ -64,7 +67,7 @@ public:
     int64_autovector_t GetListOfValidValues(bool bounded = true) override;
     ERepresentation GetRepresentation() override;
     GenICam::gcstring GetUnit() const override;
-    void CheckRange(int64_t value, const char* function) override;
+    void CheckRange(int64_t value, const SourcePosition& at) override;
 
 protected:
     virtual int64_t DoGetInc() { return 1; }
@@ -86,7 +89,7 @@ public:
     GenICam::gcstring GetUnit() const override;
     EDisplayNotation GetDisplayNotation() const override;
     int64_t GetDisplayPrecision() const override;
-    void CheckRange(double value, const char* function) override;
+    void CheckRange(double value, const SourcePosition& at) override;
 
 protected:
     virtual bool DoHasInc() { return false; }
@@ -237,7 +240,7 @@ protected:
 private:
     // Raises ORVANE_ERR_GENICAM_INVALID_ARGUMENT (as `function`) for a null
     // buffer or a length the register cannot take (Verify: its length exactly).
-    void CheckBuffer(const uint8_t* buffer, int64_t Length, bool Verify, const char* function);
+    void CheckBuffer(const uint8_t* buffer, int64_t Length, bool Verify, const SourcePosition& at);
 };
 
 } // namespace impl

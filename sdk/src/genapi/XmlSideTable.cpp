@@ -13,9 +13,13 @@ namespace impl {
 
 namespace {
 
-void Fill(const xmlNode* element, XmlNodeExtra& x) {
+void Fill(const xmlNode* element, XmlNodeExtra& x, bool structReg) {
     for (const xmlNode* c = element->children; c; c = c->next) {
         if (c->type != XML_ELEMENT_NODE) continue;
+        // From a StructReg its entries take the register itself: byte order,
+        // address and index.
+        if (structReg && !XmlIs(c, "Endianess") && !XmlIs(c, "Address") && !XmlIs(c, "pAddress") && !XmlIs(c, "pIndex"))
+            continue;
         if (XmlIs(c, "Cachable")) {
             const std::string t = XmlText(c);
             x.cachable = t == "NoCache" ? 0 : t == "WriteThrough" ? 1 : t == "WriteAround" ? 2 : -1;
@@ -48,7 +52,19 @@ void Fill(const xmlNode* element, XmlNodeExtra& x) {
             x.lsb = x.msb = static_cast<int>(std::strtol(XmlText(c).c_str(), nullptr, 0));
         } else if (XmlIs(c, "pIndex")) {
             const std::string offset = XmlAttribute(c, "pOffset");
-            if (!offset.empty()) x.offsetNodes.push_back(offset);
+            if (!offset.empty()) {
+                x.offsetNodes.push_back(offset);
+                x.computedAddress = true;
+            }
+            const std::string fixed = XmlAttribute(c, "Offset");
+            x.indexNodes.push_back(XmlText(c));
+            x.indexOffsets.push_back(fixed.empty() ? -1 : std::strtoll(fixed.c_str(), nullptr, 0));
+        } else if (XmlIs(c, "Inc") || XmlIs(c, "pInc")) {
+            x.hasInc = true;
+        } else if (XmlIs(c, "Address")) {
+            x.fixedAddress += std::strtoull(XmlText(c).c_str(), nullptr, 0);
+        } else if (XmlIs(c, "pAddress")) {
+            x.computedAddress = true;
         }
     }
 }
@@ -68,19 +84,25 @@ XmlSideTable::XmlSideTable(const char* xml, size_t size) {
         const xmlNode* element = stack.back().first;
         std::string parent = std::move(stack.back().second);
         stack.pop_back();
+        // Vendor extensions are opaque: their elements may carry the names of
+        // real nodes (e.g. a renaming table) and must not shadow them.
+        if (XmlIs(element, "Extension")) continue;
         std::string name = XmlAttribute(element, "Name");
         std::string enclosing = parent;
         if (!name.empty() && !XmlIs(element, "pVariable") && !XmlIs(element, "Constant") &&
             !XmlIs(element, "Expression")) {
             std::string key = XmlIs(element, "EnumEntry") ? "EnumEntry_" + parent + "_" + name : name;
-            XmlNodeExtra& extra = m_nodes[key];
-            extra.standardNameSpace = XmlAttribute(element, "NameSpace") == "Standard";
-            extra.element = reinterpret_cast<const char*>(element->name);
-            // A struct entry has the byte order of its StructReg.
-            if (XmlIs(element, "StructEntry") && element->parent)
-                for (const xmlNode* c = element->parent->children; c; c = c->next)
-                    if (XmlIs(c, "Endianess")) extra.bigEndian = XmlText(c) == "BigEndian";
-            Fill(element, extra);
+            // A name declared twice: the first declaration is the node (as
+            // the node map keeps it).
+            auto inserted = m_nodes.try_emplace(key);
+            if (inserted.second) {
+                XmlNodeExtra& extra = inserted.first->second;
+                extra.standardNameSpace = XmlAttribute(element, "NameSpace") == "Standard";
+                extra.element = reinterpret_cast<const char*>(element->name);
+                // A struct entry has the byte order and address of its StructReg.
+                if (XmlIs(element, "StructEntry") && element->parent) Fill(element->parent, extra, true);
+                Fill(element, extra, false);
+            }
             enclosing = name;
         }
         // Push children in reverse so that they are visited in document order.

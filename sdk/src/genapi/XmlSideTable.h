@@ -33,11 +33,22 @@ struct XmlNodeExtra {
     bool isSigned = false;                // Sign (GenICam's default is Unsigned)
     int lsb = -1;                         // a MaskedIntReg's bit field (LSB, MSB, or Bit for both); -1 when absent
     int msb = -1;
+    bool hasInc = false; // an <Inc> or <pInc> element: the node has an increment of its own
+    // A register's address as the XML composes it: the sum of its <Address>
+    // elements, plus pAddress targets (computedAddress), plus the value of
+    // each pIndex node times its Offset (or pOffset, or the register's
+    // length when neither is given).
+    uint64_t fixedAddress = 0;
+    bool computedAddress = false;        // a pAddress, or a pIndex with pOffset: the address can be anything
+    std::vector<std::string> indexNodes; // pIndex targets
+    std::vector<int64_t> indexOffsets;   // their Offset, -1 when absent (the register's length)
 };
 
 class XmlSideTable {
 public:
-    // Parses `xml`; text that is no XML leaves the table empty.
+    // Parses `xml`; text that is no XML leaves the table empty. The content of
+    // vendor <Extension> elements is not read: whatever it names, it is no
+    // node of the map.
     XmlSideTable(const char* xml, size_t size);
 
     // The entry of a node by name; enumeration entries are keyed

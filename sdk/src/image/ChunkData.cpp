@@ -42,8 +42,8 @@ const char* const kFloatNames[ChunkData::FloatItemCount] = {"ChunkExposureTime",
                                                             "ChunkScan3dAxisMax",
                                                             "ChunkScan3dTransformValue"};
 
-[[noreturn]] void RaiseAbsent(const char* function, const char* name) {
-    Raise(__LINE__, __FILE__, function, ORVANE_ERR_NO_DATA,
+[[noreturn]] void RaiseAbsent(const SourcePosition& at, const char* name) {
+    Raise(at, ORVANE_ERR_NO_DATA,
           std::string("ChunkData: the image carries no ") + name +
               " chunk (chunk mode off, the chunk not enabled, or the camera does not have it)");
 }
@@ -67,7 +67,7 @@ int64_t ChunkData::GetIntegerValue(IntegerItem item) const {
     if (item < 0 || item >= IntegerItemCount)
         ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE,
                   "ChunkData: integer item " + std::to_string(static_cast<int>(item)) + " does not exist");
-    if (!(m_integerPresent >> item & 1u)) RaiseAbsent("GetIntegerValue", kIntegerNames[item]);
+    if (!(m_integerPresent >> item & 1u)) RaiseAbsent(ORV_HERE, kIntegerNames[item]);
     return m_integers[item];
 }
 
@@ -75,7 +75,7 @@ double ChunkData::GetFloatValue(FloatItem item) const {
     if (item < 0 || item >= FloatItemCount)
         ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE,
                   "ChunkData: float item " + std::to_string(static_cast<int>(item)) + " does not exist");
-    if (!(m_floatPresent >> item & 1u)) RaiseAbsent("GetFloatValue", kFloatNames[item]);
+    if (!(m_floatPresent >> item & 1u)) RaiseAbsent(ORV_HERE, kFloatNames[item]);
     return m_floats[item];
 }
 
@@ -87,15 +87,15 @@ const char* ChunkData::GetName(FloatItem item) {
     return item >= 0 && item < FloatItemCount ? kFloatNames[item] : nullptr;
 }
 
-#define ORV_INT_GETTER(Name)                                                                   \
-    int64_t ChunkData::Get##Name() const {                                                     \
-        if (!(m_integerPresent >> (Name)&1u)) RaiseAbsent("Get" #Name, kIntegerNames[(Name)]); \
-        return m_integers[(Name)];                                                             \
+#define ORV_INT_GETTER(Name)                                                                \
+    int64_t ChunkData::Get##Name() const {                                                  \
+        if (!(m_integerPresent >> (Name)&1u)) RaiseAbsent(ORV_HERE, kIntegerNames[(Name)]); \
+        return m_integers[(Name)];                                                          \
     }
-#define ORV_FLOAT_GETTER(Name)                                                             \
-    double ChunkData::Get##Name() const {                                                  \
-        if (!(m_floatPresent >> (Name)&1u)) RaiseAbsent("Get" #Name, kFloatNames[(Name)]); \
-        return m_floats[(Name)];                                                           \
+#define ORV_FLOAT_GETTER(Name)                                                          \
+    double ChunkData::Get##Name() const {                                               \
+        if (!(m_floatPresent >> (Name)&1u)) RaiseAbsent(ORV_HERE, kFloatNames[(Name)]); \
+        return m_floats[(Name)];                                                        \
     }
 
 ORV_INT_GETTER(FrameID)

@@ -20,19 +20,18 @@ namespace {
 
 constexpr size_t kMaxImageBytes = size_t(1) << 40;
 
-const PixelFormatInfo& FormatInfo(PixelFormatEnums format, const char* function) {
+const PixelFormatInfo& FormatInfo(PixelFormatEnums format, const SourcePosition& at) {
     const PixelFormatInfo* info = FindPixelFormat(format);
     if (!info)
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_INVALID_ARGUMENT,
-              "unknown pixel format " + std::to_string(static_cast<int>(format)));
+        Raise(at, ORVANE_ERR_INVALID_ARGUMENT, "unknown pixel format " + std::to_string(static_cast<int>(format)));
     return *info;
 }
 
 // Bytes of the image data for this shape (uncompressed formats).
-size_t ImageBytes(const PixelFormatInfo& info, size_t width, size_t height, const char* function) {
+size_t ImageBytes(const PixelFormatInfo& info, size_t width, size_t height, const SourcePosition& at) {
     const size_t packed = internal::PackedImageBytes(info, width, height);
     if (packed == std::numeric_limits<size_t>::max() || packed > kMaxImageBytes)
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_INVALID_ARGUMENT,
+        Raise(at, ORVANE_ERR_INVALID_ARGUMENT,
               "an image of " + std::to_string(width) + " x " + std::to_string(height) + " " + info.name +
                   " pixels is too large");
     return packed;
@@ -57,14 +56,14 @@ size_t PayloadTypeCode(TLPayloadType type) {
 // caller's data.
 void Shape(internal::ImageImpl& impl, size_t width, size_t height, size_t offsetX, size_t offsetY,
            PixelFormatEnums pixelFormat, void* pData, TLPayloadType payloadType, size_t dataSize) {
-    const PixelFormatInfo& info = FormatInfo(pixelFormat, "Create");
+    const PixelFormatInfo& info = FormatInfo(pixelFormat, ORV_HERE);
     size_t imageSize = 0;
     if (internal::IsCompressed(info, payloadType)) {
         if (pData && dataSize == 0)
             ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "a compressed image needs the size of its data");
         imageSize = dataSize;
     } else {
-        imageSize = ImageBytes(info, width, height, "Create");
+        imageSize = ImageBytes(info, width, height, ORV_HERE);
         if (pData && dataSize && dataSize < imageSize)
             ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "the data holds " + std::to_string(dataSize) +
                                                        " bytes, fewer than the " + std::to_string(imageSize) +

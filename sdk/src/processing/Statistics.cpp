@@ -184,8 +184,9 @@ void CountRows(const uint8_t* data, const ImageLayout& l, const Reading& rd, uns
 
 void Finish(const std::vector<uint32_t>& counts, unsigned bits, ChannelStatistics& c) {
     c.computed = true;
-    c.pixelValueMin = 0;
-    c.pixelValueMax = static_cast<unsigned>((size_t(1) << bits) - 1);
+    c.rangeMin = 0;
+    c.rangeMax = static_cast<unsigned>((size_t(1) << bits) - 1);
+    c.pixelValueMin = c.pixelValueMax = 0;
     c.histogram.fill(0);
     uint64_t total = 0;
     double sum = 0.0;
@@ -194,9 +195,9 @@ void Finish(const std::vector<uint32_t>& counts, unsigned bits, ChannelStatistic
     for (size_t v = 0; v < counts.size(); ++v) {
         const uint32_t n = counts[v];
         if (n == 0) continue;
-        if (!any) c.rangeMin = static_cast<unsigned>(v);
+        if (!any) c.pixelValueMin = static_cast<unsigned>(v);
         any = true;
-        c.rangeMax = static_cast<unsigned>(v);
+        c.pixelValueMax = static_cast<unsigned>(v);
         ++c.numPixelValues;
         total += n;
         sum += static_cast<double>(v) * n;

@@ -17,8 +17,10 @@
 //   8-bit sources and to 16 bits otherwise. Formats of fewer than 8 bits
 //   (Mono1p, RGB565p...) are read as 8-bit values (Mono1p: 0 and 255).
 // - Histograms have 256 bins: bin = value >> (n - 8) for n > 8 bits,
-//   value << (8 - n) below 8 bits. The number of pixel values counts the
-//   distinct values at full resolution.
+//   value << (8 - n) below 8 bits. The range is the extent of the histogram,
+//   0 .. 2^n - 1 (0..255 for hue, saturation and lightness); the pixel value
+//   range is the smallest and largest value present and the number of pixel
+//   values counts the distinct values present, both at full resolution.
 #ifndef ORVANE_PROCESSING_STATISTICS_H
 #define ORVANE_PROCESSING_STATISTICS_H
 
@@ -44,8 +46,8 @@ enum StatisticsChannelIndex {
 
 struct ChannelStatistics {
     bool computed = false;
-    unsigned rangeMin = 0, rangeMax = 0;           // smallest and largest value present
-    unsigned pixelValueMin = 0, pixelValueMax = 0; // the values the channel can take
+    unsigned rangeMin = 0, rangeMax = 0;           // the values the channel can take: 0 .. 2^n - 1
+    unsigned pixelValueMin = 0, pixelValueMax = 0; // smallest and largest value present
     unsigned numPixelValues = 0;                   // distinct values present
     double mean = 0.0;
     std::array<unsigned, 256> histogram{};

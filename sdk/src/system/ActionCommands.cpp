@@ -32,10 +32,10 @@ uint32_t ActionResultAddress(const std::string& text) {
 
 void SendActionCommands(const std::vector<std::shared_ptr<InterfaceCore>>& interfaces, bool skipUnsupported,
                         const ActionCommand& command, unsigned int* resultCount, ActionCommandResult* results,
-                        const char* function) {
+                        const SourcePosition& at) {
     const unsigned int capacity = resultCount ? *resultCount : 0;
     if (capacity > 0 && !results)
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_INVALID_ARGUMENT,
+        Raise(at, ORVANE_ERR_INVALID_ARGUMENT,
               "room for " + std::to_string(capacity) + " action command results, but no results array");
     std::vector<ActionResult> acknowledged;
     std::exception_ptr failure;
@@ -56,10 +56,9 @@ void SendActionCommands(const std::vector<std::shared_ptr<InterfaceCore>>& inter
     }
     if (failure) std::rethrow_exception(failure);
     if (interfaces.empty())
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_NOT_AVAILABLE,
-              "no interface is enabled: the action command went nowhere");
+        Raise(at, ORVANE_ERR_NOT_AVAILABLE, "no interface is enabled: the action command went nowhere");
     if (sent == 0)
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_NOT_IMPLEMENTED,
+        Raise(at, ORVANE_ERR_NOT_IMPLEMENTED,
               "none of the enabled interfaces (" + passedOver + ") sends action commands");
     if (!resultCount) return;
     const size_t n = std::min<size_t>(capacity, acknowledged.size());

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Orvane/ActionCommand.h"
+#include "core/Raise.h"
 #include "transport/ActionCommand.h"
 
 namespace Orvane {
@@ -39,7 +40,7 @@ uint32_t ActionResultAddress(const std::string& text);
 // `function` names the caller in errors.
 void SendActionCommands(const std::vector<std::shared_ptr<InterfaceCore>>& interfaces, bool skipUnsupported,
                         const ActionCommand& command, unsigned int* resultCount, ActionCommandResult* results,
-                        const char* function);
+                        const SourcePosition& at);
 
 } // namespace internal
 } // namespace Orvane

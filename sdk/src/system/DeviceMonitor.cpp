@@ -33,7 +33,8 @@ DeviceMonitor::DeviceMonitor(SystemInterfaces systemInterfaces) : m_systemInterf
 // m_dispatcher and m_poller: none is left here.
 DeviceMonitor::~DeviceMonitor() = default;
 
-void DeviceMonitor::Register(EventHandler& handler, const std::shared_ptr<InterfaceCore>& scope, const char* function) {
+void DeviceMonitor::Register(EventHandler& handler, const std::shared_ptr<InterfaceCore>& scope,
+                             const SourcePosition& at) {
     auto r = std::make_shared<Registration>();
     r->handler = &handler;
     r->arrival = dynamic_cast<DeviceArrivalEventHandler*>(&handler);
@@ -41,23 +42,22 @@ void DeviceMonitor::Register(EventHandler& handler, const std::shared_ptr<Interf
     r->scope = scope.get();
     r->scopeCore = scope;
     if (!r->arrival && !r->removal)
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_INVALID_ARGUMENT,
+        Raise(at, ORVANE_ERR_INVALID_ARGUMENT,
               "the handler is no DeviceArrivalEventHandler, DeviceRemovalEventHandler or InterfaceEventHandler");
     const std::string where = scope ? "interface " + scope->Id() : std::string("the system");
     std::lock_guard<std::mutex> lock(m_mutex);
     if (m_closed)
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_NOT_AVAILABLE,
+        Raise(at, ORVANE_ERR_NOT_AVAILABLE,
               "the system was released: arrival and removal handlers cannot be registered on " + where);
     for (const auto& other : m_registrations)
         if (other->handler == &handler && other->scope == r->scope)
-            Raise(__LINE__, __FILE__, function, ORVANE_ERR_RESOURCE_IN_USE,
-                  "the handler is registered on " + where + " already");
+            Raise(at, ORVANE_ERR_RESOURCE_IN_USE, "the handler is registered on " + where + " already");
     r->since = m_nextSequence;
     m_registrations.push_back(std::move(r));
     StartLocked();
 }
 
-void DeviceMonitor::Unregister(EventHandler& handler, const InterfaceCore* scope, const char* function) {
+void DeviceMonitor::Unregister(EventHandler& handler, const InterfaceCore* scope, const SourcePosition& at) {
     std::shared_ptr<Registration> r;
     bool last = false;
     {
@@ -65,7 +65,7 @@ void DeviceMonitor::Unregister(EventHandler& handler, const InterfaceCore* scope
         auto it = std::find_if(m_registrations.begin(), m_registrations.end(),
                                [&](const auto& e) { return e->handler == &handler && e->scope == scope; });
         if (it == m_registrations.end())
-            Raise(__LINE__, __FILE__, function, ORVANE_ERR_NOT_AVAILABLE,
+            Raise(at, ORVANE_ERR_NOT_AVAILABLE,
                   std::string("the handler is not registered on ") +
                       (scope ? "interface " + scope->Id() : std::string("the system")));
         r = *it;

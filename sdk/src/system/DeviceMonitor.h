@@ -52,6 +52,7 @@
 
 #include "Orvane/Camera.h"
 #include "Orvane/DeviceArrivalEventHandler.h"
+#include "core/Raise.h"
 
 namespace Orvane {
 namespace internal {
@@ -77,11 +78,11 @@ public:
     // ORVANE_ERR_RESOURCE_IN_USE when it is registered on that scope already,
     // ORVANE_ERR_NOT_AVAILABLE once the system is released. `function` names
     // the caller in errors.
-    void Register(EventHandler& handler, const std::shared_ptr<InterfaceCore>& scope, const char* function);
+    void Register(EventHandler& handler, const std::shared_ptr<InterfaceCore>& scope, const SourcePosition& at);
     // Removes the registration; waits until the handler is not running on
     // another thread. Raises ORVANE_ERR_NOT_AVAILABLE when it is not
     // registered on that scope.
-    void Unregister(EventHandler& handler, const InterfaceCore* scope, const char* function);
+    void Unregister(EventHandler& handler, const InterfaceCore* scope, const SourcePosition& at);
     // Whether any handler is registered.
     bool Active() const;
 

@@ -24,9 +24,9 @@ GenICam::gcstring Interface::GetDisplayName() const { return m_core->DisplayName
 
 namespace {
 
-internal::DeviceMonitor& MonitorOf(const internal::InterfaceCore& core, const char* function) {
+internal::DeviceMonitor& MonitorOf(const internal::InterfaceCore& core, const SourcePosition& at) {
     if (!core.Monitor())
-        Raise(__LINE__, __FILE__, function, ORVANE_ERR_NOT_AVAILABLE,
+        Raise(at, ORVANE_ERR_NOT_AVAILABLE,
               "interface " + core.Id() + " belongs to no system: it has no arrival and removal events");
     return *core.Monitor();
 }
@@ -34,11 +34,11 @@ internal::DeviceMonitor& MonitorOf(const internal::InterfaceCore& core, const ch
 } // namespace
 
 void Interface::RegisterEventHandler(EventHandler& handler) {
-    MonitorOf(*m_core, "RegisterEventHandler").Register(handler, m_core, "RegisterEventHandler");
+    MonitorOf(*m_core, ORV_HERE).Register(handler, m_core, ORV_HERE);
 }
 
 void Interface::UnregisterEventHandler(EventHandler& handler) {
-    MonitorOf(*m_core, "UnregisterEventHandler").Unregister(handler, m_core.get(), "UnregisterEventHandler");
+    MonitorOf(*m_core, ORV_HERE).Unregister(handler, m_core.get(), ORV_HERE);
 }
 
 void Interface::SendActionCommand(unsigned int deviceKey, unsigned int groupKey, unsigned int groupMask,
@@ -47,7 +47,7 @@ void Interface::SendActionCommand(unsigned int deviceKey, unsigned int groupKey,
     internal::SendActionCommands(
         {m_core}, false,
         internal::MakeActionCommand(deviceKey, groupKey, groupMask, actionTime, requestAcknowledgement), resultCount,
-        results, "SendActionCommand");
+        results, ORV_HERE);
 }
 
 } // namespace Orvane

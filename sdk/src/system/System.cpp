@@ -22,7 +22,7 @@ void System::ReleaseInstance() {
 }
 
 internal::SystemCore& System::Core() const {
-    if (!m_core) detail::ThrowNullPointer("System");
+    if (!m_core) Raise(ORV_HERE, ORVANE_ERR_NOT_AVAILABLE, "Null pointer dereferenced: the object is not available");
     return *m_core;
 }
 

@@ -147,16 +147,14 @@ std::vector<std::shared_ptr<InterfaceCore>> SystemCore::EnabledInterfaceCores() 
 void SystemCore::RegisterEventHandler(EventHandler& handler, bool update) {
     // Discovery first: the cameras present now are known, not arrivals.
     if (update) UpdateCameras(true);
-    m_monitor->Register(handler, nullptr, "RegisterEventHandler");
+    m_monitor->Register(handler, nullptr, ORV_HERE);
 }
 
-void SystemCore::UnregisterEventHandler(EventHandler& handler) {
-    m_monitor->Unregister(handler, nullptr, "UnregisterEventHandler");
-}
+void SystemCore::UnregisterEventHandler(EventHandler& handler) { m_monitor->Unregister(handler, nullptr, ORV_HERE); }
 
 void SystemCore::SendActionCommand(const ActionCommand& command, unsigned int* resultCount,
                                    ActionCommandResult* results) {
-    SendActionCommands(EnabledInterfaceCores(), true, command, resultCount, results, "SendActionCommand");
+    SendActionCommands(EnabledInterfaceCores(), true, command, resultCount, results, ORV_HERE);
 }
 
 InterfaceList SystemCore::Interfaces(bool update) {

@@ -35,7 +35,7 @@ std::vector<DeviceInfo> AravisTransport::Discover() {
     return devices;
 }
 
-void AravisTransport::RaiseOpenError(const DeviceInfo& info, GError* error) {
+void AravisTransport::RaiseOpenError(const SourcePosition& at, const DeviceInfo& info, GError* error) {
     std::string what = error && error->message ? error->message : "no answer";
     int code = ORVANE_ERR_NOT_AVAILABLE;
     std::string summary = "does not answer";
@@ -55,7 +55,7 @@ void AravisTransport::RaiseOpenError(const DeviceInfo& info, GError* error) {
     }
     if (error) g_error_free(error);
     std::string where = info.address.empty() ? "" : " at " + info.address;
-    Raise(__LINE__, __FILE__, "Init", code, "camera " + info.deviceId + where + " " + summary + ": " + what);
+    Raise(at, code, "camera " + info.deviceId + where + " " + summary + ": " + what);
 }
 
 } // namespace internal

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "core/Raise.h"
 #include "transport/Transport.h"
 
 namespace Orvane {
@@ -31,7 +32,7 @@ protected:
     // `error`): ORVANE_ERR_RESOURCE_IN_USE for a device another program
     // controls, ORVANE_ERR_GENICAM_PROPERTY for a device without a readable
     // description, ORVANE_ERR_NOT_AVAILABLE otherwise.
-    [[noreturn]] static void RaiseOpenError(const DeviceInfo& info, GError* error);
+    [[noreturn]] static void RaiseOpenError(const SourcePosition& at, const DeviceInfo& info, GError* error);
 
 private:
     ArvInterface* (*m_instance)();

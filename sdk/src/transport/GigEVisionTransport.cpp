@@ -314,7 +314,7 @@ public:
         InstallGvDeviceGuard();
         GError* error = nullptr;
         ArvDevice* device = arv_interface_open_device(Interface(), info.address.c_str(), &error);
-        if (!device) RaiseOpenError(info, error);
+        if (!device) RaiseOpenError(ORV_HERE, info, error);
         if (error) g_error_free(error);
         if (!ARV_IS_GV_DEVICE(device)) {
             g_object_unref(device);

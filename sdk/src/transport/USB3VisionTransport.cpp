@@ -50,7 +50,7 @@ public:
                 g_error_free(error);
                 ORV_RAISE(ORVANE_ERR_RESOURCE_IN_USE, "camera " + info.deviceId + " cannot be opened (busy?): " + what);
             }
-            RaiseOpenError(info, error);
+            RaiseOpenError(ORV_HERE, info, error);
         }
         if (error) g_error_free(error);
         return std::make_shared<USB3VisionConnection>(device, info);

@@ -1,5 +1,5 @@
 // The GenApi layer of Orvane: node map and node interfaces, checked pointers,
-// node callbacks.
+// node callbacks, node maps from GenICam XML alone.
 #ifndef ORVANE_GENAPI_GENAPI_H
 #define ORVANE_GENAPI_GENAPI_H
 
@@ -8,5 +8,6 @@
 #include "Orvane/GenApi/NodeCallback.h"
 #include "Orvane/GenApi/Pointer.h"
 #include "Orvane/GenApi/Types.h"
+#include "Orvane/GenApi/XmlNodeMap.h"
 
 #endif

@@ -2,10 +2,22 @@
 // the interface of its kind (IInteger, IFloat, ...); cast between them with
 // dynamic_cast or the checked pointers of Pointer.h.
 //
-// Verification: a getter or setter with Verify true checks availability,
-// access mode and (for setters) minimum, maximum, increment and string length,
-// and raises ORVANE_ERR_GENICAM_* codes on violation. Access mode is always
-// checked. IgnoreCache true reads past the node map's value cache.
+// Access mode: every getter checks that the node is readable and every setter
+// that it is writable (ORVANE_ERR_GENICAM_ACCESS), whatever Verify says.
+// Verify true adds, raising ORVANE_ERR_GENICAM_OUT_OF_RANGE:
+// - setters: integers the minimum, maximum and increment (or the list of
+//   valid values), floats NaN, minimum, maximum and increment, strings the
+//   maximum length, enumerations that the value is an entry's and that entry
+//   is available (ORVANE_ERR_GENICAM_ACCESS when it is not); booleans and
+//   commands check nothing more;
+// - getters: integers and floats that the device's value lies within the
+//   minimum and maximum, enumerations that it is an entry's value; strings
+//   and booleans check nothing more;
+// - registers, both ways: the length must be the register's whole length
+//   (without Verify any length from 1 to it), else
+//   ORVANE_ERR_GENICAM_INVALID_ARGUMENT;
+// - ICommand::IsDone: the command must be available (ORVANE_ERR_GENICAM_ACCESS).
+// IgnoreCache true reads past the node map's value cache.
 //
 // Locking: every node operation takes its node map's recursive lock, so one
 // node map may be used from several threads.
@@ -52,8 +64,9 @@ public:
     virtual void GetChildren(node_vector& Children, ELinkType LinkType = ctReadingChildren) const = 0;
     virtual void GetParents(node_vector& Parents, ELinkType LinkType = ctParentNodes) const = 0;
     // Registers a callback fired after every change of this node or of a node
-    // it depends on: a write (of this node, of a node it reads, of a selector
-    // selecting it), InvalidateNode, and Poll when a polled value changed. One
+    // it depends on: a write or command (of this node, of a node it reads, of
+    // a selector selecting it), InvalidateNode, ImposeAccessMode, ImposeMin and
+    // ImposeMax, and Poll when a polled value changed (not InvalidateNodes). One
     // change fires each callback once. The node does not own the callback;
     // deregister it before destroying it. Every registration is separate,
     // also of one callback object twice: each has its own handle.
@@ -251,8 +264,23 @@ public:
     virtual INode* GetNode(const GenICam::gcstring& Name) const = 0;
     virtual size_t GetNumNodes() const = 0;
     virtual void InvalidateNodes() const = 0;
-    // Re-reads the nodes whose polling time has elapsed; ElapsedTime is the
-    // time in milliseconds since the previous Poll.
+    // ElapsedTime: milliseconds since the previous Poll. Each node with a
+    // polling time (GetPollingTime() >= 0, nodes hidden from GetNodes
+    // included) adds it to its own count; a node whose count reaches its
+    // polling time is due, and its count restarts at 0 (the excess is
+    // dropped). A due node whose access mode is RO or RW is read anew past
+    // the value caches (from the device, or from the chunk or event data
+    // attached for chunk and event features); for other access modes only
+    // the mode is compared, so a node whose NA or WO mode is cached is not
+    // read and does not become readable through Poll. The value read is
+    // compared with the cached one when the cache is valid, else with the
+    // previous poll's; a node's first poll counts as a change, and a read
+    // that fails counts as a value (the failure is not raised). On a change
+    // the node and every node depending on it lose their cached values and
+    // access modes and their callbacks fire (NodeCallback.h), as with
+    // InvalidateNode; the depending nodes are not read here, only at their
+    // next access. Other nodes are neither read nor invalidated. Runs under
+    // the node map's lock, on the calling thread.
     virtual void Poll(int64_t ElapsedTime) = 0;
     virtual GenICam::gcstring GetDeviceName() = 0;
     // The node map's recursive lock, for callers that need several node

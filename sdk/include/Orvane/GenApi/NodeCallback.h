@@ -15,10 +15,11 @@ namespace GenApi {
 // still holds the node map's lock, cb_PostOutsideLock after it released it
 // (after its outermost hold: changes made while the caller holds the map with
 // INodeMap::Lock are reported at Unlock, each callback once). Both run on the
-// thread that made the change (a setter, InvalidateNode or Poll). A callback
-// may call back into the node map, also read or write nodes from there; an
-// exception it throws is logged (Orvane.GenApi, at most one record a second
-// per node) and goes no further: the change has happened.
+// thread that made the change (a setter, a command, InvalidateNode, an Impose
+// call or Poll). A callback may call back into the node map, also read or
+// write nodes from there; an exception it throws is logged (Orvane.GenApi, at
+// most one record a second per node) and goes no further: the change has
+// happened.
 class ORVANE_API CNodeCallback {
 public:
     CNodeCallback(INode* pNode, ECallbackType CallbackType) : m_pNode(pNode), m_CallbackType(CallbackType) {}
