@@ -17,8 +17,8 @@ using GenApi::impl::NodeMapBase;
 
 namespace {
 
-[[noreturn]] void RaisePortError(const DeviceConnection& connection, const std::string& camera, const SourcePosition& at,
-                                 const char* what, uint64_t address, GError* error) {
+[[noreturn]] void RaisePortError(const DeviceConnection& connection, const std::string& camera,
+                                 const SourcePosition& at, const char* what, uint64_t address, GError* error) {
     const int code = error && error->domain == ARV_DEVICE_ERROR && error->code == ARV_DEVICE_ERROR_TIMEOUT
                          ? ORVANE_ERR_TIMEOUT
                          : ORVANE_ERR_IO;
@@ -29,7 +29,8 @@ namespace {
     // A device found lost while the access waited (maybe by this access):
     // the loss is the error.
     if (connection.ControlLost())
-        Raise(at, ORVANE_ERR_DEVICE_LOST, connection.LostMessage() + "; " + what + " at " + where + " failed: " + message);
+        Raise(at, ORVANE_ERR_DEVICE_LOST,
+              connection.LostMessage() + "; " + what + " at " + where + " failed: " + message);
     Raise(at, code, "camera " + camera + ": " + what + " at " + where + " failed: " + message);
 }
 
