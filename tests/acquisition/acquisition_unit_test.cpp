@@ -12,6 +12,7 @@
 #include "PatternReference.h"
 #include "acquisition/FrameQueue.h"
 #include "acquisition/ImageLeasePool.h"
+#include "acquisition/StreamRun.h"
 #include "image/ChunkLayout.h"
 #include "image/Crc32.h"
 #include "virtual/TestPattern.h"
@@ -278,6 +279,30 @@ TEST(ImageLeasePool, ReusesBlocksOnceWarm) {
     ImagePtr survivor = pool->NewImage();
     pool.reset(); // the image keeps its pool
     EXPECT_EQ(survivor->GetData(), nullptr);
+}
+
+// Lost frames from GigE Vision frame IDs: gaps, 16-bit wrap, frames that
+// arrived without an ID, late IDs.
+TEST(StreamRunLostFrames, GapsBetweenFrameIds) {
+    EXPECT_EQ(StreamRun::MissedBetween(0, 65401, 0), 0u);     // the first frame
+    EXPECT_EQ(StreamRun::MissedBetween(65401, 65402, 0), 0u); // the next one
+    EXPECT_EQ(StreamRun::MissedBetween(65401, 65404, 0), 2u);
+    // Across the wrap: 65535 is followed by 1.
+    EXPECT_EQ(StreamRun::MissedBetween(65535, 1, 0), 0u);
+    EXPECT_EQ(StreamRun::MissedBetween(65534, 2, 0), 2u); // 65535 and 1
+    // Frames without an ID (their leader lost) fill places of the gap.
+    EXPECT_EQ(StreamRun::MissedBetween(65401, 65403, 1), 0u);
+    EXPECT_EQ(StreamRun::MissedBetween(65401, 65405, 1), 2u);
+    EXPECT_EQ(StreamRun::MissedBetween(65535, 2, 1), 0u);
+    EXPECT_EQ(StreamRun::MissedBetween(10, 11, 3), 0u); // never below zero
+    // A late or repeated ID is no wrap past 65535 more frames.
+    EXPECT_EQ(StreamRun::MissedBetween(65403, 65402, 0), 0u);
+    EXPECT_EQ(StreamRun::MissedBetween(500, 500, 0), 0u);
+    EXPECT_EQ(StreamRun::MissedBetween(500, 400, 0), 0u);      // behind: not 65434 frames ahead
+    EXPECT_EQ(StreamRun::MissedBetween(60000, 100, 0), 5634u); // a wrap: 60001..65535, 1..99
+    // 64-bit IDs do not wrap.
+    EXPECT_EQ(StreamRun::MissedBetween(0x10000, 0x10005, 1), 3u);
+    EXPECT_EQ(StreamRun::MissedBetween(0x10005, 0x10000, 0), 0u);
 }
 
 } // namespace

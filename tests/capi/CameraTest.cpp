@@ -1,8 +1,10 @@
 // Cameras through the C library: life cycle, the three node maps and their
 // caching, port access, identity, state queries, and node operations on a
 // real device node map (the virtual camera's).
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "CapiFixture.h"
 #include "OrvaneUtilsC.h"
@@ -166,6 +168,39 @@ TEST_F(CameraTest, PortAccessReachesTheWidthRegister) {
     EXPECT_EQ(value, static_cast<int64_t>(next));
     // A null buffer reaches the SDK, which refuses it.
     EXPECT_NE(orvCameraReadPort(camera, 0x100, nullptr, 4), ORVANE_ERR_SUCCESS);
+}
+
+TEST_F(CameraTest, PortAccessOutsideTheAddressSpaceFailsWithoutTouchingMemory) {
+    ASSERT_EQ(orvCameraInit(camera), ORVANE_ERR_SUCCESS);
+    char id[128];
+    size_t idLength = sizeof id;
+    ASSERT_EQ(orvCameraGetDeviceID(camera, id, &idLength), ORVANE_ERR_SUCCESS);
+    std::string xml(1 << 22, '\0');
+    size_t xmlLength = xml.size(); // with the terminating zero
+    ASSERT_EQ(orvCameraGetGuiXml(camera, &xml[0], &xmlLength), ORVANE_ERR_SUCCESS);
+    // Reads reach 64 KiB of registers and the description above them.
+    char last[24];
+    std::snprintf(last, sizeof last, "0x%llx", static_cast<unsigned long long>(0x10000 + xmlLength - 2));
+    // The caller's 64 bytes sit between guard bytes that must stay untouched.
+    std::vector<uint8_t> guarded(64 + 2 * 4096, 0xA5);
+    uint8_t* buffer = guarded.data() + 4096;
+    EXPECT_EQ(orvCameraReadPort(camera, 0xFFFFFFFFFFFFFFF0ull, buffer, 64), ORVANE_ERR_OUT_OF_RANGE);
+    EXPECT_EQ(LastText(orvErrorGetLastMessage),
+              std::string("camera ") + id + ": reading 64 bytes at 0xfffffffffffffff0 is outside the device's " +
+                  "address space (0x0 to " + last + ")");
+    EXPECT_EQ(orvCameraWritePort(camera, 0xFFFFFFFFFFFFFFF0ull, buffer, 64), ORVANE_ERR_OUT_OF_RANGE);
+    EXPECT_EQ(LastText(orvErrorGetLastMessage),
+              std::string("camera ") + id + ": writing 64 bytes at 0xfffffffffffffff0 is outside the device's " +
+                  "writable address space (0x0 to 0xffff)");
+    EXPECT_EQ(orvCameraReadPort(camera, 0xFFFFFFF0ull, buffer, 64), ORVANE_ERR_OUT_OF_RANGE);
+    EXPECT_EQ(orvCameraWritePort(camera, 0xFFF0, buffer, 64), ORVANE_ERR_OUT_OF_RANGE);
+    for (size_t i = 0; i < guarded.size(); ++i) ASSERT_EQ(guarded[i], 0xA5) << i;
+    // The camera still works: its registers are intact.
+    uint8_t bytes[4] = {0, 0, 0, 0};
+    EXPECT_EQ(orvCameraReadPort(camera, 0x100, bytes, 4), ORVANE_ERR_SUCCESS);
+    EXPECT_NE(bytes[0] | bytes[1] | bytes[2] | bytes[3], 0);
+    // The camera check comes first.
+    EXPECT_EQ(orvCameraReadPort(nullptr, 0xFFFFFFFFFFFFFFF0ull, buffer, 64), ORVANE_ERR_INVALID_HANDLE);
 }
 
 TEST_F(CameraTest, NodeKindsOnTheDeviceMap) {

@@ -9,7 +9,10 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
+#include <string>
 #include <thread>
+#include <utility>
 
 #include "Orvane/Camera.h"
 #include "Orvane/CameraList.h"
@@ -93,6 +96,31 @@ TEST_F(GigECameraTest, NodeOperationsOverTheNetwork) {
     camera->ReadPort(0x100, be, 4); // the Width register
     EXPECT_EQ((be[2] << 8) | be[3], 320);
     EXPECT_NE(camera->GetGuiXml().str().find("RegisterDescription"), std::string::npos);
+}
+
+TEST_F(GigECameraTest, PortAccessesStayInsideThe32BitAddressSpace) {
+    camera->Init();
+    const std::string id = camera->GetDeviceID().str();
+    uint8_t bytes[16];
+    std::memset(bytes, 0xA5, sizeof bytes);
+    // Above 32 bits the address would be cut and reach another register.
+    EXPECT_EQ(orvtest::Failure([&] { camera->ReadPort(0x100000100ull, bytes, 4); }),
+              std::make_pair(int(ORVANE_ERR_OUT_OF_RANGE),
+                             "camera " + id +
+                                 ": reading 4 bytes at 0x100000100 is outside the device's address space (0x0 to "
+                                 "0xffffffff)"));
+    EXPECT_EQ(CodeOf([&] { camera->ReadPort(0xFFFFFFFCull, bytes, 8); }), ORVANE_ERR_OUT_OF_RANGE);
+    EXPECT_EQ(CodeOf([&] { camera->WritePort(0xFFFFFFFFFFFFFFF0ull, bytes, 16); }), ORVANE_ERR_OUT_OF_RANGE);
+    for (uint8_t b : bytes) EXPECT_EQ(b, 0xA5);
+    CPortPtr port(camera->GetNodeMap().GetNode("Device"));
+    ASSERT_TRUE(port.IsValid());
+    EXPECT_EQ(CodeOf([&] { port->Read(bytes, 0x100000100ll, 4); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    EXPECT_EQ(CodeOf([&] { port->Write(bytes, 0xFFFFFFFEll, 4); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    for (uint8_t b : bytes) EXPECT_EQ(b, 0xA5);
+    // The Width register still reads as the node does.
+    camera->ReadPort(0x100, bytes, 4);
+    EXPECT_EQ((int64_t(bytes[0]) << 24) | (bytes[1] << 16) | (bytes[2] << 8) | bytes[3],
+              CIntegerPtr(camera->GetNodeMap().GetNode("Width"))->GetValue());
 }
 
 TEST_F(GigECameraTest, TransportLayerDeviceNodeMap) {

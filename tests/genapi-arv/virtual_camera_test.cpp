@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <future>
 #include <iterator>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Orvane/Camera.h"
 #include "Orvane/CameraList.h"
@@ -23,6 +26,7 @@ using namespace Orvane::GenApi;
 namespace {
 
 using orvtest::CodeOf;
+using orvtest::MessageOf;
 
 class VirtualCameraTest : public ::testing::Test {
 protected:
@@ -176,6 +180,82 @@ TEST_F(VirtualCameraTest, PortAccessReachesDeviceMemoryAndFeatures) {
     const std::string xml = camera->GetGuiXml().str();
     EXPECT_NE(xml.find("<RegisterDescription"), std::string::npos);
     EXPECT_EQ(camera->DiscoverMaxPacketSize(), 0u);
+}
+
+// The hex text of a number, as port range errors print addresses.
+std::string Hex(uint64_t value) {
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(value));
+    return text;
+}
+
+// Guard bytes on both sides of a caller's buffer: nothing may be written
+// outside the buffer.
+struct GuardedBuffer {
+    static constexpr size_t kGuard = 4096;
+    explicit GuardedBuffer(size_t length) : bytes(length + 2 * kGuard, 0xA5) {}
+    uint8_t* data() { return bytes.data() + kGuard; }
+    bool Untouched() const {
+        for (size_t i = 0; i < bytes.size(); ++i)
+            if (bytes[i] != 0xA5) return false;
+        return true;
+    }
+    std::vector<uint8_t> bytes;
+};
+
+TEST_F(VirtualCameraTest, PortAccessOutsideTheAddressSpaceFailsWithoutTouchingMemory) {
+    camera->Init();
+    const std::string id = camera->GetDeviceID().str();
+    // Reads reach the register memory (64 KiB) and the description above it.
+    const uint64_t lastRead = 0x10000 + camera->GetGuiXml().size() - 1;
+    const std::string readSpace = " is outside the device's address space (0x0 to " + Hex(lastRead) + ")";
+    const std::string writeSpace = " is outside the device's writable address space (0x0 to 0xffff)";
+    GuardedBuffer buffer(64);
+    // address + length wraps past 2^64: refused, nothing copied.
+    EXPECT_EQ(orvtest::Failure([&] { camera->ReadPort(0xFFFFFFFFFFFFFFF0ull, buffer.data(), 64); }),
+              std::make_pair(int(ORVANE_ERR_OUT_OF_RANGE),
+                             "camera " + id + ": reading 64 bytes at 0xfffffffffffffff0" + readSpace));
+    EXPECT_EQ(orvtest::Failure([&] { camera->WritePort(0xFFFFFFFFFFFFFFF0ull, buffer.data(), 64); }),
+              std::make_pair(int(ORVANE_ERR_OUT_OF_RANGE),
+                             "camera " + id + ": writing 64 bytes at 0xfffffffffffffff0" + writeSpace));
+    // 32-bit wrap (the device takes 32-bit addresses).
+    EXPECT_EQ(CodeOf([&] { camera->ReadPort(0xFFFFFFF0ull, buffer.data(), 64); }), ORVANE_ERR_OUT_OF_RANGE);
+    EXPECT_EQ(CodeOf([&] { camera->ReadPort(0x1FFFFFFF0ull, buffer.data(), 64); }), ORVANE_ERR_OUT_OF_RANGE);
+    // One byte past the end, and just inside it.
+    EXPECT_EQ(orvtest::Failure([&] { camera->ReadPort(lastRead - 62, buffer.data(), 64); }),
+              std::make_pair(int(ORVANE_ERR_OUT_OF_RANGE),
+                             "camera " + id + ": reading 64 bytes at " + Hex(lastRead - 62) + readSpace));
+    EXPECT_EQ(CodeOf([&] { camera->ReadPort(lastRead + 1, buffer.data(), 1); }), ORVANE_ERR_OUT_OF_RANGE);
+    EXPECT_TRUE(buffer.Untouched());
+    camera->ReadPort(lastRead - 63, buffer.data(), 64);
+    const std::string xml = camera->GetGuiXml().str();
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(buffer.data()), 64), xml.substr(xml.size() - 64));
+    // Writes reach the register memory only; the description is read-only.
+    EXPECT_EQ(CodeOf([&] { camera->WritePort(0xFFF0, buffer.data(), 17); }), ORVANE_ERR_OUT_OF_RANGE);
+    EXPECT_EQ(CodeOf([&] { camera->WritePort(0x10000, buffer.data(), 4); }), ORVANE_ERR_OUT_OF_RANGE);
+    const uint8_t word[4] = {1, 2, 3, 4};
+    camera->WritePort(0xFFFC, word, 4);
+    uint8_t back[4] = {0};
+    camera->ReadPort(0xFFFC, back, 4);
+    EXPECT_EQ(std::memcmp(back, word, 4), 0);
+    // A length above 32 bits is refused before the range.
+    EXPECT_EQ(CodeOf([&] { camera->ReadPort(0, buffer.data(), uint64_t(1) << 32); }), ORVANE_ERR_INVALID_ARGUMENT);
+    // Zero bytes anywhere: nothing to do.
+    camera->ReadPort(0xFFFFFFFFFFFFFFFFull, buffer.data(), 0);
+
+    // The same bounds through the device node map's port.
+    CPortPtr port(camera->GetNodeMap().GetNode("Device"));
+    ASSERT_TRUE(port.IsValid());
+    GuardedBuffer viaPort(64);
+    EXPECT_EQ(CodeOf([&] { port->Read(viaPort.data(), 0x7FFFFFFFFFFFFFF0ll, 64); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    EXPECT_EQ(CodeOf([&] { port->Read(viaPort.data(), 0xFFFFFFF0ll, 64); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    EXPECT_EQ(MessageOf([&] { port->Read(viaPort.data(), static_cast<int64_t>(lastRead + 1), 1); }),
+              "Device: reading 1 bytes at " + Hex(lastRead + 1) + readSpace);
+    EXPECT_EQ(CodeOf([&] { port->Write(viaPort.data(), 0x10000, 4); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    EXPECT_EQ(CodeOf([&] { port->Read(viaPort.data(), 0, int64_t(1) << 32); }), ORVANE_ERR_GENICAM_OUT_OF_RANGE);
+    EXPECT_TRUE(viaPort.Untouched());
+    port->Read(back, 0xFFFC, 4);
+    EXPECT_EQ(std::memcmp(back, word, 4), 0);
 }
 
 TEST_F(VirtualCameraTest, TransportLayerDeviceNodeMapTellsTheTruth) {

@@ -53,8 +53,8 @@ typedef struct {
 
 /* What the run has seen so far. */
 typedef struct {
-    unsigned long long frames, incomplete, gaps, bytes, firstBytes;
-    uint64_t firstId, lastId;
+    unsigned long long frames, incomplete, bytes, firstBytes;
+    uint64_t firstId, lastId; /* of the frames that carry an id (0: none yet) */
     double begin, first, last;
 } GrabTally;
 
@@ -364,13 +364,14 @@ static int handleFrame(GrabRun* run, orvImage image) {
         !orvctlCheck(orvImageIsIncomplete(image, &incomplete), "reading the image status") ||
         !orvctlCheck(orvImageGetValidPayloadSize(image, &payload), "reading the payload size"))
         return 0;
-    if (t->frames == 0) {
-        t->firstId = id;
-        t->firstBytes = payload;
-    } else if (id > t->lastId) {
-        t->gaps += id - t->lastId - 1; /* a smaller id: the counter wrapped or restarted */
+    /* An incomplete GigE Vision frame whose leader was lost has no id (0).
+     * Lost frames are the stream's own count: it knows the ids wrap and
+     * which frames arrived without one. */
+    if (t->frames == 0) t->firstBytes = payload;
+    if (id != 0) {
+        if (t->firstId == 0) t->firstId = id;
+        t->lastId = id;
     }
-    t->lastId = id;
     ++t->frames;
     t->bytes += payload;
     if (o->events) {
@@ -418,10 +419,9 @@ static void printCounter(orvNodeMapHandle stream, const char* name, const char* 
 
 static void printSummary(const GrabRun* run, orvNodeMapHandle stream, int64_t streamLost) {
     const GrabTally* t = &run->tally;
-    unsigned long long lost = t->gaps;
-    if (streamLost > 0 && (unsigned long long)streamLost > lost) lost = (unsigned long long)streamLost;
+    const unsigned long long lost = streamLost > 0 ? (unsigned long long)streamLost : 0;
     printf("%llu frame%s, %llu incomplete, %llu lost, ", t->frames, t->frames == 1 ? "" : "s", t->incomplete, lost);
-    if (t->frames)
+    if (t->firstId)
         printf("frame ids %llu to %llu\n", (unsigned long long)t->firstId, (unsigned long long)t->lastId);
     else
         printf("no frame ids\n");

@@ -228,7 +228,7 @@ std::string Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
         m_run.reset();
     }
     const std::string name = m_access.Camera().Info().deviceId;
-    const bool lost = connection->ControlLost();
+    bool lost = connection->ControlLost();
     GenApi::impl::ArvNodeMap& map = connection->NodeMap();
     if (!lost) {
         try {
@@ -238,6 +238,8 @@ std::string Acquisition::EndLocked(const std::shared_ptr<StreamRun>& run) {
         }
     }
     run->Close();
+    // AcquisitionStop may have found the device lost.
+    lost = connection->ControlLost();
     if (!lost) {
         try {
             SetParamsLocked(map, 0);

@@ -94,6 +94,23 @@ StreamRun::StreamRun(StreamRunConfig config)
       m_resendReport(kLogCategoryAcquisition, LOG_LEVEL_NOTICE, "camera " + m_config.cameraName,
                      {"packet resend requests", "packets resent"}) {}
 
+uint64_t StreamRun::MissedBetween(uint64_t last, uint64_t id, uint64_t unnumbered) {
+    if (last == 0) return 0; // the first ID: nothing before it counts
+    uint64_t ahead = 0;      // how far `id` is past `last`
+    if (last <= 0xFFFF && id <= 0xFFFF) {
+        // 16-bit block IDs run 1 to 65535, then wrap to 1 (0 is no ID). An ID
+        // more than half the range behind is taken as late or repeated, not
+        // as a wrap past 65535 more frames.
+        ahead = id >= last ? id - last : (0xFFFF - last) + id;
+        if (ahead == 0 || ahead > 0x7FFF) return 0;
+    } else {
+        if (id <= last) return 0; // 64-bit IDs never wrap: a restart
+        ahead = id - last;
+    }
+    const uint64_t between = ahead - 1;
+    return between > unnumbered ? between - unnumbered : 0;
+}
+
 bool StreamRun::OnDeliveryThread(const void* owner) { return owner && t_deliveryOwner == owner; }
 
 StreamRun::~StreamRun() {
@@ -258,16 +275,16 @@ void StreamRun::OnBuffer(ArvBuffer* buffer) {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (m_losesFrames && carriesFrame) {
-            // Gaps in the frame IDs are frames that never arrived (no buffer,
-            // or lost on the way). 16-bit block IDs wrap from 65535 to 1.
             const uint64_t id = slot->record.frameId;
-            if (m_lastFrameId != 0 && id != 0) {
-                if (id > m_lastFrameId)
-                    m_gapFrames += id - m_lastFrameId - 1;
-                else if (m_lastFrameId <= 0xFFFF && id <= 0xFFFF)
-                    m_gapFrames += (0xFFFF - m_lastFrameId) + (id - 1);
+            if (id == 0) {
+                // An incomplete frame whose leader (which carries the ID) was
+                // lost: it arrived, and fills one of the gap's places.
+                ++m_unnumbered;
+            } else {
+                m_gapFrames += MissedBetween(m_lastFrameId, id, m_unnumbered);
+                m_lastFrameId = id;
+                m_unnumbered = 0;
             }
-            if (id != 0) m_lastFrameId = id;
             Relaxed(m_stats.lostFrames, m_gapFrames);
         }
         --m_withStream;
@@ -357,9 +374,13 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(forever ? 0 : timeoutMs);
     int failure = ORVANE_ERR_SUCCESS;
     StreamSlot* slot = nullptr;
+    std::shared_ptr<DeviceConnection> connection; // to ask after a timeout
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         while (m_queue.Empty()) {
+            // A loss found by a device access is not left for the delivery
+            // thread's next look (the connection stays until m_ended).
+            if (!m_lost && !m_ended && m_config.connection && m_config.connection->ControlLost()) m_lost = true;
             if (m_ended) {
                 failure = ORVANE_ERR_ABORT;
                 break;
@@ -376,6 +397,8 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
                 break;
             }
         }
+        // Close drops the connection only after ending the waits (m_ended).
+        if (failure == ORVANE_ERR_TIMEOUT && !m_ended) connection = m_config.connection;
         if (!failure) {
             slot = m_config.handlingMode == BufferHandlingMode::NewestFirst ? m_queue.PopBack() : m_queue.PopFront();
             m_stats.outputBuffers.store(static_cast<int64_t>(m_queue.Size() + m_handlerQueue.Size()),
@@ -391,6 +414,9 @@ ImagePtr StreamRun::Next(uint64_t timeoutMs) {
     case ORVANE_ERR_DEVICE_LOST:
         ORV_RAISE(ORVANE_ERR_DEVICE_LOST, "camera " + m_config.cameraName + " was lost: no more images will arrive");
     default:
+        // No image: a device that died mid-stream says nothing until asked.
+        if (connection && !connection->CheckAnswering())
+            ORV_RAISE(ORVANE_ERR_DEVICE_LOST, connection->LostMessage() + ": no more images will arrive");
         ORV_RAISE(ORVANE_ERR_TIMEOUT,
                   "camera " + m_config.cameraName + ": no image arrived within " + std::to_string(timeoutMs) + " ms");
     }

@@ -146,7 +146,10 @@ public:
 
     // The next frame (see the handling modes above). timeoutMs: all ones
     // waits forever. Raises ORVANE_ERR_TIMEOUT, ORVANE_ERR_ABORT (the
-    // acquisition ended meanwhile), ORVANE_ERR_DEVICE_LOST.
+    // acquisition ended meanwhile), ORVANE_ERR_DEVICE_LOST. Before a
+    // timeout the device is asked whether it still answers
+    // (DeviceConnection::CheckAnswering): a device that died mid-stream
+    // raises ORVANE_ERR_DEVICE_LOST instead, after that request's timeout.
     ImagePtr Next(uint64_t timeoutMs);
 
     // ImageBufferOwner: an image hands its buffer back (any thread).
@@ -155,6 +158,12 @@ public:
     // Whether the calling thread is the delivery thread of a run whose
     // config named `owner`.
     static bool OnDeliveryThread(const void* owner);
+
+    // Frames that never arrived between the frame IDs `last` and `id` (next
+    // to each other in arrival order), of which `unnumbered` arrived without
+    // an ID: 16-bit GigE Vision block IDs wrap from 65535 to 1; `last` 0 is
+    // no frame yet.
+    static uint64_t MissedBetween(uint64_t last, uint64_t id, uint64_t unnumbered);
 
 private:
     explicit StreamRun(StreamRunConfig config);
@@ -202,6 +211,7 @@ private:
     // are frames that never arrived).
     uint64_t m_lastFrameId = 0;
     uint64_t m_gapFrames = 0;
+    uint64_t m_unnumbered = 0; // frames since m_lastFrameId that arrived without an ID (their leader was lost)
     // Log records of lost and incomplete frames, and of packet resends (the
     // delivery thread's, at most one of each a second).
     CounterReport m_frameReport;

@@ -17,8 +17,8 @@ using GenApi::impl::NodeMapBase;
 
 namespace {
 
-[[noreturn]] void RaisePortError(const std::string& camera, const SourcePosition& at, const char* what,
-                                 uint64_t address, GError* error) {
+[[noreturn]] void RaisePortError(const DeviceConnection& connection, const std::string& camera,
+                                 const SourcePosition& at, const char* what, uint64_t address, GError* error) {
     const int code = error && error->domain == ARV_DEVICE_ERROR && error->code == ARV_DEVICE_ERROR_TIMEOUT
                          ? ORVANE_ERR_TIMEOUT
                          : ORVANE_ERR_IO;
@@ -26,6 +26,11 @@ namespace {
     if (error) g_error_free(error);
     char where[32];
     std::snprintf(where, sizeof where, "0x%llx", static_cast<unsigned long long>(address));
+    // A device found lost while the access waited (maybe by this access):
+    // the loss is the error.
+    if (connection.ControlLost())
+        Raise(at, ORVANE_ERR_DEVICE_LOST,
+              connection.LostMessage() + "; " + what + " at " + where + " failed: " + message);
     Raise(at, code, "camera " + camera + ": " + what + " at " + where + " failed: " + message);
 }
 
@@ -168,12 +173,14 @@ void CameraAccess::ReadPort(uint64_t address, void* buffer, uint64_t length) {
     if (length > std::numeric_limits<guint32>::max())
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
                   "ReadPort: " + std::to_string(length) + " bytes is more than one access can carry");
+    const std::string outside = connection.PortRangeError(address, length, false);
+    if (!outside.empty()) ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_camera.Info().deviceId + ": " + outside);
     NodeMapBase::MapLock mapLock(connection.NodeMap());
     connection.NotifyRead(); // values computed on demand (clocks, status) are refreshed first
     GError* error = nullptr;
     if (!arv_device_read_memory(connection.Device(), address, static_cast<guint32>(length), buffer, &error)) {
         const std::string what = "reading " + std::to_string(length) + " bytes";
-        RaisePortError(m_camera.Info().deviceId, ORV_HERE, what.c_str(), address, error);
+        RaisePortError(connection, m_camera.Info().deviceId, ORV_HERE, what.c_str(), address, error);
     }
     if (error) g_error_free(error);
 }
@@ -186,6 +193,8 @@ void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t leng
     if (length > std::numeric_limits<guint32>::max())
         ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT,
                   "WritePort: " + std::to_string(length) + " bytes is more than one access can carry");
+    const std::string outside = connection.PortRangeError(address, length, true);
+    if (!outside.empty()) ORV_RAISE(ORVANE_ERR_OUT_OF_RANGE, "camera " + m_camera.Info().deviceId + ": " + outside);
     if (!connection.IsController())
         ORV_RAISE(ORVANE_ERR_ACCESS_DENIED,
                   "camera " + m_camera.Info().deviceId +
@@ -198,7 +207,7 @@ void CameraAccess::WritePort(uint64_t address, const void* buffer, uint64_t leng
     connection.NodeMap().InvalidateNodes();
     if (!ok) {
         const std::string what = "writing " + std::to_string(length) + " bytes";
-        RaisePortError(m_camera.Info().deviceId, ORV_HERE, what.c_str(), address, error);
+        RaisePortError(connection, m_camera.Info().deviceId, ORV_HERE, what.c_str(), address, error);
     }
     if (error) g_error_free(error);
     // The device reacts to the write as to a feature's (a command, a rule).

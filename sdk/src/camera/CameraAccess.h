@@ -75,7 +75,9 @@ public:
     GenApi::INodeMap& TLDeviceNodeMap() { return m_tlDevice; }
     GenApi::INodeMap& TLStreamNodeMap(uint64_t streamIndex);
     GenApi::EAccessMode AccessMode() const;
-    // Raise ORVANE_ERR_DEVICE_LOST once the device is lost.
+    // Raise ORVANE_ERR_DEVICE_LOST once the device is lost, and
+    // ORVANE_ERR_OUT_OF_RANGE for bytes outside the device's address space
+    // (DeviceConnection::PortRangeError), before reaching the device.
     void ReadPort(uint64_t address, void* buffer, uint64_t length);
     void WritePort(uint64_t address, const void* buffer, uint64_t length);
     std::string GuiXml() const;

@@ -147,6 +147,9 @@ public:
         virtual void AfterWrite(uint64_t address, uint64_t length) = 0;
         // A node marked with WatchReads is about to read the device.
         virtual void BeforeRead() = 0;
+        // Why a port access of `length` bytes at `address` lies outside the
+        // device's address space; "" when it lies inside (the default).
+        virtual std::string PortRangeError(uint64_t, uint64_t, bool /*write*/) { return ""; }
     };
     // Sets (or, with null, removes) the observer; the observer must outlive
     // its registration. Takes the map's lock.

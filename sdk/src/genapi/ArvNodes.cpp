@@ -823,6 +823,11 @@ void ArvPortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
         return;
     }
     CheckDevice(ORV_HERE);
+    if (ArvNodeMap::DeviceObserver* observer = ArvMap().Observer()) {
+        const std::string why =
+            observer->PortRangeError(static_cast<uint64_t>(Address), static_cast<uint64_t>(Length), false);
+        if (!why.empty()) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, why);
+    }
     if (Length == 0) return;
     ARV_DO(arv_gc_port_read(m_port, pBuffer, static_cast<guint64>(Address), static_cast<guint64>(Length), &error_));
 }
@@ -835,6 +840,11 @@ void ArvPortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
         ORV_NODE_FAIL(ORVANE_ERR_GENICAM_ACCESS,
                       std::string("a ") + (m_source == Source::Chunk ? "chunk" : "event") + " port is read-only");
     CheckDevice(ORV_HERE);
+    if (ArvNodeMap::DeviceObserver* observer = ArvMap().Observer()) {
+        const std::string why =
+            observer->PortRangeError(static_cast<uint64_t>(Address), static_cast<uint64_t>(Length), true);
+        if (!why.empty()) ORV_NODE_FAIL(ORVANE_ERR_GENICAM_OUT_OF_RANGE, why);
+    }
     if (Length == 0) return;
     ARV_DO(arv_gc_port_write(m_port, const_cast<void*>(pBuffer), static_cast<guint64>(Address),
                              static_cast<guint64>(Length), &error_));

@@ -64,7 +64,8 @@ void AravisStreamSource::Start(const StreamSourceOptions& options, Completion co
         Configure(stream, options);
     }
     static const char* const names[InfoCount] = {"n_received_packets", "n_missing_packets",    "n_resend_requests",
-                                                 "n_resent_packets",   "n_duplicated_packets", "n_timeouts"};
+                                                 "n_resent_packets",   "n_duplicated_packets", "n_timeouts",
+                                                 "n_transferred_bytes"};
     ArvStream* stream = m_stream.load();
     const guint n = arv_stream_get_n_infos(stream);
     for (guint i = 0; i < n; ++i) {
@@ -104,9 +105,29 @@ void AravisStreamSource::Describe(ArvBuffer* buffer, StreamSlot& slot) {
     r.payloadType = static_cast<uint32_t>(arv_buffer_get_payload_type(buffer));
     size_t received = 0;
     arv_buffer_get_data(buffer, &received);
-    r.validPayloadSize = received;
     r.payloadSize = m_options.payloadSize;
-    if (arv_buffer_get_n_parts(buffer) >= 1 &&
+    const bool complete = arv_buffer_get_status(buffer) == ARV_BUFFER_STATUS_SUCCESS;
+    ArvStream* stream = m_stream.load();
+    if (stream && m_infoIds[InfoTransferredBytes] >= 0 && m_infoIds[InfoReceivedPackets] >= 0) {
+        // Aravis records the bytes received only for complete buffers (an
+        // incomplete one keeps the figure of its previous frame): what
+        // arrived since the previous buffer, less the 8-byte GVSP header of
+        // each packet, is this buffer's share.
+        const uint64_t bytes = arv_stream_get_info_uint64(stream, guint(m_infoIds[InfoTransferredBytes]));
+        const uint64_t packets = arv_stream_get_info_uint64(stream, guint(m_infoIds[InfoReceivedPackets]));
+        const uint64_t newBytes = bytes - m_describedBytes, newPackets = packets - m_describedPackets;
+        m_describedBytes = bytes;
+        m_describedPackets = packets;
+        if (!complete) {
+            const uint64_t data = newBytes > 8 * newPackets ? newBytes - 8 * newPackets : 0;
+            received = static_cast<size_t>(std::min<uint64_t>(data, m_options.payloadSize));
+        }
+    } else if (!complete) {
+        received = 0; // unknown
+    }
+    r.validPayloadSize = received;
+    // Aravis describes the image part of complete buffers only.
+    if (complete && arv_buffer_get_n_parts(buffer) >= 1 &&
         arv_buffer_get_part_data_type(buffer, 0) == ARV_BUFFER_PART_DATA_TYPE_2D_IMAGE) {
         gint x = 0, y = 0, w = 0, h = 0;
         arv_buffer_get_part_region(buffer, 0, &x, &y, &w, &h);

@@ -62,9 +62,14 @@ private:
         InfoResentPackets,
         InfoDuplicatedPackets,
         InfoTimeouts,
+        InfoTransferredBytes,
         InfoCount
     };
     int m_infoIds[InfoCount];
+    // What the stream had received when Describe last ran (its thread only):
+    // bytes and packets since then arrived for the buffer it describes next.
+    uint64_t m_describedBytes = 0;
+    uint64_t m_describedPackets = 0;
 };
 
 } // namespace internal

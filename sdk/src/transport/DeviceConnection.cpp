@@ -1,12 +1,15 @@
 #include "transport/DeviceConnection.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <limits>
 #include <map>
 #include <mutex>
 
 #include "core/Raise.h"
 #include "logging/Log.h"
 #include "transport/AravisStreamSource.h"
+#include "transport/BackgroundRelease.h"
 
 namespace Orvane {
 namespace internal {
@@ -62,6 +65,17 @@ std::shared_ptr<DeviceConnection::LossState> DeviceConnection::FindLossState(Arv
     return found == Registry<LossState>().end() ? nullptr : found->second;
 }
 
+bool DeviceConnection::IsLostDevice(ArvDevice* device) {
+    const std::shared_ptr<LossState> state = FindLossState(device);
+    return state && state->lost.load();
+}
+
+void DeviceConnection::ReportUnanswered(ArvDevice* device, const std::string& reason) {
+    if (const std::shared_ptr<LossState> state = FindLossState(device)) state->Report(reason);
+}
+
+bool DeviceConnection::CheckAnswering() { return !ControlLost(); }
+
 void DeviceConnection::OnControlLost(ArvDevice* device, gpointer) {
     // Shared: the connection may end while its listeners run.
     if (const std::shared_ptr<LossState> state = FindLossState(device))
@@ -74,6 +88,9 @@ public:
     explicit Observer(DeviceConnection& connection) : m_connection(connection) {}
     void AfterWrite(uint64_t address, uint64_t length) override { m_connection.NotifyWrite(address, length); }
     void BeforeRead() override { m_connection.NotifyRead(); }
+    std::string PortRangeError(uint64_t address, uint64_t length, bool write) override {
+        return m_connection.PortRangeError(address, length, write);
+    }
 
 private:
     DeviceConnection& m_connection;
@@ -104,10 +121,16 @@ DeviceConnection::~DeviceConnection() {
     m_behaviours.clear();
     m_nodeMap.reset();
     // A handler running now keeps its own reference on the loss state. A
-    // GigE Vision device gives control back when Aravis finalises it.
+    // GigE Vision device gives control back when Aravis finalises it; a lost
+    // one would make that wait for requests without answer: it is finalised
+    // in the background.
     g_signal_handler_disconnect(m_device, m_controlLostHandler);
+    const bool lost = m_loss->lost.load();
     UnregisterLossState(m_device);
-    g_object_unref(m_device);
+    if (lost)
+        ReleaseInBackground(m_device);
+    else
+        g_object_unref(m_device);
 }
 
 std::shared_ptr<StreamSource> DeviceConnection::CreateStreamSource() {
@@ -133,6 +156,28 @@ std::string DeviceConnection::LostMessage() const {
 }
 
 void DeviceConnection::ReportLoss(const std::string& reason) { m_loss->Report(reason); }
+
+uint64_t DeviceConnection::LastAddress(bool) const { return std::numeric_limits<uint64_t>::max(); }
+
+std::string DeviceConnection::PortRangeError(uint64_t address, uint64_t length, bool write) const {
+    if (length == 0) return "";
+    const uint64_t last = LastAddress(write);
+    const char* doing = write ? "writing" : "reading";
+    char text[200];
+    if (length > std::numeric_limits<uint32_t>::max()) {
+        std::snprintf(text, sizeof text, "%s %llu bytes is more than one access can carry (at most %llu)", doing,
+                      static_cast<unsigned long long>(length),
+                      static_cast<unsigned long long>(std::numeric_limits<uint32_t>::max()));
+        return text;
+    }
+    // The last byte touched is address + length - 1; compared as
+    // length - 1 > last - address, which cannot wrap once address <= last.
+    if (address <= last && length - 1 <= last - address) return "";
+    std::snprintf(text, sizeof text, "%s %llu bytes at 0x%llx is outside the device's %saddress space (0x0 to 0x%llx)",
+                  doing, static_cast<unsigned long long>(length), static_cast<unsigned long long>(address),
+                  write && last != LastAddress(false) ? "writable " : "", static_cast<unsigned long long>(last));
+    return text;
+}
 
 uint64_t DeviceConnection::AddLossListener(LossListener listener) {
     if (!listener) ORV_RAISE(ORVANE_ERR_INVALID_ARGUMENT, "AddLossListener: no listener");

@@ -93,10 +93,25 @@ public:
     // ORVANE_ERR_IO when the device refuses.
     virtual unsigned DiscoverMaxPacketSize();
 
+    // Port accesses ---------------------------------------------------------
+    // The last byte address a port access may reach: reads (`write` false)
+    // and writes may differ (a virtual camera's description is readable
+    // above its register memory, not writable). Default: the whole 64-bit
+    // space (USB3 Vision). GigE Vision: 32-bit addresses.
+    virtual uint64_t LastAddress(bool write) const;
+    // Whether `length` bytes at `address` lie inside the device's address
+    // space (LastAddress), computed without overflow; "" when they do,
+    // otherwise why not, for error messages: "reading 64 bytes at 0x... is
+    // outside the device's address space (0x0 to 0x...)". A zero length is
+    // always inside. Lengths above 0xFFFFFFFF never are: Aravis carries at
+    // most that much in one access.
+    std::string PortRangeError(uint64_t address, uint64_t length, bool write) const;
+
     // Device loss -----------------------------------------------------------
     // True once the connection detected that the device is lost (GigE
-    // Vision: Aravis's heartbeat got no answer for its whole retry time and
-    // emitted "control-lost"; a virtual camera: unplugged). Lock-free, any
+    // Vision: a control request got no answer in its whole timeout, or
+    // Aravis's heartbeat got none for its whole retry time and emitted
+    // "control-lost"; a virtual camera: unplugged). Lock-free, any
     // thread. From then on every feature access through the node map and
     // every port access raises ORVANE_ERR_DEVICE_LOST at once, without
     // reaching the device (see LostMessage), and reading a feature's access
@@ -107,7 +122,9 @@ public:
     // (<reason>)"; empty before the loss. Any thread.
     std::string LostMessage() const;
     // Called once when the loss is detected, on the thread that detects it
-    // (GigE Vision: Aravis's heartbeat thread), with no SDK lock held. A
+    // (GigE Vision: Aravis's heartbeat thread, with no SDK lock held, or the
+    // thread whose request found the device silent, which may hold the node
+    // map's lock: gige/GvDeviceGuard.h). A
     // listener must return quickly, must not close or destroy the connection
     // (no DeInit there) and must not wait for another thread that adds or
     // removes listeners; it may add or remove listeners itself. A listener
@@ -118,6 +135,20 @@ public:
     // When this returns the listener is not running (unless on this thread)
     // and will not be called.
     void RemoveLossListener(uint64_t id);
+    // Whether the device still answers, for a caller that saw nothing of it
+    // for a while (a stream that stopped delivering): false once it is lost.
+    // GigE Vision asks the device (one control request, at most one a
+    // second; a request without answer declares the loss, which takes the
+    // request's timeout, 2.5 s). Default: ControlLost() only. Any thread.
+    virtual bool CheckAnswering();
+
+    // For a transport's watch over the requests Aravis sends to its devices
+    // (gige/GvDeviceGuard.h), by the Aravis device; devices without an open
+    // connection are never lost. Any thread; ReportUnanswered runs the loss
+    // listeners on the calling thread (as ReportLoss), maybe with the node
+    // map's lock held.
+    static bool IsLostDevice(ArvDevice* device);
+    static void ReportUnanswered(ArvDevice* device, const std::string& reason);
 
     // Device events ---------------------------------------------------------
     // Opens the device's event channel, delivering every event to `sink`

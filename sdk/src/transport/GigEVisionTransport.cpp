@@ -13,8 +13,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 #include "core/Raise.h"
 #include "transport/AravisStreamSource.h"
@@ -22,6 +24,7 @@
 #include "transport/DeviceConnection.h"
 #include "transport/Transports.h"
 #include "transport/gige/GigEVisionEventChannel.h"
+#include "transport/gige/GvDeviceGuard.h"
 #include "transport/gige/GvSocket.h"
 #include "transport/gige/GvcpActionSender.h"
 #include "transport/gige/GvcpProtocol.h"
@@ -37,8 +40,9 @@ namespace {
 constexpr uint64_t kVersionRegister = 0x0000; // major version << 16 | minor version
 constexpr uint64_t kXmlUrlRegister = 0x0200;  // first URL of the device's description, 512 bytes
 constexpr uint32_t kXmlUrlLength = 512;
-constexpr uint64_t kTickFrequencyHighRegister = 0x093C; // timestamp ticks per second, high 32 bits
-constexpr uint64_t kTickFrequencyLowRegister = 0x0940;  // low 32 bits
+constexpr uint64_t kTickFrequencyHighRegister = 0x093C;       // timestamp ticks per second, high 32 bits
+constexpr uint64_t kTickFrequencyLowRegister = 0x0940;        // low 32 bits
+constexpr uint64_t kControlChannelPrivilegeRegister = 0x0A00; // CCP: who controls the device
 
 int64_t IPv4Number(const std::string& text) {
     unsigned b[4] = {0, 0, 0, 0};
@@ -164,6 +168,26 @@ public:
         return std::make_shared<GigEVisionStreamSource>(shared_from_this());
     }
 
+    // Asks the device for its control channel privilege: an answer tells it
+    // lives; none declares the loss (gige/GvDeviceGuard.h). At most once a
+    // second: a caller polling a quiet stream in a loop costs the device
+    // little.
+    bool CheckAnswering() override {
+        if (ControlLost()) return false;
+        const int64_t now =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+                .count();
+        int64_t last = m_lastAsked.load();
+        if (now - last < 1000 || !m_lastAsked.compare_exchange_strong(last, now)) return true;
+        guint32 privilege = 0;
+        arv_device_read_register(Device(), kControlChannelPrivilegeRegister, &privilege, nullptr);
+        return !ControlLost();
+    }
+
+    // GVCP carries 32-bit addresses: above, Aravis would silently cut the
+    // address and reach another register.
+    uint64_t LastAddress(bool) const override { return 0xFFFFFFFFull; }
+
     bool CurrentIpConfiguration(IpConfiguration& out) override {
         NodeMapBase::MapLock mapLock(NodeMap());
         GInetAddress* ip = nullptr;
@@ -238,6 +262,8 @@ private:
     // A device has one message channel: set while a GigEVisionEventChannel
     // holds it (the channel clears it when it closes).
     std::atomic<bool> m_eventChannelOpen{false};
+    // When CheckAnswering last asked the device (steady clock, ms).
+    std::atomic<int64_t> m_lastAsked{std::numeric_limits<int64_t>::min() / 2};
 };
 
 class GigEVisionTransport : public AravisTransport {
@@ -285,6 +311,7 @@ public:
     std::shared_ptr<DeviceConnection> Open(const DeviceInfo& info) const override {
         // By IP address: opened by its discovered id, Aravis may bind the
         // stream to another host interface than the one the device answers on.
+        InstallGvDeviceGuard();
         GError* error = nullptr;
         ArvDevice* device = arv_interface_open_device(Interface(), info.address.c_str(), &error);
         if (!device) RaiseOpenError(ORV_HERE, info, error);

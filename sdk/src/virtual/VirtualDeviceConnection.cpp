@@ -74,6 +74,9 @@ private:
 
 VirtualDeviceConnection::VirtualDeviceConnection(ArvDevice* device, const DeviceInfo& info)
     : DeviceConnection(device, info), m_fake(arv_fake_device_get_fake_camera(ARV_FAKE_DEVICE(device))) {
+    size_t xmlSize = 0;
+    arv_fake_camera_get_genicam_xml(m_fake, &xmlSize);
+    m_xmlSize = xmlSize;
     m_runtime = std::make_shared<VirtualCameraRuntime>(*this, info.serialNumber);
     AddBehaviour(m_runtime, true);
     m_runtime->PowerUp();
@@ -89,6 +92,10 @@ std::shared_ptr<StreamSource> VirtualDeviceConnection::CreateStreamSource() {
         engine = m_engine;
     }
     return std::make_shared<VirtualStreamSource>(shared_from_this(), std::move(engine));
+}
+
+uint64_t VirtualDeviceConnection::LastAddress(bool write) const {
+    return ARV_FAKE_CAMERA_MEMORY_SIZE - 1 + (write ? 0 : m_xmlSize);
 }
 
 std::unique_ptr<DeviceEventChannel> VirtualDeviceConnection::OpenEventChannel(DeviceEventSink& sink) {

@@ -57,6 +57,9 @@ public:
     VirtualCameraRuntime& Runtime() const { return *m_runtime; }
 
     std::shared_ptr<StreamSource> CreateStreamSource() override;
+    // Reads reach the register memory and the description above it
+    // (0x10000 and up); writes only the register memory.
+    uint64_t LastAddress(bool write) const override;
     // Raises ORVANE_ERR_RESOURCE_IN_USE while a channel is open.
     std::unique_ptr<DeviceEventChannel> OpenEventChannel(DeviceEventSink& sink) override;
 
@@ -80,7 +83,8 @@ public:
 private:
     class EventChannel;
 
-    ArvFakeCamera* m_fake; // owned by the device
+    ArvFakeCamera* m_fake;  // owned by the device
+    uint64_t m_xmlSize = 0; // bytes of the description the device serves
     std::shared_ptr<VirtualCameraRuntime> m_runtime;
     std::mutex m_engineMutex;
     std::shared_ptr<VirtualStreamEngine> m_engine; // attached by the first stream source

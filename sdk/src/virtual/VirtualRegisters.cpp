@@ -24,12 +24,24 @@ VirtualRegisters::VirtualRegisters(ArvFakeCamera* fake, GenApi::impl::ArvNodeMap
 
 // Memory ---------------------------------------------------------------------
 
+namespace {
+
+// Whether `length` bytes at `address` lie inside the register memory
+// (without wrapping: address + length may not fit 32 bits).
+bool InMemory(uint32_t address, uint32_t length) {
+    return length > 0 && address < vcam::kMemorySize && length <= vcam::kMemorySize - address;
+}
+
+} // namespace
+
 void VirtualRegisters::ReadBytes(uint32_t address, uint32_t length, uint8_t* out) {
-    if (!arv_fake_camera_read_memory(m_fake, address, length, out)) std::memset(out, 0, length);
+    if (!InMemory(address, length) || !arv_fake_camera_read_memory(m_fake, address, length, out))
+        std::memset(out, 0, length);
 }
 
 void VirtualRegisters::WriteBytes(uint32_t address, uint32_t length, const uint8_t* bytes) {
-    if (!arv_fake_camera_write_memory(m_fake, address, length, bytes))
+    if (length == 0) return;
+    if (!InMemory(address, length) || !arv_fake_camera_write_memory(m_fake, address, length, bytes))
         ORV_LOG(kLogCategoryVirtual, LOG_LEVEL_WARN, "virtual camera: a register write outside the memory was dropped");
 }
 
