@@ -224,4 +224,29 @@ TEST_F(FidelityTest, RegistersAliasedThroughAnIndexInvalidateEachOther) {
     EXPECT_EQ(word->GetValue(), 0x0000AB00);
 }
 
+// Poll evaluates a due node's access mode anew: a node whose NA mode was
+// cached becomes readable once the device makes it available.
+TEST_F(FidelityTest, PollSeesANodeBecomeAvailable) {
+    INode* node = map->GetNode("Appearing");
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(node->GetAccessMode(), NA);
+    EXPECT_TRUE(node->IsAccessModeCacheable());
+    int calls = 0;
+    auto* counter = new FunctionNodeCallback(node, [&](INode*) { ++calls; });
+    const CallbackHandleType handle = node->RegisterCallback(counter);
+    map->Poll(100); // the first poll counts as a change
+    const int afterFirst = calls;
+    EXPECT_EQ(node->GetAccessMode(), NA); // cached again
+    Poke(0x1050, 1);                      // behind the map's back
+    Poke(0x1054, 42);
+    map->Poll(50);
+    EXPECT_EQ(node->GetAccessMode(), NA); // not due yet: the cached mode stands
+    map->Poll(50);
+    EXPECT_EQ(node->GetAccessMode(), RO);
+    EXPECT_EQ(dynamic_cast<IInteger*>(node)->GetValue(), 42);
+    EXPECT_EQ(calls, afterFirst + 1);
+    EXPECT_TRUE(node->DeregisterCallback(handle));
+    counter->Destroy();
+}
+
 } // namespace
