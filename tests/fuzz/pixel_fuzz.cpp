@@ -64,7 +64,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             m.validPayloadSize = declared;
             internal::ImageAccess::Attach(*image, m, buffer.data(), declared, nullptr, nullptr);
         } else {
-            image = Image::Create(width, height, 0, 0, source, buffer.data(), payloadType, declared);
+            // A data size of 0 tells Image::Create that the caller's data covers
+            // the image whatever its size: only an empty buffer (no data: the
+            // image allocates its own) may go without one.
+            if (!buffer.empty() && declared == 0) return 0;
+            image = Image::Create(width, height, 0, 0, source, buffer.empty() ? nullptr : buffer.data(), payloadType,
+                                  declared);
         }
     } catch (const Orvane::Exception&) {
         return 0;
