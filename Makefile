@@ -1,14 +1,17 @@
 # Orvane quick start:
 #   make demo   installs missing Debian packages, builds, and runs orvctl on the virtual camera
 #   make test   the same set-up, then the whole test suite
-# Further targets: build, asan, tsan, clang, tidy, bench, install (PREFIX=...), format, format-check, clean.
+# Further targets: build, asan, tsan, clang, fuzz (SECONDS=N), tidy, bench, install (PREFIX=...), format,
+# format-check, clean.
 
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 PREFIX   ?= /usr/local
 CMAKE_ARGS ?=
+# Seconds each fuzz target runs (make fuzz).
+SECONDS  ?= 60
 
-.PHONY: all bootstrap configure build demo test asan tsan clang tidy bench install clean format format-check
+.PHONY: all bootstrap configure build demo test asan tsan clang fuzz tidy bench install clean format format-check
 
 all: build
 
@@ -49,6 +52,15 @@ clang: bootstrap
 	cmake --build $(BUILD)-clang -j $(JOBS)
 	cd $(BUILD)-clang && ctest --output-on-failure -j $(JOBS)
 
+# The fuzz targets of tests/fuzz: a clang build with libFuzzer, AddressSanitizer and
+# UndefinedBehaviorSanitizer in $(BUILD)-fuzz, then each target run for SECONDS seconds
+# from its corpus (scripts/fuzz.sh: logs, new inputs and crash inputs go to
+# $(BUILD)-fuzz/fuzz-out/<target>/). Fails when a target finds a crash.
+fuzz: bootstrap
+	CC=clang CXX=clang++ cmake -S . -B $(BUILD)-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_FUZZ=ON -DORVANE_BUILD_BENCH=OFF $(CMAKE_ARGS)
+	cmake --build $(BUILD)-fuzz -j $(JOBS) --target fuzz_targets
+	@./scripts/fuzz.sh $(BUILD)-fuzz $(SECONDS)
+
 # clang-tidy's bug-finding checks (.clang-tidy) over the SDK, the C library and orvctl.
 tidy: bootstrap
 	@./scripts/tidy.sh $(BUILD)-tidy
@@ -67,4 +79,4 @@ format-check:
 	@./scripts/format.sh --check
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-asan $(BUILD)-tsan $(BUILD)-clang $(BUILD)-tidy
+	rm -rf $(BUILD) $(BUILD)-asan $(BUILD)-tsan $(BUILD)-clang $(BUILD)-fuzz $(BUILD)-tidy

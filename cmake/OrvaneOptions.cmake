@@ -31,3 +31,18 @@ if(ORVANE_SANITIZE)
     add_compile_options(-fno-sanitize=vptr)
   endif()
 endif()
+
+# ORVANE_FUZZ: every target gets libFuzzer's coverage instrumentation with
+# AddressSanitizer and UndefinedBehaviorSanitizer; the fuzz targets of
+# tests/fuzz link libFuzzer itself (-fsanitize=fuzzer).
+if(ORVANE_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "ORVANE_FUZZ needs clang (CC=clang CXX=clang++)")
+  endif()
+  if(ORVANE_SANITIZE)
+    message(FATAL_ERROR "ORVANE_FUZZ brings its own sanitizers: leave ORVANE_SANITIZE empty")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize=vptr -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=address,undefined)
+endif()

@@ -179,6 +179,12 @@ std::vector<BadXml> BadDocuments() {
     std::string truncated = Small().substr(0, Small().find("<Max>4096") + 7);
     std::string mismatched = Small();
     mismatched.replace(mismatched.find("</Inc>"), 6, "</Inx>");
+    // Register lengths Aravis would allocate: a negative one (a huge unsigned
+    // one to Aravis) and one beyond 64 MiB.
+    std::string negativeLength = Small();
+    negativeLength.replace(negativeLength.find("<Length>4<"), 10, "<Length>-8<");
+    std::string hugeLength = Small();
+    hugeLength.replace(hugeLength.find("<Length>16<"), 11, "<Length>0x4000001<");
     return {
         {"truncated", truncated, "line 13, in element <Max>: Premature end of data in tag Max line 13"},
         {"mismatched", mismatched, "line 14, in element <Inc>: Opening and ending tag mismatch: Inc line 14 and Inx"},
@@ -187,6 +193,10 @@ std::vector<BadXml> BadDocuments() {
         {"blank", "\n  \n", "the document is empty"},
         {"wrong-root", "<?xml version=\"1.0\"?>\n<Camera>\n</Camera>\n",
          "line 2, in element <Camera>: the root element is <Camera>, not <RegisterDescription>"},
+        {"negative-length", negativeLength,
+         "line 18, in element <Length>: the register length -8 is outside 0..67108864"},
+        {"huge-length", hugeLength,
+         "line 27, in element <Length>: the register length 0x4000001 is outside 0..67108864"},
     };
 }
 

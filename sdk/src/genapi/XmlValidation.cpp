@@ -3,7 +3,9 @@
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 
+#include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -63,6 +65,36 @@ std::string Where(int line, const std::string& element) {
     return where;
 }
 
+// The largest register length a description may state (64 MiB). Aravis
+// allocates a register's length in bytes when it reads it, and GLib aborts
+// the process when an allocation fails: a negative length (read as a huge
+// unsigned one) or an absurd one must be refused here, before Aravis sees it.
+const long long kMaxRegisterLength = 64ll << 20;
+
+// A constant <Length> outside 0..kMaxRegisterLength anywhere under `node`
+// (depth first): its problem text, else empty. The number is read as Aravis
+// reads it (strtoll, base 0); text that is no number at all is left to Aravis.
+std::string LengthProblem(const xmlNode* node) {
+    for (const xmlNode* n = node; n; n = n->next) {
+        if (n->type != XML_ELEMENT_NODE) continue;
+        if (std::strcmp(reinterpret_cast<const char*>(n->name), "Length") == 0) {
+            std::unique_ptr<xmlChar, decltype(xmlFree)> text(xmlNodeGetContent(n), xmlFree);
+            const char* t = reinterpret_cast<const char*>(text.get());
+            if (t) {
+                char* end = nullptr;
+                errno = 0;
+                const long long value = std::strtoll(t, &end, 0);
+                if (end != t && (errno == ERANGE || value < 0 || value > kMaxRegisterLength))
+                    return Where(static_cast<int>(n->line), "Length") + ": the register length " + Trimmed(t) +
+                           " is outside 0.." + std::to_string(kMaxRegisterLength);
+            }
+        }
+        std::string problem = LengthProblem(n->children);
+        if (!problem.empty()) return problem;
+    }
+    return "";
+}
+
 } // namespace
 
 std::string GenICamXmlProblem(const char* xml, size_t size) {
@@ -119,6 +151,8 @@ std::string Parse(const char* xml, size_t size, std::unique_ptr<xmlDoc, DocDelet
     if (std::strcmp(rootName, "RegisterDescription") != 0)
         return Where(static_cast<int>(root->line), rootName) + ": the root element is <" + rootName +
                ">, not <RegisterDescription>";
+    std::string lengthProblem = LengthProblem(root->children);
+    if (!lengthProblem.empty()) return lengthProblem;
     out = std::move(doc);
     return "";
 }

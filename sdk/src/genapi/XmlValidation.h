@@ -19,7 +19,8 @@ namespace impl {
 // What is wrong with a document: empty when it is a well-formed XML document
 // whose root element is RegisterDescription; otherwise one sentence naming
 // the line, the element being read when known, and the reason (libxml2's own
-// message), for example
+// message, or a register <Length> constant outside 0..64 MiB, which Aravis
+// would try to allocate), for example
 //   "line 12, in element <Integer>: Opening and ending tag mismatch: Value line 11 and Integer".
 // Parses with a private libxml2 context: no global handler or state changes,
 // no network access, nothing printed. Thread-safe.
