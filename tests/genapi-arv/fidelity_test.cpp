@@ -249,4 +249,17 @@ TEST_F(FidelityTest, PollSeesANodeBecomeAvailable) {
     counter->Destroy();
 }
 
+// A register length computed at run time is checked before Aravis allocates
+// it: a clear error, not an aborted process.
+TEST_F(FidelityTest, ComputedRegisterLengthsOutsideTheLimitFailCleanly) {
+    auto* text = Get<IString>("NegativeText");
+    EXPECT_EQ(CodeOf([&] { text->GetValue(); }), ORVANE_ERR_GENICAM_PROPERTY);
+    EXPECT_EQ(MessageOf([&] { text->SetValue("x"); }), "NegativeText: the register length -8 is outside 0..67108864");
+    auto* blob = Get<IRegister>("HugeBlob");
+    EXPECT_EQ(CodeOf([&] { blob->GetLength(); }), ORVANE_ERR_GENICAM_PROPERTY);
+    uint8_t byte = 0;
+    EXPECT_EQ(MessageOf([&] { blob->Get(&byte, 1); }),
+              "HugeBlob: the register length 1000000000000 is outside 0..67108864");
+}
+
 } // namespace

@@ -326,10 +326,10 @@ void ArvNodeMap::Build(const XmlSideTable& side) {
                 link.defaultTarget = b.valueDefault;
             }
         }
-        if (auto* f = dynamic_cast<ArvFloatNode*>(b.node)) {
-            const XmlNodeExtra* extra = side.Find(b.node->Info().name);
-            f->SetHasIncrement(extra && extra->hasInc);
-        }
+        const XmlNodeExtra* extra = side.Find(b.node->Info().name);
+        if (auto* f = dynamic_cast<ArvFloatNode*>(b.node)) f->SetHasIncrement(extra && extra->hasInc);
+        if (auto* linked = dynamic_cast<ArvLinked*>(b.node))
+            linked->Link().lengthComputed = extra && extra->computedLength && ARV_IS_GC_REGISTER(b.element);
     }
     // Entries of one StructReg share its register: a write of one changes the others.
     for (auto& s : structs)

@@ -10,6 +10,7 @@
 
 #include "core/Raise.h"
 #include "genapi/TextFormat.h"
+#include "genapi/XmlValidation.h"
 
 namespace Orvane {
 namespace GenApi {
@@ -117,6 +118,17 @@ EAccessMode ArvAccessMode(const ArvLink& link, const NodeMapBase& map) {
         if (selected) mode = CombineAccess(mode, selected->GetAccessMode());
     }
     return mode;
+}
+
+uint64_t CheckedRegisterLength(const Node& node, ArvGcFeatureNode* feature, const SourcePosition& at) {
+    GError* error = nullptr;
+    const gint64 length = static_cast<gint64>(arv_gc_register_get_length(ARV_GC_REGISTER(feature), &error));
+    if (error) RaiseArvError(node, at, error);
+    if (length < 0 || length > kMaxRegisterLength)
+        node.Fail(
+            at, ORVANE_ERR_GENICAM_PROPERTY,
+            "the register length " + std::to_string(length) + " is outside 0.." + std::to_string(kMaxRegisterLength));
+    return static_cast<uint64_t>(length);
 }
 
 Node* SelectedTarget(const ArvLink& link) {
@@ -415,6 +427,7 @@ int64_t ArvIntegerNode::DoGetValue(bool ignoreCache) {
     } else if (m_link.servedBy) {
         value = ServedInteger(*this, m_link.servedBy, ignoreCache, ORV_HERE);
     } else {
+        if (m_link.lengthComputed) CheckedRegisterLength(*this, m_link.feature, ORV_HERE);
         BeforeDeviceRead();
         GError* error = nullptr;
         value = arv_gc_integer_get_value(m_integer, &error);
@@ -427,6 +440,7 @@ int64_t ArvIntegerNode::DoGetValue(bool ignoreCache) {
 
 void ArvIntegerNode::DoSetValue(int64_t value) {
     m_valid = false;
+    if (m_link.lengthComputed) CheckedRegisterLength(*this, m_link.feature, ORV_HERE);
     ARV_DO(arv_gc_integer_set_value(m_integer, value, &error_));
     AfterDeviceWrite();
 }
@@ -525,6 +539,7 @@ double ArvFloatNode::DoGetValue(bool ignoreCache) {
     } else if (m_link.servedBy) {
         value = ServedFloat(*this, m_link.servedBy, ignoreCache, ORV_HERE);
     } else {
+        if (m_link.lengthComputed) CheckedRegisterLength(*this, m_link.feature, ORV_HERE);
         BeforeDeviceRead();
         GError* error = nullptr;
         value = arv_gc_float_get_value(m_float, &error);
@@ -537,6 +552,7 @@ double ArvFloatNode::DoGetValue(bool ignoreCache) {
 
 void ArvFloatNode::DoSetValue(double value) {
     m_valid = false;
+    if (m_link.lengthComputed) CheckedRegisterLength(*this, m_link.feature, ORV_HERE);
     ARV_DO(arv_gc_float_set_value(m_float, value, &error_));
     AfterDeviceWrite();
 }
@@ -607,14 +623,13 @@ void ArvStringNode::InvalidateCache() {
 std::string ArvStringNode::DoGetValue(bool ignoreCache) {
     if (m_valid && !ignoreCache) return m_cache;
     if (m_link.portRegister) {
-        GError* error = nullptr;
-        const uint64_t length = arv_gc_register_get_length(ARV_GC_REGISTER(m_link.feature), &error);
-        if (error) RaiseArvError(*this, ORV_HERE, error);
+        const uint64_t length = CheckedRegisterLength(*this, m_link.feature, ORV_HERE);
         std::vector<uint8_t> bytes(static_cast<size_t>(length));
         if (length > 0) PortRegisterBytes(*this, m_link, bytes.data(), length, ORV_HERE);
         const auto end = std::find(bytes.begin(), bytes.end(), uint8_t(0));
         m_cache.assign(bytes.begin(), end);
     } else {
+        if (m_link.lengthComputed) CheckedRegisterLength(*this, m_link.feature, ORV_HERE);
         BeforeDeviceRead();
         GError* error = nullptr;
         const char* value = arv_gc_string_get_value(m_string, &error);
@@ -627,11 +642,15 @@ std::string ArvStringNode::DoGetValue(bool ignoreCache) {
 
 void ArvStringNode::DoSetValue(const std::string& value) {
     m_valid = false;
+    if (m_link.lengthComputed) CheckedRegisterLength(*this, m_link.feature, ORV_HERE);
     ARV_DO(arv_gc_string_set_value(m_string, value.c_str(), &error_));
     AfterDeviceWrite();
 }
 
-int64_t ArvStringNode::DoGetMaxLength() { return ARV_CALL(arv_gc_string_get_max_length(m_string, &error_)); }
+int64_t ArvStringNode::DoGetMaxLength() {
+    if (m_link.lengthComputed) return static_cast<int64_t>(CheckedRegisterLength(*this, m_link.feature, ORV_HERE));
+    return ARV_CALL(arv_gc_string_get_max_length(m_string, &error_));
+}
 
 // Boolean ------------------------------------------------------------------
 
@@ -767,7 +786,7 @@ void ArvRegisterNode::DoSet(const uint8_t* buffer, int64_t length) {
 }
 
 int64_t ArvRegisterNode::DoGetLength() {
-    return static_cast<int64_t>(ARV_CALL(arv_gc_register_get_length(m_register, &error_)));
+    return static_cast<int64_t>(CheckedRegisterLength(*this, m_link.feature, ORV_HERE));
 }
 
 int64_t ArvRegisterNode::DoGetAddress() {

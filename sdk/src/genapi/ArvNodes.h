@@ -55,7 +55,8 @@ struct ArvLink {
     Node* indexNode = nullptr;
     std::vector<std::pair<int64_t, Node*>> indexedTargets;
     Node* defaultTarget = nullptr;
-    bool passThrough = false; // an Integer or Float element whose value is its target's (bounds narrowed by it)
+    bool passThrough = false;    // an Integer or Float element whose value is its target's (bounds narrowed by it)
+    bool lengthComputed = false; // a register whose length comes from pLength: checked before each access
     // The device observer (ArvNodeMap::SetDeviceObserver).
     std::vector<ArvGcRegister*> writeRegisters; // the registers a write of this node reaches
     bool watchReads = false;                    // reads past the cache call the observer's BeforeRead first
@@ -67,6 +68,10 @@ struct ArvLink {
 // (WO to NA) while locked, limited by the pValue target's mode. NA when the
 // map's device is lost.
 EAccessMode ArvAccessMode(const ArvLink& link, const NodeMapBase& map);
+
+// The length of a register as it evaluates now; raises
+// ORVANE_ERR_GENICAM_PROPERTY when it lies outside 0..kMaxRegisterLength.
+uint64_t CheckedRegisterLength(const Node& node, ArvGcFeatureNode* feature, const SourcePosition& at);
 
 // The value target a node reaches now: its pValue, or the pValueIndexed
 // target its pIndex selects (pValueDefault when none matches); null when it

@@ -18,7 +18,8 @@ void Fill(const xmlNode* element, XmlNodeExtra& x, bool structReg) {
         if (c->type != XML_ELEMENT_NODE) continue;
         // From a StructReg its entries take the register itself: byte order,
         // address and index.
-        if (structReg && !XmlIs(c, "Endianess") && !XmlIs(c, "Address") && !XmlIs(c, "pAddress") && !XmlIs(c, "pIndex"))
+        if (structReg && !XmlIs(c, "Endianess") && !XmlIs(c, "Address") && !XmlIs(c, "pAddress") &&
+            !XmlIs(c, "pIndex") && !XmlIs(c, "pLength"))
             continue;
         if (XmlIs(c, "Cachable")) {
             const std::string t = XmlText(c);
@@ -65,6 +66,8 @@ void Fill(const xmlNode* element, XmlNodeExtra& x, bool structReg) {
             x.fixedAddress += std::strtoull(XmlText(c).c_str(), nullptr, 0);
         } else if (XmlIs(c, "pAddress")) {
             x.computedAddress = true;
+        } else if (XmlIs(c, "pLength")) {
+            x.computedLength = true;
         }
     }
 }

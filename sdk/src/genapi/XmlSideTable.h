@@ -42,6 +42,7 @@ struct XmlNodeExtra {
     // length when neither is given).
     uint64_t fixedAddress = 0;
     bool computedAddress = false;        // a pAddress, or a pIndex with pOffset: the address can be anything
+    bool computedLength = false;         // a pLength: the length is known only when the register is accessed
     std::vector<std::string> indexNodes; // pIndex targets
     std::vector<int64_t> indexOffsets;   // their Offset, -1 when absent (the register's length)
 };

@@ -69,7 +69,6 @@ std::string Where(int line, const std::string& element) {
 // allocates a register's length in bytes when it reads it, and GLib aborts
 // the process when an allocation fails: a negative length (read as a huge
 // unsigned one) or an absurd one must be refused here, before Aravis sees it.
-const long long kMaxRegisterLength = 64ll << 20;
 
 // A constant <Length> outside 0..kMaxRegisterLength anywhere under `node`
 // (depth first): its problem text, else empty. The number is read as Aravis

@@ -26,6 +26,12 @@ namespace impl {
 // no network access, nothing printed. Thread-safe.
 std::string GenICamXmlProblem(const char* xml, size_t size);
 
+// The largest register length a node map accepts (64 MiB): Aravis allocates a
+// register's length before reading it, and aborts the process when that
+// fails. Constant lengths are checked with the document; lengths computed
+// from other nodes (pLength) when the register is accessed.
+constexpr long long kMaxRegisterLength = 64ll << 20;
+
 // Parses a GenICam document as GenICamXmlProblem checks it: the document
 // (free it with xmlFreeDoc) when the check passes, else null with `problem`
 // set. One parse serves both the check and whoever reads the document next.
