@@ -119,8 +119,9 @@ int main(int argc, char** argv) {
         return 1;
     }
     std::remove(png.c_str());
-    std::printf("%ld frames (%ld incomplete); after the first 1000: RSS grew %ld kB (bound %ld), descriptors %d -> %d\n",
-                done, incomplete, worstRss - baseRss, maxGrowthKb, baseFds, worstFds);
+    std::printf(
+        "%ld frames (%ld incomplete); after the first 1000: RSS grew %ld kB (bound %ld), descriptors %d -> %d\n", done,
+        incomplete, worstRss - baseRss, maxGrowthKb, baseFds, worstFds);
     if (done > 1000 && (worstRss - baseRss > maxGrowthKb || worstFds > baseFds)) {
         std::printf("FAILED: growth beyond the bound\n");
         return 1;
