@@ -108,22 +108,6 @@ std::string Str(double v) {
     return b;
 }
 
-std::string KindName(EInterfaceType t) {
-    switch (t) {
-    case intfIInteger: return "Integer";
-    case intfIBoolean: return "Boolean";
-    case intfICommand: return "Command";
-    case intfIFloat: return "Float";
-    case intfIString: return "String";
-    case intfIRegister: return "Register";
-    case intfICategory: return "Category";
-    case intfIEnumeration: return "Enumeration";
-    case intfIEnumEntry: return "EnumEntry";
-    case intfIPort: return "Port";
-    default: return "Value";
-    }
-}
-
 // The interface Aravis's node has, in the order GenApi's principal interface is decided.
 std::string ArvKind(ArvGcNode* n) {
     if (ARV_IS_GC_CATEGORY(n)) return "Category";
@@ -249,7 +233,7 @@ std::string ArvTry(T (*get)(void*, GError**), void* n) {
 
 void CompareNode(Comparison& c, INode* node, ArvGcNode* an, const std::set<std::string>& withInc) {
     const std::string name = node->GetName().c_str();
-    const std::string kind = KindName(node->GetPrincipalInterfaceType());
+    const std::string kind = InterfaceTypeName(node->GetPrincipalInterfaceType());
     ++c.compared;
     c.Check(name, kind, "interface", kind, ArvKind(an));
     const EAccessMode mode = node->GetAccessMode();
